@@ -1,0 +1,18 @@
+#!/usr/bin/env bash
+# readme_test.sh README SOURCE PROGRAM: the README shows the first host program as it is, with the
+# output that it has, and in at most 25 lines.
+set -euo pipefail
+
+# The fenced block that follows the line <!-- NAME -->.
+block() {
+  awk -v mark="<!-- $1 -->" '
+    $0 == mark { seen = 1; next }
+    seen && /^```/ { if (inside) exit; inside = 1; next }
+    inside { print }' "$2"
+}
+
+failed=0
+diff <(block "$2" "$1") "$2" || { echo "$1 does not show $2 verbatim"; failed=1; }
+diff <(block "output of $2" "$1") <("$3") || { echo "$1 shows another output of $2"; failed=1; }
+(($(wc -l <"$2") <= 25)) || { echo "$2 has more than 25 lines"; failed=1; }
+exit $failed
