@@ -1,4 +1,38 @@
-/* tarnix: the settings block and the exported algorithm routines. */
+/* tarnix: the settings block and the exported algorithm routines.
+ *
+ * Most hosts need tarnix.h alone. The routines here are the building blocks of the solve calls,
+ * for a host that runs an algorithm with its own arrays.
+ *
+ * Common rules, not repeated below
+ *
+ *   Arguments   By reference. The length of a title alone is a value and comes last. An argument
+ *               is never null unless its entry says so; an array without entries may be.
+ *   Arrays      One-based in these descriptions, x(1)..x(n). Lists hold one-based positions.
+ *               Arrays of one call must not overlap.
+ *   Matrices    Column-major: A is "(lda, m)" when element (i, j) stands at i + (j-1) lda, with
+ *               lda, the leading dimension, at least the number of rows used.
+ *   Packed      Upper triangle of a symmetric matrix of order n, column by column: element (i, k),
+ *               i <= k, at k(k-1)/2 + i; n(n+1)/2 doubles. A factor U'DU stands in the same
+ *               places: pivots D on the diagonal, unit upper triangular U above it.
+ *   Logicals    0 false, -1 true. Any nonzero input is true.
+ *   Directions  in: only read. out: written, content on entry ignored. in/out: both.
+ *               work: scratch of the caller, left with some content.
+ *   Counts      Below 1 mean that there is nothing of the kind.
+ *   Units       "Scaled" variables run from -1 to 1 between the bounds of the last solve call;
+ *               "physical" ones are the host's. Function values are always the callback's. The QP
+ *               and curvature routines work in whatever units their caller uses, the optimizers in
+ *               scaled ones.
+ *   Settings    Read from VRK_settings at the time of use; never passed.
+ *   Storage     Scratch comes from a fixed work storage used as a stack and is given back on every
+ *               exit. A request "k doubles" is refused when dblStorageUsed + k exceeds
+ *               dblStorageCapacity (or VRK_DBL_STORAGE_LIMIT). Unless an entry says otherwise a
+ *               refusal prints a message with the total needed when printLevel > 0, sets errorFlag
+ *               to -1, and leaves the results untouched.
+ *   Threads     Not re-entrant: one thread at a time uses the library.
+ *   Evaluation  Routines that evaluate call the callback, with the scaling, of the most recent
+ *               solve call. A host that calls such a routine itself records both by a solve call
+ *               with maxIter = 0. They serve at most VRK_MAX_VARIABLES variables. The other
+ *               routines are limited by storage alone. */
 #ifndef TARNIX_ROUTINES_H
 #define TARNIX_ROUTINES_H
 
@@ -11,113 +45,493 @@
 extern "C" {
 #endif
 
+/* ------------------------------------------------------------------------------------------------
+ * Settings block
+ * --------------------------------------------------------------------------------------------- */
+
+/* Real sizes of the static work storage. A capacity set above them counts as the limit. */
 enum {
-  VRK_DBL_STORAGE_LIMIT = 2000000,
-  VRK_INT_STORAGE_LIMIT = 100000
+  VRK_DBL_STORAGE_LIMIT = 2000000, /* doubles */
+  VRK_INT_STORAGE_LIMIT = 100000   /* integers */
 };
 
+/* Options and counters of the whole library. All zero until VRK_setDefaults stores the defaults
+ * given in brackets. A host may write options that have no setter directly, between solves. */
 typedef struct VRK_Settings {
-  int32_t intStorageCapacity;
-  int32_t dblStorageCapacity;
-  int32_t intStorageUsed;
-  int32_t dblStorageUsed;
-  int32_t diffMethod;
-  int32_t nGradEval;
-  int32_t stopRequest;
-  int32_t nNewton1;
-  int32_t nNewton2;
-  double grgParam1;
-  double grgSearchParam1;
-  double grgSearchParam2;
-  int32_t printLevel;
-  double maxStepNorm;
-  int32_t errorFlag;
-  int32_t nFunEval;
-  int32_t nIter;
-  double zeroTol;
-  double bigValue;
-  double convTolGrg;
-  double convTol;
-  double diffPert;
+  int32_t intStorageCapacity; /* integers of work storage that may be used [5000] */
+  int32_t dblStorageCapacity; /* doubles of work storage that may be used [40000] */
+  int32_t intStorageUsed;     /* mark of the integer storage: entries in use [0] */
+  int32_t dblStorageUsed;     /* mark of the double storage: entries in use [0] */
+  int32_t diffMethod;         /* 1 forward differences, otherwise central [1] */
+  int32_t nGradEval;          /* counter: gradients of the SQP side [0] */
+  int32_t stopRequest;        /* 1 ends a solve at its next iteration; while one runs, write it
+                                 through VRK_set_stop only, which is atomic [0] */
+  int32_t nNewton1;           /* counter: Newton restorations that took a step [0] */
+  int32_t nNewton2;           /* counter: evaluations of Newton restorations [0] */
+  double grgParam1;           /* GRG: share of the inactive inequalities that is kept when there are
+                                 more than 25 inequalities; above 0.99 all are [1.0] */
+  double grgSearchParam1;     /* GRG line search: largest first step [0.02] */
+  double grgSearchParam2;     /* GRG line search: smallest step [0.0001] */
+  int32_t printLevel;         /* 0 nothing .. 3 everything, see VRK_set_print [0] */
+  double maxStepNorm;         /* SQP: longest search vector, Euclidean, scaled variables [1.0] */
+  int32_t errorFlag;          /* logical: storage exhausted or another fatal condition; stays set
+                                 until VRK_setDefaults [0] */
+  int32_t nFunEval;           /* counter: evaluations [0] */
+  int32_t nIter;              /* number of the last iteration begun [0] */
+  double zeroTol;             /* absolute: what is smaller counts as zero [1e-7] */
+  double bigValue;            /* the library's infinity [1e30] */
+  double convTolGrg;          /* GRG: convergence of iteration and line search [0.001] */
+  double convTol;             /* SQP convergence; feasibility in both methods [0.001] */
+  double diffPert;            /* difference step, absolute, scaled variables [0.0001] */
 } VRK_Settings;
 
 extern VRK_API VRK_Settings VRK_settings;
 
+/* ------------------------------------------------------------------------------------------------
+ * Callback bridge and evaluation
+ * --------------------------------------------------------------------------------------------- */
+
+/* Calls the recorded callback, which fills F. Neither scales nor counts. Does nothing when no
+ * callback is recorded.
+ *   x  in      (n) design, physical; handed to the callback
+ *   F  in/out  (1 + m1 + m2) objective, equalities, inequalities; m1 of the last solve call */
 VRK_API void ANAFUN(double* x, double* F);
 
-VRK_API void PRTVD(const int32_t* n, const double* v, const char* title, size_t titleLength);
-VRK_API void PRTVI(const int32_t* n, const int32_t* iv, const char* title, size_t titleLength);
-VRK_API void PRTMD(const int32_t* ld, const int32_t* nrows, const int32_t* ncols, const double* A,
-                   const char* title, size_t titleLength);
-VRK_API void PRTMES(const char* text, const int32_t* count);
-
+/* One evaluation at a scaled point, with l, u the recorded bounds:
+ *     nFunEval := nFunEval + 1
+ *     x(i) := ((u(i) - l(i)) x(i) + (u(i) + l(i))) 0.5              scaled to physical
+ *     ANAFUN(x, f)
+ *     x(i) := (x(i) - (u(i) + l(i)) 0.5) / ((u(i) - l(i)) 0.5)      and back.
+ * x comes back by the formula, not from a copy: its last bits may change. GRGFUN then puts
+ * f(k) := 0.0 - f(k) when mode = 3. With n < 1 nothing is scaled, the rest is done.
+ *   mode  in      3 negates f(k), any other value nothing
+ *   k     in      position in f; read when mode = 3 only
+ *   n     in      number of variables
+ *   x     in/out  (n) scaled point
+ *   f     in/out  (1 + m1 + m2) function values */
 VRK_API void GRGFUN(const int32_t* mode, const int32_t* k, const int32_t* n, double* x, double* f);
 VRK_API void SQPFUN(const int32_t* n, double* x, double* f);
 
+/* ------------------------------------------------------------------------------------------------
+ * Trace: text lines on the C library's stdout, whatever the print level
+ *
+ * A title line is a blank and the title. A double stands in a blank and a field of 13, right-
+ * aligned, 5 decimals: fixed form when it is 0 or 0.1 <= |v| < 1e6, exponent form otherwise.
+ * --------------------------------------------------------------------------------------------- */
+
+/* Vector of doubles, 6 to a line. Below 1 entry: the title line and an empty line.
+ *   n            in  number of entries
+ *   v            in  (n) values
+ *   title        in  text, no end mark needed
+ *   titleLength  in  its length in bytes, by value */
+VRK_API void PRTVD(const int32_t* n, const double* v, const char* title, size_t titleLength);
+
+/* Vector of integers, 8 to a line in fields of 10; otherwise as PRTVD. */
+VRK_API void PRTVI(const int32_t* n, const int32_t* iv, const char* title, size_t titleLength);
+
+/* Matrix of doubles, row by row. A row of at most 6 columns is one line; a longer one fills
+ * ncols div 6 lines and puts the remaining ncols mod 6 values on one more, which is written even
+ * when it is empty. Below 1 row: the title line alone. Below 1 column: an empty line per row.
+ *   ld     in  leading dimension of A, ld >= nrows
+ *   nrows  in  number of rows
+ *   ncols  in  number of columns
+ *   A      in  (ld, ncols) matrix
+ *   title, titleLength  as PRTVD */
+VRK_API void PRTMD(const int32_t* ld, const int32_t* nrows, const int32_t* ncols, const double* A,
+                   const char* title, size_t titleLength);
+
+/* Message: the first count bytes of text, broken after every 80. Below 1: an empty line.
+ *   text   in  (count) bytes, no end mark needed
+ *   count  in  number of bytes */
+VRK_API void PRTMES(const char* text, const int32_t* count);
+
+/* ------------------------------------------------------------------------------------------------
+ * Finite-difference gradients
+ *
+ * With h = diffPert, x scaled and never clipped to the bounds, for every selected function j with
+ * column c and for i = 1..n in order
+ *     diffMethod = 1   G(i, c) = (f_j(x + h e_i) - f_j(x)) / h               n evaluations
+ *     otherwise        G(i, c) = (f_j(x + h e_i) - f_j(x - h e_i)) / (2h)   2n evaluations.
+ * f must hold the values at x on entry and holds them again, bit for bit, on return. x is restored
+ * by subtracting h, so its last bits may change. Columns of G that are not selected stay as they
+ * are. Storage is checked before anything is evaluated.
+ *
+ * Common arguments:
+ *   n      in      number of variables
+ *   x      in/out  (n) scaled point
+ *   m      in      number of functions
+ *   f      in/out  (m) function values at x, objective and both constraint groups
+ *   mode   in      3 negates f(k) of every fresh evaluation before it is used, others nothing
+ *   k      in      position in f, see mode
+ *   map    in      (m) column of function j in G, 0 to leave it out; not negative
+ *   list   in      (m) column of function j in G, below 1 to leave it out; list(1) = -1 selects
+ *                  all, function j going to column j
+ *   G      in/out  (n, .) or (ld, .), as many columns as are named: gradients with respect to the
+ *                  scaled variables
+ *   ld     in      leading dimension of G, ld >= n
+ *   fSave, fWork   work  (m) each
+ *   reserved       not read, may be null; it keeps the argument positions
+ * --------------------------------------------------------------------------------------------- */
+
+/* Gradients for the reduced gradient iteration. Builds the map, then differences as above:
+ *     map := 0;  map(list1(i)) = i;  map(list2(i)) = m1 + i;  map(k) = m1 + m2 + 1.
+ * Storage 2m + 2 doubles. A refusal leaves G as it is, but map, gObj and gScale are still formed
+ * (from what G holds).
+ *   m1, list1  in   (m1) positions of the inequalities that are kept
+ *   m2, list2  in   (m2) positions of the satisfied equalities
+ *   k          in   position of the objective, also for mode 3
+ *   map        out  (m) column of each function, 0 none
+ *   G          out  (n, m1 + m2 + 1) gradients, the objective's last
+ *   gObj       out  (n) objective gradient, the last column of G
+ *   gScale     out  max(1, mean of |gObj(i)|); 1 when that mean is NaN */
 VRK_API void GRGGRA(const int32_t* mode, const int32_t* m1, const int32_t* list1,
                     const int32_t* m2, const int32_t* list2, const int32_t* k, const int32_t* n,
                     double* x, const int32_t* m, double* f, int32_t* map, double* G, double* gObj,
                     double* gScale);
+
+/* The same with the caller's map and no extra results. Storage 2m + 2 doubles. */
 VRK_API void GDSGRA(const int32_t* mode, const int32_t* k, const int32_t* n, double* x,
                     const int32_t* m, double* f, const int32_t* map, double* G);
+
+/* GDSGRA with scratch of the caller; cannot fail. */
 VRK_API void GDBGRA(const int32_t* mode, const int32_t* k, const int32_t* n, double* x,
                     const int32_t* m, double* f, const int32_t* map, double* G, double* fSave,
                     double* fWork);
+
+/* Gradients for the SQP side: with a list, no negation, and nGradEval := nGradEval + 1.
+ * Storage 2m + 1 doubles. A refusal leaves G and nGradEval as they are, but gObj is still copied.
+ *   gObj  out  (n) column m of G, the objective's in the order inequalities, equalities,
+ *              objective; untouched when m < 1 */
 VRK_API void SQPGRA(const int32_t* n, const int32_t* m, double* x, double* f, const int32_t* list,
                     double* gObj, double* G);
+
+/* The same without gObj and with a leading dimension. Storage 2m + 1 doubles. */
 VRK_API void DDSGRA(const int32_t* n, double* x, const int32_t* m, double* f, const void* reserved,
                     const int32_t* list, const int32_t* ld, double* G);
+
+/* DDSGRA with scratch of the caller; cannot fail. */
 VRK_API void DDBGRA(const int32_t* n, double* x, const int32_t* m, double* f, const void* reserved,
                     const int32_t* list, const int32_t* ld, double* G, double* fSave,
                     double* fWork);
 
+/* ------------------------------------------------------------------------------------------------
+ * Lagrangian gradient and curvature
+ * --------------------------------------------------------------------------------------------- */
+
+/* Gradient of the Lagrangian over the active rows:
+ *     gl = g + sum over k = 1..nact of mult(k) a_k
+ * with a_k, for row r = act(k),
+ *     r <= m1              column colidx(map1(r)) of J
+ *     m1 < r <= m1 + m2    column colidx(map2(r - m1)) of J; left out when that is 0
+ *     above                t = r - m1 - m2:  +e_j for odd t, -e_j for even t,  j = (t + 1) div 2.
+ * The last rule takes it that every variable has both of its bound rows. A row of the first kind
+ * without a column sets ierr, and its multiplier becomes 0. n < 1: only ierr := 0.
+ *   n          in      number of variables
+ *   m1, map1   in      (m1) constraint number of each row of the first kind
+ *   m2, map2   in      (m2) constraint number of each row of the second kind
+ *   colidx     in      (largest constraint number) column of J by constraint number, 0 none
+ *   act, nact  in      (nact) active rows, in the numbering of QPSOLV's IACT
+ *   mult       in/out  (nact) their multipliers, with QPSOLV's sign
+ *   g          in      (n) objective gradient
+ *   J          in      (n, .) constraint gradients
+ *   gl         out     (n) gradient of the Lagrangian
+ *   ierr       out     0, or the number of a first-kind constraint without a column */
 VRK_API void QLAG(const int32_t* n, const int32_t* m1, const int32_t* map1, const int32_t* m2,
                   const int32_t* map2, const int32_t* colidx, const int32_t* act,
                   const int32_t* nact, double* mult, const double* g, const double* J, double* gl,
                   int32_t* ierr);
+
+/* Damped BFGS update of a Hessian approximation, which stays positive definite:
+ *     H := H - u v'/(s'v) + r r'/(s'r),   u = H s,  v = H's,  r = theta y + (1 - theta) u,
+ *     theta = 0.8f s'v / (s'v - s'y) when s'y < 0.2f s'v, otherwise 1
+ * (0.8f, 0.2f: the single-precision values). Leaves H as it is, and updated false, when one of
+ * |s'v|, |s'v - s'y| (the secant condition holds already) and |s'r| is below 1e-6f.
+ * Source: Powell, Lecture Notes in Mathematics 630 (1978) 144-157.
+ *   n           in      number of variables
+ *   s           in      (n) change of the point
+ *   y           in      (n) change of the Lagrangian gradient
+ *   H           in/out  (n, n) symmetric, both triangles
+ *   updated     out     logical: H was changed
+ *   w1, w2, w3  work    (n) each; hold u, r, v */
 VRK_API void QHESS(const int32_t* n, const double* s, const double* y, double* H, int32_t* updated,
                    double* w1, double* w2, double* w3);
+
+/* QHESS with its scratch from the work storage: 3n + 1 doubles. */
 VRK_API void GRSHES(const int32_t* n, const double* s, const double* y, double* H,
                     int32_t* updated);
+
+/* H := d I.  SQPHIN takes d = max(mean of |g(i)|, 0.001), and 0.001 when that mean is NaN.
+ * n < 1: H is left as it is.
+ *   n  in   number of variables
+ *   g  in   (n) objective gradient
+ *   d  in   diagonal value
+ *   H  out  (n, n) every element is written */
 VRK_API void SQPHIN(const int32_t* n, const double* g, double* H);
 VRK_API void GRGHIN(const int32_t* n, const double* d, double* H);
+
+/* Secant update of an inverse Jacobian:
+ *     B := B - u w'/delta,   u = -B a,   w = B'b,   delta = b'(u + b).
+ * Broyden's update, carried out on the inverse by the Sherman-Morrison formula. Does nothing
+ * unless |delta| > zeroTol. At printLevel 3 the new B is printed ("UPDATED INVERSE JACOBIAN").
+ * Sources: Broyden, Math. Comp. 19 (1965) 577-593; Sherman & Morrison, Ann. Math. Stat. 21 (1950)
+ * 124-127.
+ *   ld    in      leading dimension of B, ld >= m
+ *   m     in      order of B
+ *   B     in/out  (ld, m) inverse Jacobian of the dependent variables
+ *   a     in      (m) A b minus the observed change of the constraint values, A the inverse of B
+ *   b     in      (m) step in the dependent variables
+ *   u, w  work    (m) each
+ * GRSBUP takes u and w from the work storage: 2m + 1 doubles. */
 VRK_API void GRGBUP(const int32_t* ld, const int32_t* m, double* B, const double* a,
                     const double* b, double* u, double* w);
 VRK_API void GRSBUP(const int32_t* ld, const int32_t* m, double* B, const double* a,
                     const double* b);
 
+/* ------------------------------------------------------------------------------------------------
+ * Quadratic program
+ *
+ *     minimize    g'd + d'H d / 2
+ *     subject to  a_r'd <= b_r   r = 1..m1        (inequalities)
+ *                 a_r'd  = b_r   r = m1+1..m      (equalities)
+ *                 dl <= d <= du                   (as far as the codes say)
+ *
+ * by the dual active-set method of Goldfarb & Idnani, Math. Programming 27 (1983) 1-33: from the
+ * unconstrained minimum, violated rows are added one at a time; a partial step drops a row whose
+ * multiplier would become negative. At the solution g + H d + sum of multipliers times row
+ * gradients = 0.
+ *
+ * Rows, in the internal numbering
+ *     1..m                        general rows; gradient: column r of A; residual a_r'd - b_r
+ *     m+1..m+nb                   bound rows, variable by variable
+ *     m+nb+1..m+nb+(m-m1)         mirrored equalities: gradient and residual of row m1+1.. negated
+ * Bound code of variable j:  1  upper row (+e_j, residual d_j - du_j), then lower row (-e_j,
+ * residual dl_j - d_j);  3  the upper row;  2  the lower row;  others  none. nb counts the rows.
+ * A row is violated when its residual exceeds zeroTol.
+ *
+ * QPSINI .. QPSDOA are the steps that QPSOLV itself is made of. One round:
+ *     QPSINI once, then repeat
+ *       QPSCON, QPSVIO                 residuals, row p to add (none: optimal), up := 0
+ *       QPSDIR, QPSLEN, QPSSTP, QPSDOA until the full step for p is done; after a partial step
+ *                                      the residual of p alone is needed anew
+ *
+ * Arguments common to the steps:
+ *   n        in      number of variables
+ *   m, m1    in      number of general rows; how many of them are inequalities
+ *   nb       in      number of bound rows
+ *   A        in      (lda, m) gradients of the general rows; null allowed when m < 1
+ *   lda      in      leading dimension of A, lda >= n
+ *   codes    in      (n) bound codes
+ *   P        in      packed U'DU factor of H
+ *   W        in/out  (n, n) column k <= nact: H^-1 times the gradient of active row k
+ *   T        in/out  packed, n(n+1)/2: U'DU factor, order nact, of N'H^-1 N, where N holds the
+ *                    gradients of the active rows
+ *   nact     in      number of active rows, 0..n
+ *   IACT     in      (n) active rows, internal numbering
+ *   XLAG     in      (n) their multipliers
+ *   p        in      row that is being added, internal numbering
+ *   up       in/out  its multiplier so far
+ * --------------------------------------------------------------------------------------------- */
+
+/* Solves the quadratic program.
+ *   n           in   number of variables
+ *   m           in   number of general rows
+ *   m1          in   how many of them are inequalities; they come first
+ *   A           in   (lda, m) gradients of the general rows; null allowed when m < 1
+ *   lda         in   leading dimension of A, lda >= n
+ *   b           in   (m) right-hand sides, minus the function values in the optimizers; null
+ *                    allowed when m < 1
+ *   H           in   (ldh, n) positive definite; only the upper triangle is read
+ *   ldh         in   leading dimension of H, ldh >= n
+ *   g           in   (n) objective gradient
+ *   codes       in   (n) bound codes
+ *   dl          in   (n) lower limits of d; read for codes 1 and 2
+ *   du          in   (n) upper limits of d; read for codes 1 and 3
+ *   d           out  (n) solution
+ *   XLAG        out  (n) multipliers of the active rows, in IACT order; those of equalities may
+ *                    have either sign
+ *   IACT        out  (n) active rows: general rows 1..m, bound rows m+1..m+nb. A mirrored
+ *                    equality is reported as its equality, multiplier negated.
+ *   nact        out  number of active rows
+ *   noSolution  out  logical: no feasible point, or the bound on the number of steps was reached.
+ *                    The results are then those of the last iterate.
+ *   notPosDef   out  logical: a pivot of H is not at least zeroTol; d, XLAG, IACT undefined
+ *   failure     out  logical: storage refused, or breakdown of the factor of N'H^-1 N (at
+ *                    printLevel > 0 a message with "SHOULD NOT HAPPEN")
+ *
+ * Storage 2n + nb + 2m - m1 + n(n+1) + n^2 doubles. A refusal prints its message at every print
+ * level and writes nothing but the flags; errorFlag stays as it is.
+ *
+ * Pivots, curvatures and steps are compared with the absolute zeroTol: with H above about 1e7 a
+ * single bound row has too little curvature, 1/H, to be added, and noSolution is set although a
+ * solution exists. Scale the objective. */
 VRK_API void QPSOLV(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
                     const int32_t* lda, const double* b, const double* H, const int32_t* ldh,
                     const double* g, const int32_t* codes, const double* dl, const double* du,
                     double* d, double* XLAG, int32_t* IACT, int32_t* nact, int32_t* noSolution,
                     int32_t* notPosDef, int32_t* failure);
+
+/* Start: packs and factors H, and finds the unconstrained minimum d = -H^-1 g.
+ *   H          in   (ldh, n) upper triangle read
+ *   ldh        in   leading dimension of H, ldh >= n
+ *   g          in   (n) objective gradient
+ *   P          out  packed, n(n+1)/2: U'DU factor of H
+ *   d          out  (n) unconstrained minimum; undefined when notPosDef
+ *   notPosDef  out  logical: a pivot is not at least zeroTol */
 VRK_API void QPSINI(const int32_t* n, const double* H, const int32_t* ldh, const double* g,
                     double* P, double* d, int32_t* notPosDef);
+
+/* Residuals of all rows at d.
+ *   b       in   (m) right-hand sides of the general rows; null allowed when m < 1
+ *   dl, du  in   (n) lower and upper limits of d
+ *   d       in   (n) point
+ *   res     out  (m + nb + m - m1) residuals, positive when violated */
 VRK_API void QPSCON(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
                     const int32_t* lda, const double* b, const int32_t* codes, const int32_t* nb,
                     const double* dl, const double* du, const double* d, double* res);
+
+/* Row to add: the largest residual above zeroTol, the first of equals, among the rows that are not
+ * active and whose partner (equality and mirror) is not active.
+ *   res  in   (m + nb + m - m1) residuals, of QPSCON
+ *   p    out  row number; 0 when no row qualifies: d is optimal */
 VRK_API void QPSVIO(const int32_t* m, const int32_t* m1, const int32_t* nb, const double* res,
                     const int32_t* nact, const int32_t* IACT, int32_t* p);
+
+/* Directions per unit multiplier of row p, whose gradient is n_p:
+ *     w = H^-1 n_p,   (N'H^-1 N) r0 = N'w,   z = -(w - H^-1 N r0),   r = -r0.
+ * Moving d along z keeps the residuals of the active rows, and n_p'z <= 0. Without active rows
+ * z = -w; with nact = n, z = 0. When nact < n the column that would border the factors is left
+ * ready: w in W(:, nact+1), and column nact+1 of T, reduced, its new pivot on the diagonal.
+ *   r  out  (nact) change of the active multipliers
+ *   z  out  (n) change of d */
 VRK_API void QPSDIR(const int32_t* p, const int32_t* n, const int32_t* m, const int32_t* m1,
                     const int32_t* nb, const double* A, const int32_t* lda, const int32_t* codes,
                     const double* P, double* W, const int32_t* nact, const int32_t* IACT,
                     double* T, double* r, double* z);
+
+/* Step length:
+ *     t1 = min of -XLAG(k)/r(k) over r(k) < -zeroTol   (k drops; of equals the last),
+ *     t2 = -s/q  when curvature > zeroTol and |q| > zeroTol,
+ * neither below 0. The full step is taken when t2 <= t1.
+ *   r          in   (nact) of QPSDIR
+ *   q          in   n_p'z, negative
+ *   curvature  in   z'H z, the curvature along z; -q when z comes from QPSDIR
+ *   s          in   residual of row p
+ *   t          out  step length; 0 when kind is 0
+ *   kind       out  3 full step; 2 partial step, a full one exists; 1 partial step, no full one
+ *                   exists; 0 neither exists: the problem has no feasible point
+ *   k          out  nact + 1 for the full step, else the position of the row to drop; 0 when kind
+ *                   is 0 */
 VRK_API void QPSLEN(const int32_t* n, const int32_t* nact, const double* XLAG, const double* r,
                     const double* q, const double* curvature, const double* s, double* t,
                     int32_t* kind, int32_t* k);
+
+/* Step of any kind:  d := d + t z,   XLAG := XLAG + t r,   up := up + t.
+ *   t     in      step length
+ *   z     in      (n) of QPSDIR
+ *   d     in/out  (n) point
+ *   r     in      (nact) of QPSDIR
+ *   XLAG  in/out  (nact) multipliers */
 VRK_API void QPSSTP(const int32_t* n, const double* t, const double* z, double* d,
                     const int32_t* nact, const double* r, double* XLAG, double* up);
+
+/* Adds or drops an active row and brings W, T, IACT and XLAG up to date.
+ *     k = nact + 1   appends row p with the multiplier up. W(:, nact+1) must hold H^-1 n_p
+ *                    (QPSDIR leaves it there); the new column of T is formed from W and the
+ *                    gradients. Fails when nact = n, or when the new pivot is below zeroTol: the
+ *                    row then depends on the active ones.
+ *     k <= nact      drops the row at position k; later entries move up one place, and T is
+ *                    corrected from k on by a rank-one update. p and up are not read.
+ * A failure prints, at printLevel > 0, one of the messages with "SHOULD NOT HAPPEN".
+ * Source: Gill, Golub, Murray & Saunders, Math. Comp. 28 (1974) 505-535.
+ *   nact     in/out  number of active rows
+ *   W, T     in/out  as above; when a row is dropped the later columns of W move up one place,
+ *                    the bordering one (nact+1) included
+ *   IACT     in/out  (n) active rows
+ *   XLAG     in/out  (n) multipliers
+ *   up       in      multiplier of row p
+ *   k        in      position, 1..nact + 1
+ *   failure  out     logical: breakdown; nact, IACT and XLAG are then unchanged */
 VRK_API void QPSDOA(int32_t* nact, const int32_t* n, const int32_t* m, const int32_t* m1,
                     const int32_t* nb, const int32_t* codes, const double* A, const int32_t* lda,
                     double* W, double* T, int32_t* IACT, double* XLAG, const int32_t* p,
                     const double* up, const int32_t* k, int32_t* failure);
 
+/* Factors a packed symmetric matrix as U'DU in place, without pivoting. Columns 1..k0-1 hold a
+ * factor already; k0 = n + 1 does nothing. Stops at the first pivot that is not at least zeroTol:
+ * the columns before it are factored, its own is left partly reduced.
+ *   P     in/out  packed, n(n+1)/2: matrix, then factor
+ *   n     in      order
+ *   k0    in      first column to factor, 1 for the whole matrix
+ *   fail  out     logical: not positive definite */
 VRK_API void QPSTRI(double* P, const int32_t* n, const int32_t* k0, int32_t* fail);
+
+/* Solves (U'DU) z = x. The pivots are not tested. n < 1: nothing is done.
+ *   P  in      packed factor made by QPSTRI
+ *   x  in/out  (n) right-hand side, then solution
+ *   n  in      order */
 VRK_API void QPSSOL(const double* P, double* x, const int32_t* n);
+
+/* One component of the gradient of a constraint row:
+ *     r <= meq               A(i, r)
+ *     meq < r <= meq + nb    bound row: +1, -1 or 0, by the bound codes as above
+ *     above                  -A(i, r - meq - nb + off).
+ * With meq = m and off = m1 these are QPSOLV's internal rows.
+ *   r      in   row number
+ *   i      in   component, 1..n
+ *   val    out  its value
+ *   n      in   number of variables
+ *   meq    in   number of rows ahead of the bound rows
+ *   off    in   column of A before the first negated one
+ *   nb     in   number of bound rows
+ *   A      in   (lda, .) gradients
+ *   lda    in   leading dimension of A, lda >= n
+ *   btype  in   (n) bound codes */
 VRK_API void QPSGRA(const int32_t* r, const int32_t* i, double* val, const int32_t* n,
                     const int32_t* meq, const int32_t* off, const int32_t* nb, const double* A,
                     const int32_t* lda, const int32_t* btype);
 
+/* ------------------------------------------------------------------------------------------------
+ * Sequential quadratic programming
+ *
+ * Below, M = mi + me general constraints (inequalities first), L = M + 2n, nfun = 1 + M.
+ * --------------------------------------------------------------------------------------------- */
+
+/* The iteration behind VRK_sqp, in scaled variables, with work arrays of the caller. Each
+ * iteration: gradients by differences; B updated by QHESS (set by SQPHIN in the first iteration
+ * and after a subproblem without solution); direction d by QPSOLV; convergence test; penalty
+ * weights mu := max(|lambda|, (mu + |lambda|)/2); at most 5 trials on the merit function
+ *     f + sum mu_i max(0, g_i) + sum mu_i |h_i|,
+ * each shortened by SQPPR2's parabola. Sources as given at VRK_sqp. Further scratch from the work
+ * storage: 2 nfun + 1 doubles for the gradients, and QPSOLV's.
+ *   maxIter        in      iteration limit; below 1: one evaluation, status 2
+ *   n              in      number of variables
+ *   x              in/out  (n) scaled point: start, then the last accepted one
+ *   nfun           in      number of functions
+ *   F              in/out  (nfun) function values
+ *   iobj           in      position of the objective in F
+ *   mi, ineqList   in      (mi) positions of the inequalities in F
+ *   me, eqList     in      (me) positions of the equalities in F
+ *   count          out     L
+ *   lambda         work    (L) multipliers by row: inequalities, equalities, bound rows
+ *   mu             work    (L) penalty weights; the first M are used
+ *   XLAG           work    (L) multipliers of the active rows, in IACT order
+ *   gradients      work    (n, nfun) inequalities, equalities, objective
+ *   rhs            work    (M) constraint values gathered as right-hand sides of the subproblem
+ *   B              work    (n, n) Hessian approximation of the Lagrangian
+ *   gObj           work    (n) objective gradient
+ *   d              work    (n) search direction
+ *   xSaved         work    (n) point before the line search
+ *   dLower, dUpper work    (n) limits of d: bound minus point
+ *   lagrangianOld, lagrangianNew   work  (n) Lagrangian gradients, old and new, same multipliers
+ *   dvdel, gradel  work    (n) change of the point and of the Lagrangian gradient
+ *   w1, w2, w3     work    (n) scratch of QHESS
+ *   spare1, spare2 work    (n) not assigned
+ *   IACT           work    (L) active rows of the subproblem
+ *   columnMap      work    (nfun) column in gradients by position in F
+ *   codes          work    (n) bound codes, all 1
+ *   xLower, xUpper in      (n) scaled bounds; -1 and 1 in a solve call
+ *   status         out     a VRK_SQP_ value. Storage refused for the gradients: 7, and errorFlag
+ *                          is set; for the subproblem: 6. */
 VRK_API void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* nfun,
                     double* F, const int32_t* iobj, const int32_t* mi, const int32_t* ineqList,
                     const int32_t* me, const int32_t* eqList, int32_t* count, double* lambda,
@@ -127,8 +541,34 @@ VRK_API void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const i
                     double* w1, double* w2, double* w3, double* spare1, double* spare2,
                     int32_t* IACT, int32_t* columnMap, int32_t* codes, const double* xLower,
                     const double* xUpper, int32_t* status);
+
+/* Lowest point of the parabola through (a1, f1) with slope g1 there and through (a2, f2):
+ *     c = (f2 - f1 + (a1 - a2) g1) / ((a1 - 2 a2) a1 + a2 a2),
+ *     astar = min(a2, max(0, a1 - g1 / (2c))),   0 unless |c| > zeroTol.
+ *   a1, f1, g1  in   abscissa, value and slope
+ *   a2, f2      in   abscissa and value
+ *   astar       out  abscissa of the vertex, held in 0..a2 */
 VRK_API void SQPPR2(const double* a1, const double* a2, const double* f1, const double* f2,
                     const double* g1, double* astar);
+
+/* SQPALG with every work array from the work storage. Here the first group are the equalities, the
+ * second the inequalities; SQPALG gets them the other way round. With me = m1, mi = m2 it takes
+ *     doubles   D = 1 + 3L + n nfun + M + n^2 + 14n
+ *     integers  I = 1 + L + nfun + n
+ * and SQPALG and QPSOLV their scratch above that. A refusal prints its message at every print
+ * level and sets status 7, not errorFlag; nothing is evaluated. After a refusal for doubles
+ * intStorageUsed holds the total D that was needed until VRK_setDefaults; a refusal for integers
+ * leaves both marks as they were.
+ *   maxIter         in      iteration limit
+ *   n               in      number of variables
+ *   x               in/out  (n) scaled point
+ *   xLower, xUpper  in      (n) scaled bounds
+ *   nfun            in      number of functions
+ *   F               in/out  (nfun) function values
+ *   iobj            in      position of the objective in F
+ *   m1, list1       in      (m1) positions of the equalities in F
+ *   m2, list2       in      (m2) positions of the inequalities in F
+ *   status          out     a VRK_SQP_ value */
 VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
                     const double* xUpper, const int32_t* nfun, double* F, const int32_t* iobj,
                     const int32_t* m1, const int32_t* list1, const int32_t* m2,

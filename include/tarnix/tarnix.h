@@ -1,9 +1,44 @@
-/* tarnix: constrained optimization of small design problems. Entry points for host programs. */
+/* tarnix: constrained optimization of small design problems. Entry points for host programs.
+ *
+ *     minimize    f(x)                    n <= 100 variables
+ *     subject to  h_i(x)  = 0             m1 equality constraints
+ *                 g_i(x) <= 0             m2 inequality constraints
+ *                 lower <= x <= upper
+ *
+ * A host calls VRK_setDefaults once, then any setters, a solve call, then the getters. Further
+ * solves may follow; settings and counters persist until they are changed.
+ *
+ * Units. The host sees physical values only. Inside, every variable is scaled so that its bounds
+ * become -1 and 1; the perturbation of the differences is an absolute step in these units, and
+ * so are the gradients, the Hessian and the multipliers of the trace. Bounds therefore have to be
+ * finite, with lower < upper: equal bounds divide by zero. Choose bounds that enclose the design
+ * sensibly, for they are the scale of the problem.
+ *
+ * Scale the functions. Tests on pivots, curvatures and step lengths compare with the absolute
+ * tolerance zeroTol = 1e-7, and convergence is judged with the absolute convTol. Divide each
+ * function by a typical magnitude, so that values, and changes across the box, are of order 1 to
+ * 1000. With an objective whose Hessian in scaled variables exceeds about 1e7, the curvature
+ * 1/Hessian of a single bound row falls below zeroTol: the subproblem then looks infeasible
+ * (status 4), although a feasible point exists.
+ *
+ * Threads. One solve at a time in one process: all state is library-wide and unlocked. The
+ * callback runs on the caller's thread, inside the solve call, and must not start another solve.
+ * VRK_set_stop alone may be called from another thread; any setter may be called from the
+ * callback and takes effect when the setting is next read.
+ *
+ * Exceptions thrown by a C++ callback pass through the solve call to its caller: work storage and
+ * memory are given back, x and f are left with some intermediate content. Leaving the callback by
+ * longjmp is not supported.
+ *
+ * Errors. A solve that runs out of work storage or memory returns 7 (SQP) or 11 (GRG). The flag
+ * and marks behind that may stay set, so that later solves return the same whatever they find:
+ * call VRK_setDefaults, which clears them, before the next one. */
 #ifndef TARNIX_TARNIX_H
 #define TARNIX_TARNIX_H
 
 #include <stdint.h>
 
+/* Exported symbol of the shared library. */
 #if defined(__GNUC__) || defined(__clang__)
 #define VRK_API __attribute__((visibility("default")))
 #else
@@ -20,52 +55,156 @@ extern "C" {
 #endif
 
 enum {
-  VRK_MAX_VARIABLES = 100
+  VRK_MAX_VARIABLES = 100 /* largest n of a solve call */
 };
 
-enum {
-  VRK_SQP_CONVERGED = 1,
-  VRK_SQP_ITERATION_LIMIT = 2,
-  VRK_SQP_NO_QP_SOLUTION = 4,
-  VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE = 5,
-  VRK_SQP_QP_FAILURE = 6,
-  VRK_SQP_STORAGE = 7,
-  VRK_SQP_STOPPED = 8,
-  VRK_SQP_MERIT_NOT_CHANGING = 9
-};
-
-enum {
-  VRK_GRG_CONVERGED = 1,
-  VRK_GRG_MINIMUM_STEP = 2,
-  VRK_GRG_OBJECTIVE_NOT_CHANGING = 3,
-  VRK_GRG_NO_FEASIBLE_POINT = 4,
-  VRK_GRG_INFEASIBILITY_NOT_CHANGING = 5,
-  VRK_GRG_ITERATION_LIMIT = 6,
-  VRK_GRG_NO_QP_SOLUTION = 8,
-  VRK_GRG_QP_FAILURE = 10,
-  VRK_GRG_STORAGE = 11,
-  VRK_GRG_STOPPED = 12
-};
-
+/* Returned by either method: n exceeds VRK_MAX_VARIABLES. Nothing was stored, evaluated or
+ * changed. */
 enum {
   VRK_TOO_MANY_VARIABLES = 99
 };
 
+/* What VRK_sqp returns. A constraint counts as satisfied when h is within convTol of 0, and g at
+ * most convTol. */
+enum {
+  /* Constraints satisfied, and the objective's slope along the search direction is at least
+   * -convTol: no noticeable decrease is left. */
+  VRK_SQP_CONVERGED = 1,
+  /* maxIter iterations were done without convergence. */
+  VRK_SQP_ITERATION_LIMIT = 2,
+  /* The quadratic subproblem has no solution, even with its constraint rows left out. Scale the
+   * objective, or start elsewhere. */
+  VRK_SQP_NO_QP_SOLUTION = 4,
+  /* The Hessian approximation is not positive definite, even after a reset. Function values that
+   * are not finite are the usual cause. */
+  VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE = 5,
+  /* The subproblem's solver broke down, or found too little work storage. */
+  VRK_SQP_QP_FAILURE = 6,
+  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults
+   * before the next solve. */
+  VRK_SQP_STORAGE = 7,
+  /* Ended by VRK_set_stop; x is the last accepted point. */
+  VRK_SQP_STOPPED = 8,
+  /* The merit function (objective plus weighted constraint violations) stayed within convTol of
+   * its two previous values. The point may violate constraints: look at f. */
+  VRK_SQP_MERIT_NOT_CHANGING = 9
+};
+
+/* What the reduced gradient method returns. The values 7 and 9 are used inside it and never
+ * leave. */
+enum {
+  /* Feasible, and the directional derivative is below convTol in size. */
+  VRK_GRG_CONVERGED = 1,
+  /* Feasible, and the line search has reached its smallest step. */
+  VRK_GRG_MINIMUM_STEP = 2,
+  /* Feasible, and the objective changed by at most convTol in each of two successive
+   * iterations. */
+  VRK_GRG_OBJECTIVE_NOT_CHANGING = 3,
+  /* No feasible point found: the violated constraint that is being reduced has no descent left,
+   * or its line search has reached the smallest step. */
+  VRK_GRG_NO_FEASIBLE_POINT = 4,
+  /* No feasible point found: the violated constraint that is being reduced changed by at most
+   * convTol in each of two successive iterations. */
+  VRK_GRG_INFEASIBILITY_NOT_CHANGING = 5,
+  /* maxIter iterations were done. */
+  VRK_GRG_ITERATION_LIMIT = 6,
+  /* The quadratic subproblem has no solution. */
+  VRK_GRG_NO_QP_SOLUTION = 8,
+  /* The subproblem's solver broke down, or found too little work storage. */
+  VRK_GRG_QP_FAILURE = 10,
+  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults
+   * before the next solve. */
+  VRK_GRG_STORAGE = 11,
+  /* Ended by VRK_set_stop. */
+  VRK_GRG_STOPPED = 12
+};
+
+/* Analysis callback of the host: evaluates all functions at one design.
+ *   user          in   the pointer given to the solve call
+ *   x             in   (n) design, physical units; it may lie outside its bounds by the
+ *                      difference step, see VRK_set_diffPert. The library goes on with what
+ *                      stands here afterwards, so leave it unchanged.
+ *   objective     out  the objective value
+ *   equalities    out  (m1) values h, satisfied at 0
+ *   inequalities  out  (m2) values g, satisfied when at most 0
+ * Every value must be written at every call; one that is not keeps its previous content. Values
+ * are not checked: NaN and infinities spoil the result, never memory. */
 typedef void (*VRK_analysis)(void* user, double* x, double* objective, double* equalities,
                              double* inequalities);
 
+/* Stores the default of every setting, and clears the counters, the error flag, the stop request
+ * and the work storage. Returns 0. Call it before the first solve, for all settings are zero until
+ * then, and after a solve that returned 7 (SQP) or 11 (GRG). */
 VRK_API int32_t VRK_setDefaults(void);
+
+/* The setters store their argument as given; no value is refused. */
+
+/* Stop request: with the value 1 a solve ends at the top of its next iteration. Other values have
+ * no effect. The request stays until another value, or VRK_setDefaults, clears it. May be called
+ * from any thread. Default 0. */
 VRK_API void VRK_set_stop(int32_t value);
+
+/* Print level of the trace, written to the C library's stdout: 0 nothing, 1 error and warning
+ * messages and iteration headers, 2 also the notices and figures of each iteration, 3 also vectors
+ * and matrices. The storage messages of the SQP front end and of the subproblem's solver appear at
+ * every level. Default 0. */
 VRK_API void VRK_set_print(int32_t level);
+
+/* Difference scheme of the gradients: 1 forward (n evaluations per gradient), any other value
+ * central (2n evaluations). Default 1. */
 VRK_API void VRK_set_diffMeth(int32_t method);
+
+/* Difference step, absolute and in scaled variables: the physical step of variable i is
+ * pert * (upper[i] - lower[i]) / 2. The perturbed point is not clipped to the bounds, so the
+ * callback is called up to one such step outside. Default 1e-4. */
 VRK_API void VRK_set_diffPert(double pert);
+
+/* Convergence tolerance of both methods, absolute, in units of the functions. Default 1e-3. */
 VRK_API void VRK_set_convTol(double tol);
+
+/* Number of the last iteration begun; a solve that begins none leaves it as it was. */
 VRK_API int32_t VRK_get_nIter(void);
+
+/* Number of evaluations (calls of the callback) since VRK_setDefaults, over all solves. */
 VRK_API int32_t VRK_get_nFunEval(void);
 
+/* Sequential quadratic programming: each iteration minimizes a quadratic model of the Lagrangian
+ * under the linearized constraints and the bounds, then searches along the step with the exact
+ * penalty merit function  f + sum mu_i |h_i| + sum mu_i max(0, g_i).
+ * Sources: Han, J. Optim. Theory Appl. 22 (1977) 297-309; Powell, Lecture Notes in Mathematics
+ * 630 (1978) 144-157.
+ *   maxIter  in      iteration limit; below 1 the start is evaluated once and 2 returned
+ *   n        in      number of variables, at most VRK_MAX_VARIABLES
+ *   x        in/out  (n) starting point, which may violate constraints; final point.
+ *                    Physical units. Scaled in place during the solve.
+ *   lower    in      (n) lower bounds, physical units
+ *   upper    in      (n) upper bounds, physical units, lower < upper
+ *   m1       in      number of equality constraints
+ *   m2       in      number of inequality constraints
+ *   cb       in      analysis callback; null makes every evaluation leave f as it is
+ *   user     in      passed to the callback, may be null
+ *   f        in/out  (1 + m1 + m2) function values: objective, equalities, inequalities. The
+ *                    callback writes straight into it; on return the values at the final x,
+ *                    or as passed in when nothing was evaluated.
+ * Returns one of the VRK_SQP_ values or VRK_TOO_MANY_VARIABLES.
+ *
+ * An iteration takes n or 2n evaluations for the gradients and at most 6 for the line search.
+ *
+ * Work storage is a fixed pool of 40000 doubles and 5000 integers by default. A solve takes, with
+ * nfun = 1 + m1 + m2 and L = m1 + m2 + 2n,
+ *     doubles   D = 1 + 3L + n nfun + (m1 + m2) + n^2 + 14n,
+ *               and above them  max(1 + 2 nfun, 2n^2 + 5n + 2 m1 + m2)
+ *     integers  I = 1 + L + nfun + n.
+ * At n = 100 the defaults hold up to 70 inequalities, without equalities. Too small a pool is
+ * refused with status 7 before the first evaluation when D or I exceeds it; a pool that holds D
+ * but not the rest ends the solve with 7 (gradients) or 6 (subproblem). A host with more
+ * constraints raises the capacities in VRK_settings after VRK_setDefaults, see routines.h. */
 VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
                         double* f);
+
+/* The generalized reduced gradient method's solve call has its place here, with the same ten
+ * arguments; this version does not provide it. */
 
 #ifdef __cplusplus
 }
