@@ -1,0 +1,104 @@
+# Sourced by ./run and ./check from the repository's root: sees that the machine has what a build
+# needs, and knows how a preset is configured and built.
+
+say() { printf '== %s\n' "$*"; }
+die() {
+  printf 'error: %s\n' "$*" >&2
+  exit 1
+}
+
+# --- What is on the machine ------------------------------------------------------------------
+have() { command -v "$1" >/dev/null 2>&1; }
+has_header() { have g++ && g++ -E -x c++ - <<<"#include <$1>" >/dev/null 2>&1; }
+has_sanitizers() { # clang's run time is a package of its own
+  local program
+  program=$(mktemp) || return 1
+  "$1" -fsanitize=address,undefined -x c++ - -o "$program" <<<'int main() {}' >/dev/null 2>&1
+  local status=$?
+  rm -f "$program"
+  return $status
+}
+has_cmake() { # 3.22 is the oldest that the build files accept
+  local version
+  have cmake && have ctest && version=$(cmake --version | awk 'NR == 1 { print $3 }') &&
+    printf '%s\n' 3.22 "$version" | sort --check=quiet --version-sort
+}
+has_builder() { have ninja || have make; }
+
+needs=() # each "required|optional", Debian package, probe with its arguments
+need() { needs+=("$*"); }
+
+need_compilers() { # for the preset $1
+  case $1 in
+    *clang)
+      need required clang have clang
+      need required clang have clang++
+      ;;
+    *)
+      need required gcc have gcc
+      need required g++ have g++
+      ;;
+  esac
+  case $1 in
+    dev) need required g++ has_sanitizers g++ ;;
+    dev-clang) need required libclang-rt-dev has_sanitizers clang++ ;;
+  esac
+}
+
+# Packages of the kind $1 whose probe fails.
+missing() {
+  local entry kind package probe
+  for entry in "${needs[@]}"; do
+    read -r kind package probe <<<"$entry"
+    # shellcheck disable=SC2086 # the probe and its arguments are words
+    if [[ $kind == "$1" ]] && ! $probe; then echo "$package"; fi
+  done | sort -u | paste -sd ' '
+}
+
+# Installs what is missing when it may, else says how. Ends the script when a required package
+# stays away; goes on without an optional one.
+install_missing() {
+  local required optional root=()
+  required=$(missing required)
+  optional=$(missing optional)
+  [[ -n $required$optional ]] || return 0
+
+  local install="apt-get install -y --no-install-recommends ${required:+$required }$optional"
+  if [[ $(id -u) != 0 ]]; then root=(sudo -n); fi
+  if have apt-get && { [[ ${#root[@]} == 0 ]] || { have sudo && sudo -n true 2>/dev/null; }; }; then
+    say "installing: ${required:+$required }$optional"
+    local apt=("${root[@]}" env DEBIAN_FRONTEND=noninteractive
+      apt-get -q -o DPkg::Lock::Timeout=300)
+    "${apt[@]}" update </dev/null || true # an old list may do
+    # shellcheck disable=SC2086 # package names are words
+    "${apt[@]}" install -y --no-install-recommends $required $optional </dev/null ||
+      [[ -z $required ]] || "${apt[@]}" install -y --no-install-recommends $required </dev/null ||
+      true
+    hash -r
+    required=$(missing required)
+    optional=$(missing optional)
+  else
+    say "missing and not installed, for that needs root or sudo without a password. To install:"
+    echo "apt-get update && $install"
+  fi
+
+  if [[ -n $required ]]; then die "cannot go on without: $required"; fi
+  if [[ -n $optional ]]; then say "going on without: $optional"; fi
+}
+
+need required cmake has_cmake
+need required ninja-build has_builder
+
+# --- Building --------------------------------------------------------------------------------
+jobs() { nproc 2>/dev/null || echo 2; }
+
+configure() { # PRESET
+  if [[ -z ${CMAKE_GENERATOR-} ]] && have ninja; then export CMAKE_GENERATOR=Ninja; fi
+  cmake --preset "$1"
+}
+
+build() { # PRESET [TARGET...]
+  local preset=$1
+  shift
+  cmake --build --preset "$preset" --parallel "$(jobs)" ${1:+--target "$@"}
+}
