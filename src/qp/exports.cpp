@@ -1,0 +1,157 @@
+#include <tarnix/routines.h>
+
+#include "api/settings.h"
+#include "api/work_storage.h"
+#include "qp/active_set.h"
+#include "qp/curvature.h"
+#include "qp/lagrangian.h"
+#include "qp/packed_factor.h"
+#include "qp/qp_solver.h"
+#include "trace/trace.h"
+
+using namespace tarnix;
+
+namespace {
+
+QpRows rowsOf(int n, int m, int m1, int nb, const double* A, int lda, const double* b,
+              const int32_t* codes, const double* dl, const double* du) {
+  return {n, m, m1, {A, lda, n, m}, b, dl, du, solverRows(n, m, m1, nb, codes)};
+}
+
+// The steps only read an active set that the caller holds as constants.
+ActiveSet activeSet(int n, const int32_t* IACT, const int32_t* nact, double* XLAG, double* W,
+                    double* T) {
+  return {n, {const_cast<int32_t*>(IACT), const_cast<int32_t&>(*nact)}, XLAG, {W, n, n, n}, {T, n}};
+}
+
+}  // namespace
+
+extern "C" {
+
+void QLAG(const int32_t* n, const int32_t* m1, const int32_t* map1, const int32_t* m2,
+          const int32_t* map2, const int32_t* colidx, const int32_t* act, const int32_t* nact,
+          double* mult, const double* g, const double* J, double* gl, int32_t* ierr) {
+  *ierr = lagrangianGradient(*n, {{map1, *m1}, {map2, *m2}, colidx, {act, *nact}, mult}, g, J, gl);
+}
+
+void QHESS(const int32_t* n, const double* s, const double* y, double* H, int32_t* updated,
+           double* w1, double* w2, double* w3) {
+  *updated = logicalFalse;
+  const bool changed =
+      dampedUpdate({s, *n}, {y, *n}, {H, *n, *n, *n}, {{w1, *n}, {w2, *n}, {w3, *n}});
+  *updated = toLogical(changed);
+}
+
+void GRSHES(const int32_t* n, const double* s, const double* y, double* H, int32_t* updated) {
+  WorkFrame frame;
+  if (!frame.reserve(1 + 3 * cellCount(*n))) return trace::doubleStorageExceeded(frame.needed());
+  double* w1 = frame.carve(*n);
+  double* w2 = frame.carve(*n);
+  double* w3 = frame.carve(*n);
+  QHESS(n, s, y, H, updated, w1, w2, w3);
+}
+
+void SQPHIN(const int32_t* n, const double* g, double* H) {
+  setScaledIdentity(initialCurvature({g, *n}), {H, *n, *n, *n});
+}
+
+void GRGHIN(const int32_t* n, const double* d, double* H) {
+  setScaledIdentity(*d, {H, *n, *n, *n});
+}
+
+void GRGBUP(const int32_t* ld, const int32_t* m, double* B, const double* a, const double* b,
+            double* u, double* w) {
+  updateInverse({B, *ld, *m, *m}, {a, *m}, {b, *m}, {u, *m}, {w, *m});
+}
+
+void GRSBUP(const int32_t* ld, const int32_t* m, double* B, const double* a, const double* b) {
+  WorkFrame frame;
+  if (!frame.reserve(1 + 2 * cellCount(*m))) return trace::doubleStorageExceeded(frame.needed());
+  double* u = frame.carve(*m);
+  double* w = frame.carve(*m);
+  GRGBUP(ld, m, B, a, b, u, w);
+}
+
+void QPSOLV(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
+            const int32_t* lda, const double* b, const double* H, const int32_t* ldh,
+            const double* g, const int32_t* codes, const double* dl, const double* du, double* d,
+            double* XLAG, int32_t* IACT, int32_t* nact, int32_t* noSolution, int32_t* notPosDef,
+            int32_t* failure) {
+  *noSolution = *notPosDef = *failure = logicalFalse;
+  const QpProblem problem{*n,  *m, *m1,   {A, *lda, *n, *m}, b, {H, *ldh, *n, *n},
+                          g, codes, dl, du};
+  switch (solveQp(problem, {d, XLAG, IACT, *nact})) {
+    case QpEnd::solved: break;
+    case QpEnd::noSolution: *noSolution = logicalTrue; break;
+    case QpEnd::notPositiveDefinite: *notPosDef = logicalTrue; break;
+    case QpEnd::failure: *failure = logicalTrue; break;
+  }
+}
+
+void QPSINI(const int32_t* n, const double* H, const int32_t* ldh, const double* g, double* P,
+            double* d, int32_t* notPosDef) {
+  *notPosDef = toLogical(!unconstrainedMinimizer(*n, {H, *ldh, *n, *n}, g, {P, *n}, d));
+}
+
+void QPSCON(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
+            const int32_t* lda, const double* b, const int32_t* codes, const int32_t* nb,
+            const double* dl, const double* du, const double* d, double* res) {
+  residuals(rowsOf(*n, *m, *m1, *nb, A, *lda, b, codes, dl, du), d, res);
+}
+
+void QPSVIO(const int32_t* m, const int32_t* m1, const int32_t* nb, const double* res,
+            const int32_t* nact, const int32_t* IACT, int32_t* p) {
+  *p = mostViolated(*m, *m1, *nb, res, activeSet(0, IACT, nact, nullptr, nullptr, nullptr).rows);
+}
+
+void QPSDIR(const int32_t* p, const int32_t* n, const int32_t* m, const int32_t* m1,
+            const int32_t* nb, const double* A, const int32_t* lda, const int32_t* codes,
+            const double* P, double* W, const int32_t* nact, const int32_t* IACT, double* T,
+            double* r, double* z) {
+  directions(rowsOf(*n, *m, *m1, *nb, A, *lda, nullptr, codes, nullptr, nullptr), *p, {P, *n},
+             activeSet(*n, IACT, nact, nullptr, W, T), false, r, z);
+}
+
+void QPSLEN(const int32_t* /*n*/, const int32_t* nact, const double* XLAG, const double* r,
+            const double* q, const double* curvature, const double* s, double* t, int32_t* kind,
+            int32_t* k) {
+  const StepLength step = stepLength(*nact, XLAG, r, *q, *curvature, *s);
+  *t = step.t;
+  *kind = static_cast<int32_t>(step.kind);
+  *k = step.index;
+}
+
+void QPSSTP(const int32_t* n, const double* t, const double* z, double* d, const int32_t* nact,
+            const double* r, double* XLAG, double* up) {
+  takeStep(*n, *t, z, d, *nact, r, XLAG, *up);
+}
+
+void QPSDOA(int32_t* nact, const int32_t* n, const int32_t* m, const int32_t* m1,
+            const int32_t* nb, const int32_t* codes, const double* A, const int32_t* lda,
+            double* W, double* T, int32_t* IACT, double* XLAG, const int32_t* p, const double* up,
+            const int32_t* k, int32_t* failure) {
+  *failure = logicalFalse;
+  ActiveSet active = activeSet(*n, IACT, nact, XLAG, W, T);
+  if (*k <= *nact) return dropRow(active, *k);
+  if (!active.full())
+    borderFactor(rowsOf(*n, *m, *m1, *nb, A, *lda, nullptr, codes, nullptr, nullptr), *p, active);
+  *failure = toLogical(!addRow(active, *p, *up));
+}
+
+void QPSTRI(double* P, const int32_t* n, const int32_t* k0, int32_t* fail) {
+  *fail = toLogical(!factorColumns({P, *n}, *n, *k0));
+}
+
+void QPSSOL(const double* P, double* x, const int32_t* n) { solveFactored({P, *n}, x, *n); }
+
+void QPSGRA(const int32_t* r, const int32_t* i, double* val, const int32_t* n, const int32_t* meq,
+            const int32_t* off, const int32_t* nb, const double* A, const int32_t* lda,
+            const int32_t* btype) {
+  const Row row = RowNumbering{*meq, *nb, *off, *n, btype, false}(*r);
+  if (row.kind == Row::Kind::general)
+    *val = row.sign * A[static_cast<std::ptrdiff_t>(row.index - 1) * *lda + (*i - 1)];
+  else
+    *val = row.kind == Row::Kind::bound && row.index == *i ? row.sign : 0.0;
+}
+
+}  // extern "C"

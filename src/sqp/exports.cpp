@@ -1,0 +1,74 @@
+#include <tarnix/routines.h>
+
+#include "api/settings.h"
+#include "sqp/front_end.h"
+#include "sqp/merit.h"
+
+using namespace tarnix;
+
+extern "C" {
+
+void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* nfun, double* F,
+            const int32_t* iobj, const int32_t* mi, const int32_t* ineqList, const int32_t* me,
+            const int32_t* eqList, int32_t* count, double* lambda, double* mu, double* XLAG,
+            double* gradients, double* rhs, double* B, double* gObj, double* d, double* xSaved,
+            double* dLower, double* dUpper, double* lagrangianOld, double* lagrangianNew,
+            double* dvdel, double* gradel, double* w1, double* w2, double* w3, double* /*spare1*/,
+            double* /*spare2*/, int32_t* IACT, int32_t* columnMap, int32_t* codes,
+            const double* xLower, const double* xUpper, int32_t* status) {
+  const SqpProblem problem{.n = *n,
+                           .x = x,
+                           .nfun = *nfun,
+                           .f = F,
+                           .objective = *iobj,
+                           .inequalities = {ineqList, *mi},
+                           .equalities = {eqList, *me},
+                           .lower = xLower,
+                           .upper = xUpper};
+  const SqpArrays arrays{.lambda = lambda,
+                         .weight = mu,
+                         .activeLambda = XLAG,
+                         .G = gradients,
+                         .rhs = rhs,
+                         .B = B,
+                         .gObj = gObj,
+                         .d = d,
+                         .xSaved = xSaved,
+                         .dLower = dLower,
+                         .dUpper = dUpper,
+                         .lagrangianOld = lagrangianOld,
+                         .lagrangianNew = lagrangianNew,
+                         .dvdel = dvdel,
+                         .gradel = gradel,
+                         .w1 = w1,
+                         .w2 = w2,
+                         .w3 = w3,
+                         .active = IACT,
+                         .column = columnMap,
+                         .codes = codes};
+  *count = problem.multipliers();
+  *status = static_cast<int32_t>(runSqp(*maxIter, problem, arrays));
+}
+
+void SQPPR2(const double* a1, const double* a2, const double* f1, const double* f2,
+            const double* g1, double* astar) {
+  *astar = parabolaStep(*a1, *a2, *f1, *f2, *g1);
+}
+
+void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
+            const double* xUpper, const int32_t* nfun, double* F, const int32_t* iobj,
+            const int32_t* m1, const int32_t* list1, const int32_t* m2, const int32_t* list2,
+            int32_t* status) {
+  // The second group goes ahead of the first: inequalities first inside the iteration.
+  *status = solveSqp(*maxIter, {.n = *n,
+                                .x = x,
+                                .nfun = *nfun,
+                                .f = F,
+                                .objective = *iobj,
+                                .inequalities = {list2, *m2},
+                                .equalities = {list1, *m1},
+                                .lower = xLower,
+                                .upper = xUpper});
+}
+
+}  // extern "C"

@@ -1,0 +1,11 @@
+#pragma once
+// The SQP iteration over the static work storage.
+
+#include "sqp/sqp_iteration.h"
+
+namespace tarnix {
+
+// Its status for the caller, 7 when the storage is too small.
+int32_t solveSqp(int maxIter, const SqpProblem& problem);
+
+}  // namespace tarnix
