@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by ./run and ./check from the repository's root: sees that the machine has what a build
 # needs, and knows how a preset is configured and built.
 
