@@ -79,7 +79,7 @@ install_missing() {
     required=$(missing required)
     optional=$(missing optional)
   else
-    say "missing and not installed, for that needs root or sudo without a password. To install:"
+    say "missing; installing needs root, or sudo without a password. The line to type then:"
     echo "apt-get update && $install"
   fi
 

@@ -23,7 +23,8 @@ grep -F "tarnix_DIR:PATH=$prefix/$LIBDIR/cmake/tarnix" "$work/cmake/CMakeCache.t
 echo "== pkg-config"
 command -v pkg-config >/dev/null || { echo "pkg-config not found"; exit 1; }
 export PKG_CONFIG_PATH=$prefix/$LIBDIR/pkgconfig
-eval "flags=($(pkg-config --cflags --libs tarnix))" # blanks in paths come with a backslash
+flags=()
+eval "flags+=($(pkg-config --cflags --libs tarnix))" # blanks in paths come with a backslash
 echo "$(pkg-config --modversion tarnix): ${flags[*]}"
 "$CC" -std=c11 "$source_dir/main.c" -o "$work/main" "${flags[@]}" -lm
 LD_LIBRARY_PATH=$prefix/$LIBDIR "$work/main"
