@@ -93,9 +93,9 @@ need required ninja-build has_builder
 # --- Building --------------------------------------------------------------------------------
 jobs() { nproc 2>/dev/null || echo 2; }
 
-configure() { # PRESET
+configure() { # PRESET [options of cmake]
   if [[ -z ${CMAKE_GENERATOR-} ]] && have ninja; then export CMAKE_GENERATOR=Ninja; fi
-  cmake --preset "$1"
+  cmake --preset "$@"
 }
 
 build() { # PRESET [TARGET...]
