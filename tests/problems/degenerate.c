@@ -77,6 +77,7 @@ static EVALUATION(waechterBiegler) {
 
 #define BOOK "Hock & Schittkowski 1981, problem "
 
+/* clang-format off */
 static const Problem table[] = {
     {.name = "HS13", .source = BOOK "13; start moved into the box",
      .n = 2, .nEq = 0, .nIneq = 1, .evaluate = hs13,
@@ -128,5 +129,6 @@ static const Problem table[] = {
      .start = VALUES(-2, 3, 1), .lower = VALUES(-10, 0, 0), .upper = allTen,
      .best = VALUES(1, 0, 0.5), .fBest = 1},
 };
+/* clang-format on */
 
 const ProblemFamily degenerateFamily = FAMILY(table);

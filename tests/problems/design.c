@@ -75,8 +75,8 @@ static EVALUATION(spring) {
   const double d = x[0], coil = x[1], turns = x[2];
   *f = 1000 * (turns + 2) * coil * sq(d);
   ineq[0] = 1 - cube(coil) * turns / (71785 * sq(sq(d)));
-  ineq[1] = (4 * sq(coil) - d * coil) / (12566 * (coil * cube(d) - sq(sq(d)))) +
-            1 / (5108 * sq(d)) - 1;
+  ineq[1] =
+      (4 * sq(coil) - d * coil) / (12566 * (coil * cube(d) - sq(sq(d)))) + 1 / (5108 * sq(d)) - 1;
   ineq[2] = 1 - 140.45 * d / (sq(coil) * turns);
   ineq[3] = (d + coil) / 1.5 - 1;
 }
@@ -124,8 +124,10 @@ static EVALUATION(iBeam) {
   *f = 1000 * 5000 /
        (web * cube(clear) / 12 + b * cube(flange) / 6 + 2 * b * flange * sq((h - flange) / 2));
   ineq[0] = (2 * b * flange + web * clear) / 300 - 1;
-  ineq[1] = (18e4 * h / (web * cube(clear) + 2 * b * flange * (4 * sq(flange) + 3 * h * clear)) +
-             15e3 * b / (clear * cube(web) + 2 * flange * cube(b))) / 6 - 1;
+  const double stress =
+      18e4 * h / (web * cube(clear) + 2 * b * flange * (4 * sq(flange) + 3 * h * clear)) +
+      15e3 * b / (clear * cube(web) + 2 * flange * cube(b));
+  ineq[1] = stress / 6 - 1;
 }
 
 /* Corrugated bulkhead of a tanker: width, depth, length and thickness of the plates. */
@@ -144,8 +146,7 @@ static EVALUATION(bulkhead) {
 /* ---- machines and plants ---- */
 
 static EVALUATION(speedReducer) {
-  const double face = x[0], module = x[1], teeth = x[2], l1 = x[3], l2 = x[4], d1 = x[5],
-               d2 = x[6];
+  const double face = x[0], module = x[1], teeth = x[2], l1 = x[3], l2 = x[4], d1 = x[5], d2 = x[6];
   *f = 0.7854 * face * sq(module) * (3.3333 * sq(teeth) + 14.9334 * teeth - 43.0934) -
        1.508 * face * (sq(d1) + sq(d2)) + 7.4777 * (cube(d1) + cube(d2)) +
        0.7854 * (l1 * sq(d1) + l2 * sq(d2));
@@ -252,9 +253,14 @@ static void tenBarTruss(const double* area, double upper, double lower, double* 
   for (int node = 0; node < 4; ++node) ineq[2 * trussBars + node] = -u[2 * node + 1] / 2 - 1;
 }
 
-static EVALUATION(tenBarTruss1) { tenBarTruss(x, 0, 100, f, ineq); }
-static EVALUATION(tenBarTruss2) { tenBarTruss(x, 50, 150, f, ineq); }
+static EVALUATION(tenBarTruss1) {
+  tenBarTruss(x, 0, 100, f, ineq);
+}
+static EVALUATION(tenBarTruss2) {
+  tenBarTruss(x, 50, 150, f, ineq);
+}
 
+/* clang-format off */
 static const Problem table[] = {
     {.name = "welded_beam", .source = "Ragsdell & Phillips 1976, in the form of Coello 2000",
      .n = 4, .nEq = 0, .nIneq = 7, .evaluate = weldedBeam,
@@ -361,5 +367,6 @@ static const Problem table[] = {
                     0.1),
      .fBest = 4676.922703988737},
 };
+/* clang-format on */
 
 const ProblemFamily designFamily = FAMILY(table);

@@ -6,7 +6,7 @@
 
 /* The head of an evaluation; most problems leave one of its arguments alone. */
 #define UNUSED __attribute__((unused))
-#define EVALUATION(name)                                                        \
+#define EVALUATION(name)                                                              \
   void name(UNUSED void* user, UNUSED double* x, UNUSED double* f, UNUSED double* eq, \
             UNUSED double* ineq)
 
@@ -21,15 +21,20 @@ typedef struct ProblemFamily {
   const Problem* problems;
   int count;
 } ProblemFamily;
-#define FAMILY(table) {table, (int)(sizeof(table) / sizeof((table)[0]))}
+#define FAMILY(table) \
+  { table, (int)(sizeof(table) / sizeof((table)[0])) }
 
 extern const ProblemFamily hockSchittkowskiFamily, designFamily, scalableFamily, degenerateFamily;
 
 /* 100 equal values each. */
 extern const double allZero[100], allOne[100], allTen[100], allMinusTen[100];
 
-static inline double sq(double a) { return a * a; }
-static inline double cube(double a) { return a * a * a; }
+static inline double sq(double a) {
+  return a * a;
+}
+static inline double cube(double a) {
+  return a * a * a;
+}
 
 /* Problems that other families vary. */
 EVALUATION(hs14);

@@ -182,8 +182,7 @@ static EVALUATION(hs42) {
 
 /* The problem of Rosen and Suzuki. */
 EVALUATION(hs43) {
-  *f = sq(x[0]) + sq(x[1]) + 2 * sq(x[2]) + sq(x[3]) - 5 * x[0] - 5 * x[1] - 21 * x[2] +
-       7 * x[3];
+  *f = sq(x[0]) + sq(x[1]) + 2 * sq(x[2]) + sq(x[3]) - 5 * x[0] - 5 * x[1] - 21 * x[2] + 7 * x[3];
   ineq[0] = sq(x[0]) + sq(x[1]) + sq(x[2]) + sq(x[3]) + x[0] - x[1] + x[2] - x[3] - 8;
   ineq[1] = sq(x[0]) + 2 * sq(x[1]) + sq(x[2]) + 2 * sq(x[3]) - x[0] - x[3] - 10;
   ineq[2] = 2 * sq(x[0]) + sq(x[1]) + sq(x[2]) + 2 * x[0] - x[1] - x[3] - 5;
@@ -213,8 +212,8 @@ static EVALUATION(hs73) {
   *f = 24.55 * x[0] + 26.75 * x[1] + 39 * x[2] + 40.5 * x[3];
   eq[0] = x[0] + x[1] + x[2] + x[3] - 1;
   ineq[0] = 5 - 2.3 * x[0] - 5.6 * x[1] - 11.1 * x[2] - 1.3 * x[3];
-  ineq[1] = 21 + 1.645 * sqrt(0.28 * sq(x[0]) + 0.19 * sq(x[1]) + 20.5 * sq(x[2]) +
-                              0.62 * sq(x[3])) -
+  ineq[1] = 21 +
+            1.645 * sqrt(0.28 * sq(x[0]) + 0.19 * sq(x[1]) + 20.5 * sq(x[2]) + 0.62 * sq(x[3])) -
             12 * x[0] - 11.9 * x[1] - 41.8 * x[2] - 52.1 * x[3];
 }
 
@@ -254,8 +253,7 @@ static EVALUATION(hs78) {
 }
 
 static EVALUATION(hs79) {
-  *f = sq(x[0] - 1) + sq(x[0] - x[1]) + sq(x[1] - x[2]) + sq(sq(x[2] - x[3])) +
-       sq(sq(x[3] - x[4]));
+  *f = sq(x[0] - 1) + sq(x[0] - x[1]) + sq(x[1] - x[2]) + sq(sq(x[2] - x[3])) + sq(sq(x[3] - x[4]));
   eq[0] = x[0] + sq(x[1]) + cube(x[2]) - 2 - 3 * sqrt(2);
   eq[1] = x[1] - sq(x[2]) + x[3] + 2 - 2 * sqrt(2);
   eq[2] = x[0] * x[4] - 2;
@@ -283,9 +281,9 @@ static EVALUATION(hs83) {
 /* Colville's first problem (86) and its dual (117) share these. A(2,4) is 4; other prints have
  * 0.4, with the same minimisers, for that row is slack. */
 static const double colvilleA[10][5] = {
-    {-16, 2, 0, 1, 0}, {0, -2, 0, 4, 2},      {-3.5, 0, 2, 0, 0}, {0, -2, 0, -4, -1},
-    {0, -9, -2, 1, -2.8}, {2, 0, -4, 0, 0},   {-1, -1, -1, -1, -1}, {-1, -2, -3, -2, -1},
-    {1, 2, 3, 4, 5},   {1, 1, 1, 1, 1}};
+    {-16, 2, 0, 1, 0},    {0, -2, 0, 4, 2}, {-3.5, 0, 2, 0, 0},   {0, -2, 0, -4, -1},
+    {0, -9, -2, 1, -2.8}, {2, 0, -4, 0, 0}, {-1, -1, -1, -1, -1}, {-1, -2, -3, -2, -1},
+    {1, 2, 3, 4, 5},      {1, 1, 1, 1, 1}};
 static const double colvilleB[10] = {-40, -2, -0.25, -4, -4, -1, -40, -60, 5, 1};
 static const double colvilleC[5][5] = {{30, -20, -10, 32, -10},
                                        {-20, 39, -6, -31, 32},
@@ -334,8 +332,8 @@ static EVALUATION(hs93) {
 }
 
 static EVALUATION(hs100) {
-  *f = sq(x[0] - 10) + 5 * sq(x[1] - 12) + sq(sq(x[2])) + 3 * sq(x[3] - 11) +
-       10 * sq(cube(x[4])) + 7 * sq(x[5]) + sq(sq(x[6])) - 4 * x[5] * x[6] - 10 * x[5] - 8 * x[6];
+  *f = sq(x[0] - 10) + 5 * sq(x[1] - 12) + sq(sq(x[2])) + 3 * sq(x[3] - 11) + 10 * sq(cube(x[4])) +
+       7 * sq(x[5]) + sq(sq(x[6])) - 4 * x[5] * x[6] - 10 * x[5] - 8 * x[6];
   ineq[0] = 2 * sq(x[0]) + 3 * sq(sq(x[1])) + x[2] + 4 * sq(x[3]) + 5 * x[4] - 127;
   ineq[1] = 7 * x[0] + 3 * x[1] + 10 * sq(x[2]) + x[3] - x[4] - 282;
   ineq[2] = 23 * x[0] + sq(x[1]) + 6 * sq(x[5]) - 8 * x[6] - 196;
@@ -468,6 +466,7 @@ static EVALUATION(hs118) {
 
 #define BOOK "Hock & Schittkowski 1981, problem "
 
+/* clang-format off */
 static const Problem table[] = {
     {.name = "HS5", .source = BOOK "5",
      .n = 2, .nEq = 0, .nIneq = 0, .evaluate = hs5,
@@ -798,5 +797,6 @@ static const Problem table[] = {
      .best = VALUES(8, 49, 3, 1, 56, 0, 1, 63, 6, 3, 70, 12, 5, 77, 18),
      .fBest = 664.8204499999999},
 };
+/* clang-format on */
 
 const ProblemFamily hockSchittkowskiFamily = FAMILY(table);

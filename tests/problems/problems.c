@@ -38,7 +38,9 @@ const Problem* problemByName(const char* name) {
 }
 
 /* A NaN on either side wins. */
-static double larger(double a, double b) { return a >= b || isnan(a) ? a : b; }
+static double larger(double a, double b) {
+  return a >= b || isnan(a) ? a : b;
+}
 
 double problemViolation(const Problem* problem, const double* x, double* f) {
   enum { mostVariables = 100, mostConstraints = 300 };

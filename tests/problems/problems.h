@@ -23,18 +23,18 @@ enum ProblemFlag {
 
 typedef struct Problem {
   const char* name;
-  const char* source;  /* where it was published, and what was changed */
-  int n, nEq, nIneq;   /* variables, equality and inequality constraints */
+  const char* source;                         /* where it was published, and what was changed */
+  int n, nEq, nIneq;                          /* variables, equality and inequality constraints */
   const double *start, *lower, *upper, *best; /* (n) each; the start lies in the box */
-  double fBest;        /* objective at best */
-  unsigned flags;      /* of enum ProblemFlag */
+  double fBest;                               /* objective at best */
+  unsigned flags;                             /* of enum ProblemFlag */
   /* Fills f, eq[nEq] and ineq[nIneq]; does not look at user, does not change x. */
   void (*evaluate)(void* user, double* x, double* f, double* eq, double* ineq);
 } Problem;
 
 int problemCount(void);
-const Problem* problemAt(int i);                  /* 0 <= i < problemCount(), else null */
-const Problem* problemByName(const char* name);   /* null when there is none */
+const Problem* problemAt(int i);                /* 0 <= i < problemCount(), else null */
+const Problem* problemByName(const char* name); /* null when there is none */
 
 /* Largest of |eq|, ineq and the distances of x beyond its bounds; 0 for a feasible x, NaN when a
  * value is not a number. When f is given, the objective at x is stored there. */

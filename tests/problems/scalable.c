@@ -12,9 +12,15 @@ static void rosenSuzuki(int n, double* x, double* f, double* ineq) {
     *f += part;
   }
 }
-static EVALUATION(rosenSuzuki12) { rosenSuzuki(12, x, f, ineq); }
-static EVALUATION(rosenSuzuki52) { rosenSuzuki(52, x, f, ineq); }
-static EVALUATION(rosenSuzuki92) { rosenSuzuki(92, x, f, ineq); }
+static EVALUATION(rosenSuzuki12) {
+  rosenSuzuki(12, x, f, ineq);
+}
+static EVALUATION(rosenSuzuki52) {
+  rosenSuzuki(52, x, f, ineq);
+}
+static EVALUATION(rosenSuzuki92) {
+  rosenSuzuki(92, x, f, ineq);
+}
 
 /* min sum i (x_i^2 + x_i^4) on the unit sphere: all but two variables vanish. */
 static void sphereQuartic(int n, const double* x, double* f, double* eq) {
@@ -25,9 +31,15 @@ static void sphereQuartic(int n, const double* x, double* f, double* eq) {
     eq[0] += sq(x[i]);
   }
 }
-static EVALUATION(sphereQuartic10) { sphereQuartic(10, x, f, eq); }
-static EVALUATION(sphereQuartic50) { sphereQuartic(50, x, f, eq); }
-static EVALUATION(sphereQuartic100) { sphereQuartic(100, x, f, eq); }
+static EVALUATION(sphereQuartic10) {
+  sphereQuartic(10, x, f, eq);
+}
+static EVALUATION(sphereQuartic50) {
+  sphereQuartic(50, x, f, eq);
+}
+static EVALUATION(sphereQuartic100) {
+  sphereQuartic(100, x, f, eq);
+}
 
 /* Cantilever of n hollow square segments, sizes x_i from the wall outwards, with a limit on the
  * tip deflection (the beam of five segments among the design problems, cut finer):
@@ -42,9 +54,15 @@ static void segments(int n, const double* x, double* f, double* ineq) {
     ineq[0] += weight / cube(x[i]);
   }
 }
-static EVALUATION(segments10) { segments(10, x, f, ineq); }
-static EVALUATION(segments50) { segments(50, x, f, ineq); }
-static EVALUATION(segments100) { segments(100, x, f, ineq); }
+static EVALUATION(segments10) {
+  segments(10, x, f, ineq);
+}
+static EVALUATION(segments50) {
+  segments(50, x, f, ineq);
+}
+static EVALUATION(segments100) {
+  segments(100, x, f, ineq);
+}
 
 /* Chain of n links, 100 long together, hung between two points of equal height at distance 70;
  * x_i is the slope angle of link i. The mean height of the links' centres is least. */
@@ -60,8 +78,12 @@ static void hangingChain(int n, const double* x, double* f, double* eq) {
   eq[0] = span - 70;
   eq[1] = height;
 }
-static EVALUATION(hangingChain10) { hangingChain(10, x, f, eq); }
-static EVALUATION(hangingChain50) { hangingChain(50, x, f, eq); }
+static EVALUATION(hangingChain10) {
+  hangingChain(10, x, f, eq);
+}
+static EVALUATION(hangingChain50) {
+  hangingChain(50, x, f, eq);
+}
 
 /* Chained function of Rosenbrock under n - 2 trigonometric-exponential equalities. */
 static void chainedRosenbrock(int n, const double* x, double* f, double* eq) {
@@ -72,8 +94,12 @@ static void chainedRosenbrock(int n, const double* x, double* f, double* eq) {
             sin(x[k + 1] - x[k + 2]) * sin(x[k + 1] + x[k + 2]) + 4 * x[k + 1] -
             x[k] * exp(x[k] - x[k + 1]) - 3;
 }
-static EVALUATION(chainedRosenbrock10) { chainedRosenbrock(10, x, f, eq); }
-static EVALUATION(chainedRosenbrock50) { chainedRosenbrock(50, x, f, eq); }
+static EVALUATION(chainedRosenbrock10) {
+  chainedRosenbrock(10, x, f, eq);
+}
+static EVALUATION(chainedRosenbrock50) {
+  chainedRosenbrock(50, x, f, eq);
+}
 
 /* The minimiser of up to 23 blocks. */
 #define BLOCK 0, 1, 2, -1
@@ -81,6 +107,7 @@ static EVALUATION(chainedRosenbrock50) { chainedRosenbrock(50, x, f, eq); }
 #define ROSEN_SUZUKI_BEST \
   VALUES(FIVE_BLOCKS, FIVE_BLOCKS, FIVE_BLOCKS, FIVE_BLOCKS, BLOCK, BLOCK, BLOCK)
 
+/* clang-format off */
 static const Problem table[] = {
     {.name = "rosen_suzuki_12", .source = "Rosen & Suzuki 1965, repeated",
      .n = 12, .nEq = 0, .nIneq = 9, .evaluate = rosenSuzuki12,
@@ -218,5 +245,6 @@ static const Problem table[] = {
      .start = VALUES(FIFTY(0.7)), .lower = VALUES(FIFTY(-5)), .upper = VALUES(FIFTY(5)),
      .best = allOne, .fBest = 0},
 };
+/* clang-format on */
 
 const ProblemFamily scalableFamily = FAMILY(table);
