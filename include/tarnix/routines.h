@@ -574,6 +574,117 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
                     const int32_t* m1, const int32_t* list1, const int32_t* m2,
                     const int32_t* list2, int32_t* status);
 
+VRK_API void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
+            const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
+            const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
+            const int32_t* ineqList, int32_t* status);
+VRK_API void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
+            const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
+            const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
+            const int32_t* ineqList, int32_t* status, double* GRADOB, double* GRADLO,
+            double* GRADL, double* XLAG, double* HESSIAN, double* xOld, double* s, double* y,
+            double* direction, int32_t* keepList, int32_t* activeList, int32_t* eqSatList,
+            int32_t* LISDF, int32_t* IACT);
+VRK_API void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList, const int32_t* nEqSat,
+           const int32_t* eqSatList, const double* f, const double* x, const double* xUpper,
+           const double* xLower, const double* G, const double* HESSIAN, double* d,
+           const double* GRADOB, double* XLAG, int32_t* IACT, int32_t* nact, int32_t* status);
+VRK_API void GRGCON(const int32_t* nIneq, const int32_t* ineqList, const int32_t* nEq,
+            const int32_t* eqList, double* f, int32_t* nKeep, int32_t* keepList, int32_t* nActive,
+            int32_t* activeList, int32_t* nEqSat, int32_t* eqSatList, int32_t* tempObj,
+            int32_t* feasMode);
+VRK_API void GRGIDV(const int32_t* nIndep, const int32_t* indepList, const double* upper,
+            const double* lower, const double* alpha, const double* d, double* xOut,
+            const double* xBase, const double* tBase, int32_t* allAtBound);
+VRK_API void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* upper, const double* lower,
+            const double* alpha, const double* dxdt, double* xOut, const double* xBase,
+            const double* xPrev, const double* tBase, const double* tPrev, int32_t* blockIndex,
+            double* blockStep);
+VRK_API void GRGINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
+            const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
+            const double* upper, const double* G, const int32_t* colMap, const double* moveDir,
+            int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
+            const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC,
+            double* u, double* z, double* score);
+VRK_API void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
+            const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
+            const double* upper, const double* G, const int32_t* colMap, const double* moveDir,
+            int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
+            const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC);
+VRK_API void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
+            const double* u, double* XJINV, int32_t* singular, double* w, double* y);
+VRK_API void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
+            const double* u, double* XJINV, int32_t* singular);
+VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s, const double* r);
+VRK_API void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
+            int32_t* singular, double* w, double* y);
+VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
+            int32_t* singular);
+VRK_API void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, const int32_t* n,
+           const int32_t* nRows, const int32_t* rowList, double* JINV, double* JAC,
+           const int32_t* stepVar, const int32_t* nIndep, const int32_t* indepList,
+           const int32_t* nDep, const int32_t* depList, const double* dir, const int32_t* nVar,
+           double* x, const double* lower, const double* upper, const int32_t* nFun, double* f,
+           const int32_t* k, const double* xBase, const double* xPrev, const double* tBase,
+           const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
+           int32_t* iter, double* dx, double* r);
+VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, const int32_t* n,
+           const int32_t* nRows, const int32_t* rowList, double* JINV, double* JAC,
+           const int32_t* stepVar, const int32_t* nIndep, const int32_t* indepList,
+           const int32_t* nDep, const int32_t* depList, const double* dir, const int32_t* nVar,
+           double* x, const double* lower, const double* upper, const int32_t* nFun, double* f,
+           const int32_t* k, const double* xBase, const double* xPrev, const double* tBase,
+           const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
+           int32_t* iter);
+VRK_API void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
+            double* x, double* f, const double* xLower, const double* xUpper, const double* s0,
+            double* s1, const double* f0, const double* xBase, const double* tBase,
+            const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
+            const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
+            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
+            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
+            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
+            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second,
+            double* dx, double* r);
+VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
+            double* x, double* f, const double* xLower, const double* xUpper, const double* s0,
+            double* s1, const double* f0, const double* xBase, const double* tBase,
+            const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
+            const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
+            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
+            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
+            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
+            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second);
+VRK_API void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
+            const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
+            const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
+            const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
+            const int32_t* n, double* x, const double* xUpper, const double* xLower,
+            const int32_t* m, double* f, const int32_t* LISDF, const double* G,
+            const double* GRADOB, const double* d, int32_t* status, int32_t* LTRAK,
+            int32_t* MTRAK, int32_t* MIDV, int32_t* MDDV, int32_t* rowList, const int32_t* ld,
+            double* XJAC, double* XJINV, double* BSTDV, double* BSTDF, double* xPrev,
+            double* fPrev);
+VRK_API void GRSSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
+            const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
+            const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
+            const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
+            const int32_t* n, double* x, const double* xUpper, const double* xLower,
+            const int32_t* m, double* f, const int32_t* LISDF, const double* G,
+            const double* GRADOB, const double* d, int32_t* status);
+VRK_API void GRGPR2(const double* a1, const double* a2, const double* f1, const double* f2,
+            const double* g1, double* astar);
+VRK_API void GRGPR3(const double* s1, const double* f1, const double* s2, const double* f2,
+            const double* s3, const double* f3, double* vertex, int32_t* fail);
+VRK_API void GRGS34(const int32_t* parab, double* s, double* f);
+VRK_API void GRGINT(const double* s0, const double* g0, const double* s1, const double* g1, double* cross,
+            int32_t* ierr);
+VRK_API void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n, const double* G,
+            const int32_t* colMap, const double* d, int32_t* nTrak, int32_t* MTRAK,
+            int32_t* LTRAK, int32_t* hessReset);
+VRK_API void GRGSTP(const int32_t* n, const double* x, const double* xUpper, const double* xLower,
+            const double* d, int32_t* index, double* step);
+
 #ifdef __cplusplus
 }
 #endif

@@ -206,6 +206,10 @@ VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* low
 /* The generalized reduced gradient method's solve call has its place here, with the same ten
  * arguments; this version does not provide it. */
 
+VRK_API int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower,
+                        const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
+                        double* f);
+
 #ifdef __cplusplus
 }
 #endif

@@ -9,6 +9,8 @@
 #include "api/problem.h"
 #include "api/settings.h"
 #include "api/work_storage.h"
+#include "eval/evaluation.h"
+#include "grg/grg_iteration.h"
 #include "sqp/front_end.h"
 
 namespace tarnix {
@@ -90,7 +92,7 @@ int32_t functionCount(int32_t m1, int32_t m2) {
   return static_cast<int32_t>(std::min<int64_t>(count, std::numeric_limits<int32_t>::max()));
 }
 
-int32_t runMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
+int32_t runSqpMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
   return solveSqp(maxIter, {.n = user.n,
                             .x = user.x,
                             .nfun = functionCount(user.m1, user.m2),
@@ -102,9 +104,26 @@ int32_t runMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem&
                             .upper = scaled.upper()});
 }
 
+// This method starts from the values at its point: they are evaluated here.
+int32_t runGrgMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
+  evaluate(user.n, user.x, user.f);
+  int32_t status = 0;
+  (void)solveGrg(maxIter,
+                 {.n = user.n,
+                  .x = user.x,
+                  .box = {scaled.lower(), scaled.upper()},
+                  .m = functionCount(user.m1, user.m2),
+                  .f = user.f,
+                  .objective = objectivePosition,
+                  .equalities = {scaled.first(), user.m1},
+                  .inequalities = {scaled.second(), user.m2}},
+                 status);
+  return status;
+}
+
 }  // namespace
 
-int32_t solve(Method, int32_t maxIter, UserProblem user) {
+int32_t solve(Method method, int32_t maxIter, UserProblem user) {
   if (user.n > VRK_MAX_VARIABLES) return VRK_TOO_MANY_VARIABLES;
   // A negative count stands for none.
   for (int32_t* count : {&user.n, &user.m1, &user.m2}) *count = std::max(*count, 0);
@@ -118,10 +137,12 @@ int32_t solve(Method, int32_t maxIter, UserProblem user) {
   toScaled(user.n, user.x);
   int32_t status = 0;
   if (scaled.complete())
-    status = runMethod(maxIter, user, scaled);
+    status = method == Method::grg ? runGrgMethod(maxIter, user, scaled)
+                                   : runSqpMethod(maxIter, user, scaled);
   else
     settings.errorFlag = logicalTrue;  // out of memory: nothing was evaluated
-  if (settings.errorFlag) status = VRK_SQP_STORAGE;
+  constexpr int32_t grgError = VRK_GRG_STORAGE, sqpError = VRK_SQP_STORAGE;
+  if (settings.errorFlag) status = method == Method::grg ? grgError : sqpError;
   unscaleResult(user.n, user.x);
   return status;
 }

@@ -6,7 +6,7 @@
 
 namespace tarnix {
 
-enum class Method { sqp };
+enum class Method { grg, sqp };
 
 struct UserProblem {
   int32_t n;

@@ -33,6 +33,11 @@ void VRK_set_convTol(double tol) {
 int32_t VRK_get_nIter(void) { return settings.nIter; }
 int32_t VRK_get_nFunEval(void) { return settings.nFunEval; }
 
+int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower, const double* upper,
+                int32_t m1, int32_t m2, VRK_analysis cb, void* user, double* f) {
+  return solve(Method::grg, maxIter, {n, x, lower, upper, m1, m2, cb, user, f});
+}
+
 int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* lower, const double* upper,
                 int32_t m1, int32_t m2, VRK_analysis cb, void* user, double* f) {
   return solve(Method::sqp, maxIter, {n, x, lower, upper, m1, m2, cb, user, f});

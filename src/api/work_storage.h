@@ -1,6 +1,6 @@
 #pragma once
-// The static work storage, handed out as a stack. A frame notes the mark when it is made and puts it
-// back on every exit, an exception out of the callback included.
+// The static work storage, handed out as a stack. A frame notes the mark at its first claim and puts
+// it back on every exit, an exception out of the callback included.
 
 #include <algorithm>
 #include <cstdint>
@@ -37,21 +37,29 @@ class StorageFrame {
  public:
   using Cell = typename Storage::Cell;
 
-  StorageFrame() : mark_(Storage::used()), next_(cellCount(mark_)) {}
-  ~StorageFrame() { Storage::used() = mark_; }
+  StorageFrame() = default;
+  ~StorageFrame() { release(); }
   StorageFrame(const StorageFrame&) = delete;
   StorageFrame& operator=(const StorageFrame&) = delete;
 
-  // Claims the cells above the mark, or changes nothing and says no. Totals are 64-bit, so that no
-  // count wraps, and a capacity beyond the real array is taken as the array's size.
+  // Claims the cells above the mark, in place of an earlier claim, or leaves the storage as it was
+  // before the first one and says no. Totals are 64-bit, so that no count wraps, and a capacity
+  // beyond the real array is taken as the array's size.
   [[nodiscard]] bool reserve(int64_t cells) {
-    needed_ = cellCount(mark_) + cells;
+    release();
+    mark_ = Storage::used();
+    next_ = cellCount(mark_);
+    needed_ = next_ + cells;
     if (needed_ > std::min<int64_t>(Storage::capacity(), Storage::limit)) return false;
+    claimed_ = true;
     Storage::used() = static_cast<int32_t>(needed_);
     return true;
   }
+  void release() {
+    if (claimed_) Storage::used() = mark_;
+    claimed_ = false;
+  }
   int64_t needed() const { return needed_; }
-  int32_t mark() const { return mark_; }
 
   // The next stretch of the claim; stretches are carved in the order in which they are named.
   Cell* carve(int64_t cells) {
@@ -63,8 +71,9 @@ class StorageFrame {
   BasicVector<Cell> vector(int size) { return {carve(size), size}; }
 
  private:
-  int32_t mark_;
-  int64_t next_;
+  bool claimed_ = false;
+  int32_t mark_ = 0;
+  int64_t next_ = 0;
   int64_t needed_ = 0;
 };
 

@@ -21,6 +21,10 @@ class IndexList {
   bool contains(int32_t value) const { return std::find(begin(), end(), value) != end(); }
 
   void clear() { *count_ = 0; }
+  void truncate(int32_t count) {
+    assert(count <= *count_);
+    *count_ = count;
+  }
   void append(int32_t value) { entries_[(*count_)++] = value; }
   void replaceAt(int k, int32_t value) {
     assert(1 <= k && k <= *count_);
@@ -32,6 +36,11 @@ class IndexList {
     std::copy(entries_ + k, entries_ + *count_, entries_ + k - 1);
     --*count_;
   }
+  void removeValue(int32_t value) {
+    const auto at = std::find(begin(), end(), value);
+    if (at != end()) removeAt(static_cast<int>(at - begin()) + 1);
+  }
+  ConstIndex view() const { return {entries_, *count_}; }
 
  private:
   int32_t* entries_;

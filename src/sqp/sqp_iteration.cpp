@@ -5,12 +5,12 @@
 #include <optional>
 
 #include "api/settings.h"
+#include "base/parabola.h"
 #include "eval/evaluation.h"
 #include "eval/gradients.h"
 #include "qp/curvature.h"
 #include "qp/lagrangian.h"
 #include "qp/qp_solver.h"
-#include "sqp/merit.h"
 #include "trace/trace.h"
 
 namespace tarnix {
@@ -268,7 +268,7 @@ class SqpIteration {
   }
 
   double reducedStep(double alpha, double trialMerit) {
-    const double astar = parabolaStep(0.0, alpha, merit, trialMerit, slope);
+    const double astar = parabolaStep(0.0, alpha, merit, trialMerit, slope, settings.zeroTol);
     if (tracing(3)) {
       trace::vector("xmu", {a.weight, mc});
       trace::message(Line("Pender= ").real(slope, 14, 5).text(" Astar= ").real(astar, 14, 5));

@@ -1,0 +1,245 @@
+#include "grg/basis.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+#include <utility>
+
+#include "api/settings.h"
+#include "api/work_storage.h"
+#include "trace/trace.h"
+
+namespace tarnix {
+
+namespace {
+
+bool isPivot(double value) { return std::fabs(value) > settings.zeroTol; }
+
+// Walks the rows and keeps the candidates behind the dependent variables in varList.
+struct BasisChoice {
+  const double* x;
+  const Box box;
+  const Gradients& gradients;
+  const double* moveDir;
+  Basis& basis;
+  const BasisScratch work;
+
+  bool run() {
+    int r = 1;
+    while (r <= basis.rows.count()) {
+      const int32_t c = basis.rows(r);
+      scoreCandidates(c);
+      sortCandidates();
+      switch (placeRow(c)) {
+        case Placed::accepted: ++r; break;
+        case Placed::junk: dropRow(r); break;
+        case Placed::noStorage: return false;
+      }
+    }
+    basis.fillJacobian(gradients);
+    return true;
+  }
+
+ private:
+  enum class Placed { accepted, junk, noStorage };
+
+  int candidates() const { return basis.n - basis.nDep; }
+  int32_t* firstCandidate() { return basis.variables + basis.nDep; }
+
+  void scoreCandidates(int32_t c) {
+    for (int p = 0; p < candidates(); ++p) {
+      const int v = firstCandidate()[p];
+      work.score[p] = dependentScore(v, gradients(v, c), x, box, moveDir);
+    }
+    if (tracing(3))
+      trace::vector("F VECTOR (DISTANCE FROM BOUNDS)", {work.score, candidates()});
+  }
+
+  // Exchange pass by decreasing score. Equal scores are not exchanged with each other, though a
+  // later exchange may reverse them.
+  void sortCandidates() {
+    int32_t* variable = firstCandidate();
+    for (int p = 0; p < candidates(); ++p)
+      for (int q = p + 1; q < candidates(); ++q)
+        if (work.score[q] > work.score[p]) {
+          std::swap(work.score[p], work.score[q]);
+          std::swap(variable[p], variable[q]);
+        }
+    if (tracing(3)) trace::list("MDDV AFTER SORT", {variable, candidates()});
+  }
+
+  Placed placeRow(int32_t c) {
+    const int k = basis.nDep;
+    if (k >= basis.ld) return Placed::junk;  // no room for another row
+    for (int failures = 0; failures < candidates(); ++failures) {
+      const int32_t v = *firstCandidate();
+      for (int i = 1; i <= k; ++i) work.u[i - 1] = gradients(v, basis.rows(i));
+      for (int j = 1; j <= k; ++j) work.z[j - 1] = gradients(basis.dependent()(j), c);
+      WorkFrame frame;
+      if (!frame.reserve(1 + 2 * cellCount(k)))
+        return trace::doubleStorageExceeded(frame.needed()), Placed::noStorage;
+      double* w = frame.carve(k);
+      double* y = frame.carve(k);
+      if (borderInverse(k, gradients(v, c), work.z, work.u, basis.inverse, basis.ld, w, y)) {
+        accept(v);
+        return Placed::accepted;
+      }
+      if (tracing(2)) trace::message("SINGULAR MATRIX");
+      std::rotate(firstCandidate(), firstCandidate() + 1, basis.variables + basis.n);
+      if (tracing(3)) trace::list("MDDV AFTER SWAP", {firstCandidate(), candidates()});
+    }
+    return Placed::junk;
+  }
+
+  void accept(int32_t v) {
+    ++basis.nDep;
+    if (tracing(3)) trace::matrix("XJINV", basis.inverseBlock(basis.nDep));
+    basis.independent.removeValue(v);
+    if (tracing(3))
+      trace::list("MIDV AFTER SUBTRACT", basis.independent.view());
+  }
+
+  void dropRow(int r) {
+    if (tracing(2)) trace::message("JUNK FUNCTION");
+    basis.rows.removeAt(r);
+    if (tracing(3)) trace::list("MJINV AFTER DELETE", basis.rows.view());
+  }
+};
+
+}  // namespace
+
+int Basis::positionOf(int v) const {
+  return static_cast<int>(std::find(variables, variables + nDep, v) - variables) + 1;
+}
+
+void Basis::addDependent(int v, int c) {
+  // The variables behind the dependent ones are the candidates: v changes places with the first.
+  std::iter_swap(variables + nDep, std::find(variables + nDep, variables + n, v));
+  ++nDep;
+  rows.append(c);
+  independent.removeValue(v);
+}
+
+void Basis::removeLastDependent() {
+  rows.removeAt(rows.count());
+  independent.append(variables[--nDep]);
+}
+
+void Basis::exchange(int position, int v) {
+  const int32_t leaving = variables[position - 1];
+  *std::find(variables + nDep, variables + n, v) = leaving;
+  variables[position - 1] = v;
+  independent.removeValue(v);
+  independent.append(leaving);
+}
+
+void Basis::fillJacobian(const Gradients& gradients) {
+  const MatrixView block = jacobianBlock(nDep);
+  for (int j = 1; j <= nDep; ++j)
+    for (int i = 1; i <= nDep; ++i) block(i, j) = gradients(dependent()(j), rows(i));
+}
+
+double dependentScore(int v, double sensitivity, const double* x, Box box, const double* moveDir) {
+  constexpr double moving = 1e-5;
+  constexpr double roomy = 0.2;
+  constexpr double slope = 4.75;
+  constexpr double offset = 0.95f;  // Kept: the single-precision value, widened
+  const double upper = box.upperOf(v), lower = box.lowerOf(v);
+  const double range = upper - lower;
+  if (range == 0.0) return 0.0;  // a fixed variable can hold nothing
+  const double up = upper - x[v - 1], down = x[v - 1] - lower;
+  const double m = moveDir[v - 1];
+  const double distance = m > moving ? up : m < -moving ? down : std::min(up, down);
+  const double q = distance / range;
+  const double weight = 1.0 - q > roomy ? q : q + (1.0 - q) * slope - offset;
+  return std::fabs(sensitivity) * weight;
+}
+
+bool chooseBasis(ConstIndex rows1, ConstIndex rows2, const double* x, Box box,
+                 const Gradients& gradients, const double* moveDir, Basis& basis,
+                 BasisScratch scratch) {
+  const int n = basis.n;
+  basis.nDep = 0;
+  basis.independent.clear();
+  for (int32_t v = 1; v <= n; ++v) basis.independent.append(v);
+  std::iota(basis.variables, basis.variables + std::max(n, 0), 1);
+  basis.rows.clear();
+  for (const ConstIndex& rows : {rows1, rows2})
+    for (const int32_t c : rows) basis.rows.append(c);
+  if (basis.rows.count() == 0) return true;
+  return BasisChoice{x, box, gradients, moveDir, basis, scratch}.run();
+}
+
+bool borderInverse(int k, double corner, const double* z, const double* u, double* inverse, int ld,
+                   double* w, double* y) {
+  const MatrixView B{inverse, ld, k + 1, k + 1};
+  double reduction = 0.0;
+  for (int i = 1; i <= k; ++i) {
+    double sum = 0.0;
+    for (int j = 1; j <= k; ++j) sum += B(i, j) * u[j - 1];
+    w[i - 1] = sum;
+    reduction += z[i - 1] * sum;
+  }
+  const double delta = corner - reduction;
+  if (!isPivot(delta)) return false;
+  const double d = 1.0 / delta;
+  for (int j = 1; j <= k; ++j) {
+    double sum = 0.0;
+    for (int i = 1; i <= k; ++i) sum += z[i - 1] * B(i, j);
+    y[j - 1] = sum;
+  }
+  for (int j = 1; j <= k; ++j)
+    for (int i = 1; i <= k; ++i) B(i, j) += w[i - 1] * y[j - 1] * d;
+  for (int i = 1; i <= k; ++i) B(i, k + 1) = (0.0 - d) * w[i - 1];
+  for (int j = 1; j <= k; ++j) B(k + 1, j) = (0.0 - d) * y[j - 1];
+  B(k + 1, k + 1) = d;
+  return true;
+}
+
+bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, double* w, double* y) {
+  const ConstMatrix J{jacobian, ld, k, k};
+  for (int r = 1; r <= k; ++r) {
+    // The new row has the stride of the matrix: it is gathered in the corner's free column.
+    double* row = inverse + static_cast<std::ptrdiff_t>(r - 1) * ld;
+    for (int j = 1; j < r; ++j) row[j - 1] = J(r, j);
+    if (!borderInverse(r - 1, J(r, r), row, J.column(r), inverse, ld, w, y)) {
+      if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
+      return false;
+    }
+  }
+  return true;
+}
+
+bool exchangeColumn(int k, int j, const double* column, double* inverse, int ld, double* w) {
+  const MatrixView B{inverse, ld, k, k};
+  for (int i = 1; i <= k; ++i) {
+    double sum = 0.0;
+    for (int l = 1; l <= k; ++l) sum += B(i, l) * column[l - 1];
+    w[i - 1] = sum;
+  }
+  const double pivot = w[j - 1];
+  if (!isPivot(pivot)) {
+    if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
+    return false;
+  }
+  for (int l = 1; l <= k; ++l) {
+    const double scaled = B(j, l) / pivot;
+    for (int i = 1; i <= k; ++i)
+      if (i != j) B(i, l) -= w[i - 1] * scaled;
+    B(j, l) = scaled;
+  }
+  return true;
+}
+
+void updateJacobian(MatrixView jacobian, const double* s, const double* r) {
+  const int k = jacobian.rows();
+  double den = 0.0;
+  for (int i = 0; i < k; ++i) den += s[i] * s[i];
+  if (!(std::fabs(den) > settings.zeroTol)) return;
+  for (int j = 1; j <= k; ++j)
+    for (int i = 1; i <= k; ++i)
+      jacobian(i, j) = jacobian(i, j) - r[i - 1] * s[j - 1] / den;
+  if (tracing(3)) trace::matrix("UPDATED JACOBIAN", jacobian);
+}
+
+}  // namespace tarnix

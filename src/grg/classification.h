@@ -1,0 +1,47 @@
+#pragma once
+// Sorts the constraints at a point into violated, active and inactive ones, and picks the temporary
+// objective of the feasibility phase.
+
+#include "grg/lists.h"
+
+namespace tarnix {
+
+struct Classification {
+  IndexList kept;           // inequalities that are not violated, in index order
+  IndexList active;         // |g| <= convTol, the first activeRoom of them
+  IndexList satisfied;      // equalities with |h| <= convTol
+  int activeRoom;
+  int activeTotal = 0;
+  double worstInequality = 0.0;  // largest violation, 0 when there is none
+  double worstEquality = 0.0;
+  int worstInequalityIndex = 0;  // the first of equals
+  int worstEqualityIndex = 0;
+
+  bool feasible() const { return !(worstInequality > 0.0 || worstEquality > 0.0); }
+};
+
+void classify(ConstIndex inequalities, ConstIndex equalities, const double* f, Classification& out);
+
+// The inactive inequalities cut to the fraction grgParam1, when that is at most 0.99 and there are
+// more than 25 inequalities.
+void screen(int inequalities, const double* f, Classification& lists);
+
+// The temporary objective: its index in f (0 when none) and its mode.
+struct Target {
+  int32_t index = 0;
+  int32_t mode = optimizing;
+
+  void negate(double* f) const { f[index - 1] = 0.0 - f[index - 1]; }
+  // The stored value back to what the analysis gave.
+  void undoNegation(double* f) const {
+    if (mode == negatedEquality) negate(f);
+  }
+  // Reached: at most convTol (inequality), or absolutely at most convTol.
+  bool reached(const double* f) const;
+  // The worst constraint; an equality wins a tie.
+  void choose(const Classification& lists, double* f);
+  // An equality that overshot is minimised from its other side. True when it did.
+  bool flipIfOvershot(double* f);
+};
+
+}  // namespace tarnix

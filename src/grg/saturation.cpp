@@ -1,0 +1,324 @@
+#include "grg/saturation.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "api/settings.h"
+#include "grg/interpolation.h"
+#include "grg/restoration.h"
+#include "trace/trace.h"
+
+namespace tarnix {
+
+// Every pass leaves, ends the search, or has restored the point once; the next pass then looks
+// again for what the restoration has violated.
+void Saturation::run() {
+  if (!claimWork()) return;
+  for (int pass = 1; pass <= maxPasses; ++pass) {
+    restored_ = false;
+    Crossing crossing;
+    if (!findCrossing(crossing)) {
+      terminate = true;
+      return;
+    }
+    const bool bounded = blocking.variable != 0;
+    if (crossing.index != 0 && !(bounded && blocking.step <= crossing.step))
+      takeUp(crossing);
+    else if (bounded)
+      exchangeAtBound();
+    if (terminate || step <= 0.0) return;
+    if (feasible()) return;
+    if (!restored_) restoreOrShorten();
+    if (terminate) return;
+  }
+  if (tracing(1)) trace::message("FEASIBILITY FAILED IN GRGSAT");
+  terminate = true;
+}
+
+bool Saturation::claimWork() {
+  if (!frame_.reserve(5 * cellCount(p.n) + 1)) {
+    trace::doubleStorageExceeded(frame_.needed());
+    terminate = true;
+    return false;
+  }
+  for (double** stretch : {&artificial_, &u_, &z_, &w_, &y_}) *stretch = frame_.carve(p.n);
+  return true;
+}
+
+// ---- crossing test -----------------------------------------------------------------------------
+
+bool Saturation::interpolate(int c, Crossing& first) {
+  double at = 0.0;
+  if (crossingStep(reference.step, reference.f[c - 1], step, p.f[c - 1], at) != CrossingEnd::found)
+    return false;
+  if (first.index == 0 || at < first.step) first = {c, at};
+  return true;
+}
+
+// The first inequality that the step has violated; an equality target that changed its sign is the
+// first candidate. False when one of them cannot be interpolated.
+bool Saturation::findCrossing(Crossing& first) {
+  const int32_t target = p.objective.k;
+  if (equalityTarget(p.objective.mode) && !p.isTracked(target) &&
+      reference.f[target - 1] * p.f[target - 1] < 0.0 && !interpolate(target, first))
+    return false;
+  for (const int32_t c : p.kept) {
+    if (p.isTracked(c) || !(p.f[c - 1] > settings.convTol)) continue;
+    if (!interpolate(c, first)) return false;
+  }
+  return true;
+}
+
+// ---- a new constraint --------------------------------------------------------------------------
+
+void Saturation::takeUp(const Crossing& crossing) {
+  constexpr double leastBackOff = 0.001;
+  const int32_t c = crossing.index;
+  if (tracing(1)) trace::message(Line("NEW CONSTRAINT ").integer(c, 3));
+  // Never less than the back-off, so that the constraint ends slightly inside its limit.
+  const double cut = std::max(0.0, step - std::max(step - crossing.step, leastBackOff));
+  second = true;
+  moveTo(cut);
+  evaluateHere();
+  if (tracing(2)) {
+    trace::vector("DV AT BIND STEP", {p.x, p.n});
+    trace::vector("DF AT BIND STEP", {p.f, p.m});
+  }
+  if (cut <= 0.0) return;
+  bool singular = true;
+  if (holdWithNewDependent(c, singular)) return;
+  if (settings.errorFlag) return void(terminate = true);
+  moveTo(cut);
+  evaluateHere();
+  bool singularAgain = true;
+  if (holdWithStepLength(c, singularAgain)) return;
+  terminate = true;
+  if (!tracing(1)) return;
+  if (singular && singularAgain)
+    trace::message("SINGULAR JACOBIAN DURING AUGMENT");
+  else
+    trace::message("CONVERGE FAIL, GRGNR, NEW CONSTRAINT");
+  trace::message("FEASIBILITY FAILED IN GRGSAT");
+}
+
+int Saturation::bestIndependent(int c) const {
+  int best = 0;
+  double highest = 0.0;
+  for (const int32_t v : p.basis.independent) {
+    const double score = dependentScore(v, p.gradients(v, c), p.x, p.box, p.dir);
+    if (score > highest) {
+      highest = score;
+      best = v;
+    }
+  }
+  return best;
+}
+
+// Borders the inverse by u_ and the row of constraint c on the dependent variables.
+bool Saturation::augment(int c, double corner, const char* unknown) {
+  const int k = p.basis.nDep;
+  for (int j = 1; j <= k; ++j) z_[j - 1] = p.gradients(p.basis.dependent()(j), c);
+  if (tracing(3)) {
+    trace::vector("AROW", {z_, k});
+    trace::vector("ACOL", {u_, k});
+    trace::message(Line("ACORN ").real(corner, 14, 5).text(unknown));
+  }
+  if (corner < 0.0 && tracing(2)) trace::message("ACORN NEGATIVE");
+  if (!borderInverse(k, corner, z_, u_, p.basis.inverse, p.basis.ld, w_, y_)) return false;
+  if (tracing(3)) trace::matrix("JACOBIAN INVERSE", p.basis.inverseBlock(k + 1));
+  return true;
+}
+
+// First try: another variable becomes dependent.
+bool Saturation::holdWithNewDependent(int c, bool& singular) {
+  Basis& basis = p.basis;
+  const int k = basis.nDep;
+  const int v = bestIndependent(c);
+  if (v == 0 || k >= basis.ld) return false;
+  for (int i = 1; i <= k; ++i) u_[i - 1] = p.gradients(v, basis.rows(i));
+  if (!augment(c, p.gradients(v, c), "")) return false;
+  singular = false;
+
+  basis.addDependent(v, c);
+  for (int j = 1; j <= k + 1; ++j) {
+    basis.jacobianBlock(k + 1)(k + 1, j) = p.gradients(basis.dependent()(j), c);
+    basis.jacobianBlock(k + 1)(j, k + 1) = p.gradients(v, basis.rows(j));
+  }
+  if (restore(k + 1, k + 1)) {
+    p.hold(c);
+    return true;
+  }
+  basis.removeLastDependent();
+  (void)rebuildMatrices();
+  return false;
+}
+
+// Second try: the step length becomes the unknown of the new row. All variables move with it along
+// dir, which leaves the rows that are held where they are to first order.
+bool Saturation::holdWithStepLength(int c, bool& singular) {
+  Basis& basis = p.basis;
+  const int k = basis.nDep;
+  if (k >= basis.ld || k >= p.n) return false;
+  const auto alongDirection = [&](int row) {
+    double sum = 0.0;
+    for (int v = 1; v <= p.n; ++v) sum += p.gradients(v, row) * p.dir[v - 1];
+    return sum;
+  };
+  for (int i = 1; i <= k; ++i) u_[i - 1] = alongDirection(basis.rows(i));
+  if (!augment(c, alongDirection(c), " ON STEP LENGTH")) return false;
+  singular = false;
+
+  basis.rows.append(c);
+  const bool held = restore(k + 1, k) && step >= 0.0;
+  basis.rows.removeAt(k + 1);
+  if (held) p.hold(c);
+  return rebuildMatrices() && held;
+}
+
+// ---- a dependent variable at its bound -----------------------------------------------------------
+
+// The independent variable with the largest pivot times distance from its bounds; 0 when every pivot
+// is within zeroTol of zero.
+int Saturation::exchangePartner(int position) const {
+  const MatrixView B = p.basis.inverseBlock(p.basis.nDep);
+  int best = 0;
+  double highest = -1.0;
+  for (const int32_t v : p.basis.independent) {
+    double pivot = 0.0;
+    for (int l = 1; l <= p.basis.nDep; ++l) pivot += B(position, l) * p.gradients(v, p.basis.rows(l));
+    if (!(std::fabs(pivot) > settings.zeroTol)) continue;
+    const double room = std::min(p.box.upperOf(v) - p.x[v - 1], p.x[v - 1] - p.box.lowerOf(v));
+    const double score = std::fabs(pivot) * room;
+    if (score > highest) {
+      highest = score;
+      best = v;
+    }
+  }
+  return best;
+}
+
+void Saturation::exchangeAtBound() {
+  Basis& basis = p.basis;
+  const int leaving = blocking.variable;
+  const double limit = blocking.step;
+  if (!(std::fabs(step - limit) > settings.zeroTol)) {
+    if (tracing(1)) trace::message("STPDEL ERROR IN GRGSAT, BND");
+    blocking = {};
+    return;
+  }
+  const int position = basis.positionOf(leaving);
+  const int entering = exchangePartner(position);
+  if (entering == 0) {
+    if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
+    terminate = true;
+    return;
+  }
+  const int k = basis.nDep;
+  for (int i = 1; i <= k; ++i) u_[i - 1] = p.gradients(entering, basis.rows(i));
+  if (!exchangeColumn(k, position, u_, basis.inverse, basis.ld, w_)) {
+    terminate = true;
+    return;
+  }
+  for (int i = 1; i <= k; ++i) basis.jacobianBlock(k)(i, position) = u_[i - 1];
+  const double bound = p.x[leaving - 1];  // the prediction has put it there
+  basis.exchange(position, entering);
+  if (tracing(3)) {
+    trace::matrix("XJAC AFTER BND UPDATE", basis.jacobianBlock(k));
+    trace::matrix("XJINV AFTER BND UPDATE", basis.inverseBlock(k));
+  }
+  second = true;
+  moveTo(std::max(0.0, limit));
+  if (step > 0.0) p.x[leaving - 1] = bound;
+  evaluateHere();
+  if (step <= 0.0) return;
+  if (restore(k, k)) return;
+  terminate = true;
+  if (!tracing(1)) return;
+  trace::message("CONVERGE FAIL, GRGNR");
+  trace::message("FEASIBILITY FAILED IN GRGSAT");
+}
+
+// ---- the step as it is ---------------------------------------------------------------------------
+
+bool Saturation::feasible() const {
+  const double tol = settings.convTol;
+  for (const int32_t c : p.binding)
+    if (!(p.f[c - 1] <= tol)) return false;
+  for (const int32_t c : p.satisfied)
+    if (!(std::fabs(p.f[c - 1]) <= tol)) return false;
+  // An inequality that is not held may be violated by a restoration.
+  for (const int32_t c : p.kept)
+    if (!(p.f[c - 1] <= tol)) return false;
+  // An equality target is approached from its positive side.
+  return !equalityTarget(p.objective.mode) || p.f[p.objective.k - 1] >= -tol;
+}
+
+// Restores the rows that are held; a step from which that fails, or that no row can mend, is halved
+// towards the reference.
+void Saturation::restoreOrShorten() {
+  for (;;) {
+    const bool converged = restore(p.basis.nDep, p.basis.nDep);
+    if (converged && (restorationIterations > 0 || feasible())) return;
+    if (settings.errorFlag) return void(terminate = true);
+    if (halvings_ == maxHalvings || !rebuildMatrices()) break;
+    ++halvings_;
+    moveTo(0.5 * (reference.step + step));
+    evaluateHere();
+  }
+  terminate = true;
+  if (!tracing(1)) return;
+  trace::message("CONVERGE FAIL, GRGNR");
+  trace::message("FEASIBILITY FAILED IN GRGSAT");
+}
+
+// ---- shared steps --------------------------------------------------------------------------------
+
+// Independent variables on the direction from the base, dependent ones predicted from the reference.
+void Saturation::moveTo(double length) {
+  step = length;
+  moveIndependent(p.basis.independent.view(), p.box, step, p.dir, p.x, base);
+  const StepPoint from = referencePoint.step <= step ? referencePoint : base;
+  blocking = predictFrom(from, p.basis.dependent(), p.box, step, p.dir, p.x, artificial_);
+}
+
+void Saturation::evaluateHere() { evaluate(p.n, p.x, p.f, p.objective); }
+
+// The first rows of the basis by Newton; rows behind nDep move the step length.
+bool Saturation::restore(int rows, int nDep) {
+  restored_ = true;
+  const Basis& basis = p.basis;
+  Restoration newton{.negation = p.objective,
+                     .broyden = true,
+                     .maxIter = restorationLimit,
+                     .rows = {basis.rows.begin(), rows},
+                     .ld = basis.ld,
+                     .inverse = basis.inverse,
+                     .jacobian = basis.jacobian,
+                     .stepVariable = 0,
+                     .independent = basis.independent.view(),
+                     .nDep = nDep,
+                     .variables = basis.variables,
+                     .dir = p.dir,
+                     .n = p.n,
+                     .x = p.x,
+                     .box = p.box,
+                     .m = p.m,
+                     .f = p.f,
+                     .base = base,
+                     .previous = base,  // dependent variables move on the tangent with the step
+                     .dx = dx,
+                     .r = r,
+                     .alpha = step};
+  newton.run();
+  step = newton.alpha;
+  restorationIterations = newton.evaluations;
+  return newton.converged;
+}
+
+// Jacobian and inverse of the basis anew from the gradients, after a restoration has spoilt them.
+bool Saturation::rebuildMatrices() {
+  p.basis.fillJacobian(p.gradients);
+  return invertJacobian(p.basis.nDep, p.basis.jacobian, p.basis.inverse, p.basis.ld, w_, y_);
+}
+
+}  // namespace tarnix
