@@ -87,6 +87,7 @@ SearchEnd LineSearch::run() {
       if (tracing(2)) trace::message("TERMINATE: MINIMUM STEPLENGTH");
       return leaveAtBest(SearchEnd::minimumStep);
     }
+    if (trial_ == 1) restoreEntry();
     tryPoint();
     if (!saturate()) {
       if (tracing(2)) trace::message("TERMINATE: GRGSAT");
@@ -161,6 +162,35 @@ void LineSearch::formTangent() {
     tangent_[basis.dependent()(i) - 1] = sum;
   }
   p.dir = tangent_;
+}
+
+// A point that lives on the tolerance of its binding rows looks better than it is: every restored
+// trial would lose to it. One Newton correction puts it back on the rows before the search starts.
+void LineSearch::restoreEntry() {
+  constexpr double negligible = 0.1;  // of convTol
+  const Basis& basis = p.basis;
+  const auto residual = [&] {
+    double worst = 0.0;
+    for (const int32_t c : basis.rows.view()) worst = std::max(worst, std::fabs(p.f[c - 1]));
+    return worst;
+  };
+  const double before = residual();
+  if (!(before > negligible * settings.convTol)) return;
+  const MatrixView B = basis.inverseBlock(basis.nDep);
+  for (int i = 1; i <= basis.nDep; ++i) {
+    const int v = basis.dependent()(i);
+    double moved = p.x[v - 1];
+    for (int j = 1; j <= basis.nDep; ++j) moved -= B(i, j) * base_.f[basis.rows(j) - 1];
+    p.x[v - 1] = p.box.clip(v, moved);
+  }
+  evaluate(p.n, p.x, p.f, p.objective);
+  const double tol = settings.convTol;
+  bool better = residual() < before;
+  for (const int32_t c : p.kept) better = better && p.f[c - 1] <= tol;
+  for (const int32_t c : p.satisfied) better = better && std::fabs(p.f[c - 1]) <= tol;
+  if (better) return start();
+  std::copy_n(base_.x, p.n, p.x);
+  std::copy_n(base_.f, p.m, p.f);
 }
 
 void LineSearch::start() {

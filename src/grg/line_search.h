@@ -53,12 +53,13 @@ struct Sample {
 
 class LineSearch {
  public:
-  // Evaluations that one search can take: each trial is evaluated, and its saturation cuts it back at
-  // most maxPasses times (two restorations each) and halves it at most maxHalvings times.
+  // Evaluations that one search can take: one for the entry; each trial is evaluated, and its
+  // saturation moves the point at most three times in a pass and halves the step at most maxHalvings
+  // times, each time with one restoration.
   static constexpr int maxTrials = 51;
   static constexpr int maxEvaluations =
-      maxTrials * (1 + Saturation::maxPasses * 2 * (1 + Saturation::restorationLimit) +
-                   Saturation::maxHalvings * (1 + Saturation::restorationLimit));
+      1 + maxTrials * (1 + (3 * Saturation::maxPasses + Saturation::maxHalvings) *
+                               (1 + Saturation::restorationLimit));
 
   // direction has unit length; active are the inequalities that the binding test looks at.
   LineSearch(SearchProblem& problem, ConstIndex activeInequalities, const double* direction,
@@ -80,6 +81,7 @@ class LineSearch {
   bool prepareBasis();
   void formTangent();
   void start();
+  void restoreEntry();
   bool tooShort() const { return step_ < settings.grgSearchParam2; }
   void tryPoint();
   bool saturate();

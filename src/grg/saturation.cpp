@@ -77,6 +77,7 @@ void Saturation::takeUp(const Crossing& crossing) {
   if (tracing(1)) trace::message(Line("NEW CONSTRAINT ").integer(c, 3));
   // Never less than the back-off, so that the constraint ends slightly inside its limit.
   const double cut = std::max(0.0, step - std::max(step - crossing.step, leastBackOff));
+  const double uncut = step;
   second = true;
   moveTo(cut);
   evaluateHere();
@@ -92,6 +93,7 @@ void Saturation::takeUp(const Crossing& crossing) {
   evaluateHere();
   bool singularAgain = true;
   if (holdWithStepLength(c, singularAgain)) return;
+  if (singular && singularAgain && impliedByHeldRows(c, uncut)) return;
   terminate = true;
   if (!tracing(1)) return;
   if (singular && singularAgain)
@@ -173,6 +175,19 @@ bool Saturation::holdWithStepLength(int c, bool& singular) {
   basis.rows.removeAt(k + 1);
   if (held) p.hold(c);
   return rebuildMatrices() && held;
+}
+
+// Constraint c may follow from the rows that are held: then the step can stand once these have been
+// restored, and c needs no place of its own.
+bool Saturation::impliedByHeldRows(int c, double length) {
+  if (p.basis.nDep == 0) return false;
+  moveTo(length);
+  evaluateHere();
+  restoreOrShorten();
+  if (terminate || !(p.f[c - 1] <= settings.convTol)) return false;
+  second = false;
+  p.tracked[c - 1] = 1;
+  return true;
 }
 
 // ---- a dependent variable at its bound -----------------------------------------------------------

@@ -84,6 +84,7 @@ struct Saturation {
   void takeUp(const Crossing& crossing);
   bool holdWithNewDependent(int c, bool& singular);
   bool holdWithStepLength(int c, bool& singular);
+  bool impliedByHeldRows(int c, double length);
   bool augment(int c, double corner, const char* unknown);
   int bestIndependent(int c) const;
   void exchangeAtBound();
