@@ -106,6 +106,42 @@ struct BasisChoice {
   }
 };
 
+// 0 when every pivot is within zeroTol of zero.
+int exchangePartner(const Basis& basis, int position, const double* x, Box box,
+                    const Gradients& gradients) {
+  const MatrixView B = basis.inverseBlock(basis.nDep);
+  int best = 0;
+  double highest = -1.0;
+  for (const int32_t v : basis.independent.view()) {
+    double pivot = 0.0;
+    for (int l = 1; l <= basis.nDep; ++l) pivot += B(position, l) * gradients(v, basis.rows(l));
+    if (!isPivot(pivot)) continue;
+    const double room = std::min(box.upperOf(v) - x[v - 1], x[v - 1] - box.lowerOf(v));
+    const double score = std::fabs(pivot) * room;
+    if (score > highest) {
+      highest = score;
+      best = v;
+    }
+  }
+  return best;
+}
+
+// The inverse after column j of the basis has been replaced.
+void replaceColumn(MatrixView B, int j, const double* column, double* w) {
+  const int k = B.rows();
+  for (int i = 1; i <= k; ++i) {
+    double sum = 0.0;
+    for (int l = 1; l <= k; ++l) sum += B(i, l) * column[l - 1];
+    w[i - 1] = sum;
+  }
+  for (int l = 1; l <= k; ++l) {
+    const double scaled = B(j, l) / w[j - 1];
+    for (int i = 1; i <= k; ++i)
+      if (i != j) B(i, l) -= w[i - 1] * scaled;
+    B(j, l) = scaled;
+  }
+}
+
 }  // namespace
 
 int Basis::positionOf(int v) const {
@@ -210,24 +246,18 @@ bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, doub
   return true;
 }
 
-bool exchangeColumn(int k, int j, const double* column, double* inverse, int ld, double* w) {
-  const MatrixView B{inverse, ld, k, k};
-  for (int i = 1; i <= k; ++i) {
-    double sum = 0.0;
-    for (int l = 1; l <= k; ++l) sum += B(i, l) * column[l - 1];
-    w[i - 1] = sum;
-  }
-  const double pivot = w[j - 1];
-  if (!isPivot(pivot)) {
+bool exchangeDependent(Basis& basis, int position, const double* x, Box box,
+                       const Gradients& gradients, double* column, double* w) {
+  const int k = basis.nDep;
+  const int entering = exchangePartner(basis, position, x, box, gradients);
+  if (entering == 0) {
     if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
     return false;
   }
-  for (int l = 1; l <= k; ++l) {
-    const double scaled = B(j, l) / pivot;
-    for (int i = 1; i <= k; ++i)
-      if (i != j) B(i, l) -= w[i - 1] * scaled;
-    B(j, l) = scaled;
-  }
+  for (int i = 1; i <= k; ++i) column[i - 1] = gradients(entering, basis.rows(i));
+  replaceColumn(basis.inverseBlock(k), position, column, w);
+  for (int i = 1; i <= k; ++i) basis.jacobianBlock(k)(i, position) = column[i - 1];
+  basis.exchange(position, entering);
   return true;
 }
 

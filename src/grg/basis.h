@@ -55,10 +55,11 @@ struct BasisScratch {
 [[nodiscard]] bool invertJacobian(int k, const double* jacobian, double* inverse, int ld,
                                   double* w, double* y);
 
-// The inverse after column j of the basis has been replaced. False, with the inverse unchanged,
-// when the new column's pivot is within zeroTol of zero.
-[[nodiscard]] bool exchangeColumn(int k, int j, const double* column, double* inverse, int ld,
-                                  double* w);
+// Exchanges the dependent variable at a position for the independent one with the largest pivot times
+// distance from its bounds, in the lists and both matrices. False, with its message and nothing
+// changed, when every pivot is within zeroTol of zero. column, w: work of length nDep.
+[[nodiscard]] bool exchangeDependent(Basis& basis, int position, const double* x, Box box,
+                                     const Gradients& gradients, double* column, double* w);
 
 // JAC := JAC - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
 void updateJacobian(MatrixView jacobian, const double* s, const double* r);

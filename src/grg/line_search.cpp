@@ -141,7 +141,21 @@ bool LineSearch::prepareBasis() {
   base_.x = baseFrame_.carve(p.n);
   base_.f = baseFrame_.carve(p.m);
   formTangent();
+  freeBlockedBasis();
   return true;
+}
+
+// A dependent variable that the tangent drives out of the box at once would stop the search before
+// its first trial: it changes places with an independent one.
+void LineSearch::freeBlockedBasis() {
+  for (int exchanges = 0; exchanges < p.basis.nDep; ++exchanges) {
+    const Blocking first = firstBound(p.basis.dependent(), p.x, p.box, p.dir);
+    if (first.variable == 0 || !(first.step < settings.grgSearchParam2)) return;
+    if (!exchangeDependent(p.basis, p.basis.positionOf(first.variable), p.x, p.box, p.gradients,
+                           scratch_[0], scratch_[1]))
+      return;
+    formTangent();
+  }
 }
 
 // Dependent variables move so that the rows they hold stay: B t = -N d.

@@ -80,6 +80,7 @@ class LineSearch {
   bool claimWork();
   bool prepareBasis();
   void formTangent();
+  void freeBlockedBasis();
   void start();
   void restoreEntry();
   bool tooShort() const { return step_ < settings.grgSearchParam2; }

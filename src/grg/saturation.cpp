@@ -192,26 +192,6 @@ bool Saturation::impliedByHeldRows(int c, double length) {
 
 // ---- a dependent variable at its bound -----------------------------------------------------------
 
-// The independent variable with the largest pivot times distance from its bounds; 0 when every pivot
-// is within zeroTol of zero.
-int Saturation::exchangePartner(int position) const {
-  const MatrixView B = p.basis.inverseBlock(p.basis.nDep);
-  int best = 0;
-  double highest = -1.0;
-  for (const int32_t v : p.basis.independent) {
-    double pivot = 0.0;
-    for (int l = 1; l <= p.basis.nDep; ++l) pivot += B(position, l) * p.gradients(v, p.basis.rows(l));
-    if (!(std::fabs(pivot) > settings.zeroTol)) continue;
-    const double room = std::min(p.box.upperOf(v) - p.x[v - 1], p.x[v - 1] - p.box.lowerOf(v));
-    const double score = std::fabs(pivot) * room;
-    if (score > highest) {
-      highest = score;
-      best = v;
-    }
-  }
-  return best;
-}
-
 void Saturation::exchangeAtBound() {
   Basis& basis = p.basis;
   const int leaving = blocking.variable;
@@ -221,22 +201,12 @@ void Saturation::exchangeAtBound() {
     blocking = {};
     return;
   }
-  const int position = basis.positionOf(leaving);
-  const int entering = exchangePartner(position);
-  if (entering == 0) {
-    if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
+  const double bound = p.x[leaving - 1];  // the prediction has put it there
+  if (!exchangeDependent(basis, basis.positionOf(leaving), p.x, p.box, p.gradients, u_, w_)) {
     terminate = true;
     return;
   }
   const int k = basis.nDep;
-  for (int i = 1; i <= k; ++i) u_[i - 1] = p.gradients(entering, basis.rows(i));
-  if (!exchangeColumn(k, position, u_, basis.inverse, basis.ld, w_)) {
-    terminate = true;
-    return;
-  }
-  for (int i = 1; i <= k; ++i) basis.jacobianBlock(k)(i, position) = u_[i - 1];
-  const double bound = p.x[leaving - 1];  // the prediction has put it there
-  basis.exchange(position, entering);
   if (tracing(3)) {
     trace::matrix("XJAC AFTER BND UPDATE", basis.jacobianBlock(k));
     trace::matrix("XJINV AFTER BND UPDATE", basis.inverseBlock(k));

@@ -88,7 +88,6 @@ struct Saturation {
   bool augment(int c, double corner, const char* unknown);
   int bestIndependent(int c) const;
   void exchangeAtBound();
-  int exchangePartner(int position) const;
   void restoreOrShorten();
   bool feasible() const;
 
