@@ -9,7 +9,7 @@ for method in 'sqp:converged' 'grg:(converged|min step|no change)'; do
   table=$("$1" --method "${method%%:*}")
   echo "$table"
   rows=$(grep -cE '^[A-Za-z0-9_]+ +[0-9]+ +[0-9]+ +[0-9]+ ' <<<"$table") || true
-  solved=$(grep -cE " ${method#*:} +[0-9.-]+ +[-+]" <<<"$table") || true
+  solved=$(grep -cE " ${method#*:} +[-+.0-9e]+ +[-+]" <<<"$table") || true
   ((rows >= 8 && solved == rows)) || { echo "solved $solved of $rows designs"; failed=1; }
 done
 
