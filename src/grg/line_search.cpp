@@ -87,7 +87,10 @@ SearchEnd LineSearch::run() {
       if (tracing(2)) trace::message("TERMINATE: MINIMUM STEPLENGTH");
       return leaveAtBest(SearchEnd::minimumStep);
     }
-    if (trial_ == 1) restoreEntry();
+    if (trial_ == 1) {
+      if (takeCorrection()) break;
+      restoreEntry();
+    }
     tryPoint();
     if (!saturate()) {
       if (tracing(2)) trace::message("TERMINATE: GRGSAT");
@@ -178,8 +181,39 @@ void LineSearch::formTangent() {
   p.dir = tangent_;
 }
 
-// A point that lives on the tolerance of its binding rows looks better than it is: every restored
-// trial would lose to it. One Newton correction puts it back on the rows before the search starts.
+// Largest violation of what was satisfied at entry.
+double LineSearch::violation() const {
+  double worst = 0.0;
+  for (const int32_t c : p.kept) worst = std::max(worst, p.f[c - 1]);
+  for (const int32_t c : p.satisfied) worst = std::max(worst, std::fabs(p.f[c - 1]));
+  return worst;
+}
+
+void LineSearch::evaluateHere() { evaluate(p.n, p.x, p.f, p.objective); }
+
+void LineSearch::returnToEntry() {
+  std::copy_n(base_.x, p.n, p.x);
+  std::copy_n(base_.f, p.m, p.f);
+}
+
+// A point that lives on the tolerance of its constraints looks better than it is: where the
+// direction leads uphill, it is there to mend that. Its whole length is taken when it does.
+bool LineSearch::takeCorrection() {
+  if (!(slope_ > 0.0)) return false;
+  const double before = violation();
+  for (int v = 1; v <= p.n; ++v) p.x[v - 1] = p.box.clip(v, p.x[v - 1] + carried * d[v - 1]);
+  evaluateHere();
+  const double after = violation();
+  if (after < 0.5 * before && after <= settings.convTol) {
+    start();
+    return true;
+  }
+  returnToEntry();
+  return false;
+}
+
+// For the same reason every restored trial would lose to such a point: one Newton correction puts it
+// back on the rows that are held before the search starts.
 void LineSearch::restoreEntry() {
   constexpr double negligible = 0.1;  // of convTol
   const Basis& basis = p.basis;
@@ -197,14 +231,11 @@ void LineSearch::restoreEntry() {
     for (int j = 1; j <= basis.nDep; ++j) moved -= B(i, j) * base_.f[basis.rows(j) - 1];
     p.x[v - 1] = p.box.clip(v, moved);
   }
-  evaluate(p.n, p.x, p.f, p.objective);
-  const double tol = settings.convTol;
-  bool better = residual() < before;
-  for (const int32_t c : p.kept) better = better && p.f[c - 1] <= tol;
-  for (const int32_t c : p.satisfied) better = better && std::fabs(p.f[c - 1]) <= tol;
-  if (better) return start();
-  std::copy_n(base_.x, p.n, p.x);
-  std::copy_n(base_.f, p.m, p.f);
+  evaluateHere();
+  if (residual() < before && violation() <= settings.convTol)
+    start();
+  else
+    returnToEntry();
 }
 
 void LineSearch::start() {
@@ -220,6 +251,8 @@ void LineSearch::start() {
   bestObjective_ = objective();
   pairs_[0] = {0.0, bestObjective_};
   pairCount_ = 1;
+  slope_ = 0.0;
+  for (int i = 0; i < p.n; ++i) slope_ += gObj[i] * d[i];
   step_ = std::min(settings.grgSearchParam1, carried);
 }
 
@@ -230,7 +263,7 @@ void LineSearch::tryPoint() {
   moveIndependent(p.basis.independent.view(), p.box, step_, p.dir, p.x, from);
   blocking_ =
       predictFrom(from, p.basis.dependent(), p.box, step_, p.dir, p.x, scratch_[2]);
-  evaluate(p.n, p.x, p.f, p.objective);
+  evaluateHere();
   if (tracing(2)) {
     trace::vector("DV AFTER STEP", {p.x, p.n});
     trace::vector("DF AFTER STEP", {p.f, p.m});
@@ -371,9 +404,7 @@ LineSearch::Next LineSearch::fitParabola() {
   keepTrial();
   if (pairCount_ < 3) {
     // The first trial was worse already: the parabola through both points and the slope at entry.
-    double slope = 0.0;
-    for (int i = 0; i < p.n; ++i) slope += gObj[i] * d[i];
-    const double vertex = parabolaStep(0.0, pairs_[1].s, pairs_[0].f, pairs_[1].f, slope,
+    const double vertex = parabolaStep(0.0, pairs_[1].s, pairs_[0].f, pairs_[1].f, slope_,
                                        settings.zeroTol);
     step_ = std::clamp(vertex, 0.1 * pairs_[1].s, 0.5 * pairs_[1].s);
     return Next::goOn;

@@ -53,12 +53,12 @@ struct Sample {
 
 class LineSearch {
  public:
-  // Evaluations that one search can take: one for the entry; each trial is evaluated, and its
+  // Evaluations that one search can take: two for the entry; each trial is evaluated, and its
   // saturation moves the point at most three times in a pass and halves the step at most maxHalvings
   // times, each time with one restoration.
   static constexpr int maxTrials = 51;
   static constexpr int maxEvaluations =
-      1 + maxTrials * (1 + (3 * Saturation::maxPasses + Saturation::maxHalvings) *
+      2 + maxTrials * (1 + (3 * Saturation::maxPasses + Saturation::maxHalvings) *
                                (1 + Saturation::restorationLimit));
 
   // direction has unit length; active are the inequalities that the binding test looks at.
@@ -83,9 +83,13 @@ class LineSearch {
   void freeBlockedBasis();
   void start();
   void restoreEntry();
+  bool takeCorrection();
   bool tooShort() const { return step_ < settings.grgSearchParam2; }
   void tryPoint();
   bool saturate();
+  double violation() const;
+  void evaluateHere();
+  void returnToEntry();
   Sample reference();
   void recordTrial();
   void insertPair(StepValue pair);
@@ -123,6 +127,7 @@ class LineSearch {
   Blocking blocking_;
   bool lastTrial_ = false;    // the saturation ends the search after this trial
   int restorationIterations_ = 0;
+  double slope_ = 0.0;        // of the objective along the direction, at entry
   double bestStep_ = 0.0;
   double bestObjective_ = 0.0;
   bool improved_ = false;
