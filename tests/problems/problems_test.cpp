@@ -1,4 +1,4 @@
-#include "problems/problems.h"
+#include "problems.h"
 
 #include <gtest/gtest.h>
 
