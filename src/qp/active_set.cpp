@@ -14,9 +14,12 @@ namespace {
 // a . v for the gradient a of the row; a bound row is a unit vector.
 double rowDot(const QpRows& qp, const Row& row, const double* v) {
   switch (row.kind) {
-    case Row::Kind::general: return row.sign * dot(qp.A.column(row.index), v, qp.n);
-    case Row::Kind::bound: return row.sign * v[row.index - 1];
-    case Row::Kind::none: break;
+    case Row::Kind::general:
+      return row.sign * dot(qp.A.column(row.index), v, qp.n);
+    case Row::Kind::bound:
+      return row.sign * v[row.index - 1];
+    case Row::Kind::none:
+      break;
   }
   return 0.0;
 }
@@ -44,18 +47,42 @@ void subtractActive(const ActiveSet& active, const double* coefficient, double* 
   const int count = active.count();
   int k = 1;
   for (; k + 3 <= count; k += 4) {
-    const double* column[4];
-    for (int c = 0; c < 4; ++c) column[c] = active.W.column(k + c);
-    subtractColumns4(z, column, coefficient + (k - 1), active.n);
+    const double* const w = active.W.column(k);
+    const int n = active.n;
+    const double* const columns[4] = {w, w + n, w + 2 * n, w + 3 * n};
+    subtractColumns4(z, columns, coefficient + (k - 1), n);
   }
   for (; k <= count; ++k) subtractColumn(z, active.W.column(k), coefficient[k - 1], active.n);
+}
+
+// One-based position of the largest entry above the limit, the first of equals; 0 without one.
+int firstLargest(const double* v, int n, double limit) {
+  // First the value without a branch per entry, then its place. A NaN is above nothing.
+  const auto larger = [](Pair a, Pair b) { return a > b ? a : b; };
+  Pair m0 = {limit, limit}, m1 = m0;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    m0 = larger(loadPair(v + i), m0);
+    m1 = larger(loadPair(v + i + 2), m1);
+  }
+  m0 = larger(m1, m0);
+  double best = m0[1] > m0[0] ? m0[1] : m0[0];
+  for (; i < n; ++i) best = v[i] > best ? v[i] : best;
+  if (!(best > limit)) return 0;
+  const Pair wanted = {best, best};
+  for (i = 0; i + 4 <= n; i += 4) {
+    const auto found = (loadPair(v + i) == wanted) | (loadPair(v + i + 2) == wanted);
+    if ((found[0] | found[1]) != 0) break;
+  }
+  while (v[i] != best) ++i;
+  return i + 1;
 }
 
 }  // namespace
 
 bool unconstrainedMinimizer(int n, ConstMatrix H, const double* g, PackedUpper P, double* d) {
   for (int k = 1; k <= n; ++k) std::copy_n(H.column(k), k, P.column(k));
-  if (!factorColumns(P, n, 1)) return false;
+  if (!factorWhole(P, n)) return false;
   for (int i = 0; i < n; ++i) d[i] = -g[i];
   solveFactored(P, d, n);
   return true;
@@ -64,16 +91,22 @@ bool unconstrainedMinimizer(int n, ConstMatrix H, const double* g, PackedUpper P
 void residuals(const QpRows& qp, const double* d, double* res) {
   int r = 1;
   for (; r + 3 <= qp.m; r += 4) {
-    const double* column[4];
+    const double* const a = qp.A.column(r);
+    const std::ptrdiff_t ld = qp.A.ld();
+    const double* const columns[4] = {a, a + ld, a + 2 * ld, a + 3 * ld};
     double sum[4];
-    for (int c = 0; c < 4; ++c) column[c] = qp.A.column(r + c);
-    dot4(column, d, qp.n, sum);
-    for (int c = 0; c < 4; ++c) res[r + c - 1] = sum[c] - qp.b[r + c - 1];
+    dot4(columns, d, qp.n, sum);
+    const double* b = qp.b + (r - 1);
+    storePair(res + r - 1, Pair{sum[0], sum[1]} - loadPair(b));
+    storePair(res + r + 1, Pair{sum[2], sum[3]} - loadPair(b + 2));
   }
   for (; r <= qp.m; ++r) res[r - 1] = dot(qp.A.column(r), d, qp.n) - qp.b[r - 1];
 
   double* out = res + std::max(qp.m, 0);
-  for (int j = 0; j < qp.n; ++j) {
+  if (qp.row.everyBound) {
+    for (int j = 0; j < qp.n; ++j, out += 2) storePair(out, Pair{d[j] - qp.du[j], qp.dl[j] - d[j]});
+  }
+  for (int j = 0; j < qp.n && !qp.row.everyBound; ++j) {
     const int32_t code = qp.row.codes[j];
     if (code == boundBoth || code == boundUpper) *out++ = d[j] - qp.du[j];
     if (code == boundBoth || code == boundLower) *out++ = qp.dl[j] - d[j];
@@ -97,11 +130,18 @@ int mostViolated(int m, int m1, int nb, const double* res, const IndexList& acti
     if (r >= firstMirrored) return r - nb - m + m1;
     return r > m1 && r <= m ? r + nb + m - m1 : 0;
   };
-  int p = 0;
+  const auto taken = [&](int r) {
+    const int other = partner(r);
+    return active.contains(r) || (other != 0 && active.contains(other));
+  };
+  const int count = m + nb + mirrored;
+  int p = firstLargest(res, count, settings.zeroTol);
+  if (p == 0 || !taken(p)) return p;
+  // Rare, for an active row is violated by rounding only.
+  p = 0;
   double best = settings.zeroTol;
-  for (int r = 1; r <= m + nb + mirrored; ++r) {
-    if (!(res[r - 1] > best)) continue;
-    if (active.contains(r) || active.contains(partner(r))) continue;
+  for (int r = 1; r <= count; ++r) {
+    if (!(res[r - 1] > best) || taken(r)) continue;
     best = res[r - 1];
     p = r;
   }
@@ -122,20 +162,21 @@ void directions(const QpRows& qp, int p, ConstPacked P, const ActiveSet& active,
     // n independent rows leave no direction: z is 0, and only the multipliers can move.
     activeDots(qp, active, w, r);
     solveFactored(active.T, r, nact);
+    negate(r, r, nact);
     std::fill_n(z, qp.n, 0.0);
   } else {
     borderFactor(qp, p, active);
     std::copy_n(active.T.column(active.bordering()), nact, r);
     solveUnitUpper(active.T, r, nact);
-    std::copy_n(w, qp.n, z);
+    negate(r, r, nact);
+    negate(z, w, qp.n);
     subtractActive(active, r, z);
-    for (int i = 0; i < qp.n; ++i) z[i] = -z[i];
   }
-  // d moves against z = H^-1 n_p - W r, and with it the active multipliers against r.
-  for (int k = 0; k < nact; ++k) r[k] = -r[k];
 }
 
-double slope(const QpRows& qp, int p, const double* z) { return rowDot(qp, qp.row(p), z); }
+double slope(const QpRows& qp, int p, const double* z) {
+  return rowDot(qp, qp.row(p), z);
+}
 
 double curvature(const ActiveSet& active) {
   return active.full() ? 0.0 : active.T(active.bordering(), active.bordering());
@@ -168,9 +209,9 @@ StepLength stepLength(int nact, const double* multiplier, const double* r, doubl
 
 void takeStep(int n, double t, const double* z, double* d, int nact, const double* r,
               double* multiplier, double& up) {
-  for (int i = 0; i < n; ++i) d[i] = d[i] + t * z[i];
+  addMultiple(d, z, t, n);
   up = up + t;
-  for (int k = 0; k < nact; ++k) multiplier[k] = multiplier[k] + t * r[k];
+  addMultiple(multiplier, r, t, nact);
 }
 
 void borderFactor(const QpRows& qp, int p, const ActiveSet& active) {

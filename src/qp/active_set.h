@@ -13,11 +13,11 @@ namespace tarnix {
 
 // Given, never written.
 struct QpRows {
-  int n, m, m1;       // variables; general rows; those of them that are inequalities
-  ConstMatrix A;      // (n, m) gradients of the general rows
-  const double* b;    // (m) right-hand sides
-  const double* dl;   // (n) lower limits of the step
-  const double* du;   // (n) upper limits of the step
+  int n, m, m1;      // variables; general rows; those of them that are inequalities
+  ConstMatrix A;     // (n, m) gradients of the general rows
+  const double* b;   // (m) right-hand sides
+  const double* dl;  // (n) lower limits of the step
+  const double* du;  // (n) upper limits of the step
   RowNumbering row;
 
   int equalities() const { return m > m1 ? m - m1 : 0; }
@@ -29,10 +29,10 @@ struct QpRows {
 
 struct ActiveSet {
   int n;
-  IndexList rows;     // IACT, at most n
-  double* multiplier; // XLAG, in the order of rows
-  MatrixView W;       // (n, n) column k = H^-1 (gradient of active row k)
-  PackedUpper T;      // U'DU factor of N' H^-1 N
+  IndexList rows;      // IACT, at most n
+  double* multiplier;  // XLAG, in the order of rows
+  MatrixView W;        // (n, n) column k = H^-1 (gradient of active row k)
+  PackedUpper T;       // U'DU factor of N' H^-1 N
 
   int count() const { return rows.count(); }
   bool full() const { return count() >= n; }

@@ -78,13 +78,19 @@ void QPSOLV(const int32_t* n, const int32_t* m, const int32_t* m1, const double*
             double* XLAG, int32_t* IACT, int32_t* nact, int32_t* noSolution, int32_t* notPosDef,
             int32_t* failure) {
   *noSolution = *notPosDef = *failure = logicalFalse;
-  const QpProblem problem{*n,  *m, *m1,   {A, *lda, *n, *m}, b, {H, *ldh, *n, *n},
-                          g, codes, dl, du};
+  const QpProblem problem{*n, *m, *m1, {A, *lda, *n, *m}, b, {H, *ldh, *n, *n}, g, codes, dl, du};
   switch (solveQp(problem, {d, XLAG, IACT, *nact})) {
-    case QpEnd::solved: break;
-    case QpEnd::noSolution: *noSolution = logicalTrue; break;
-    case QpEnd::notPositiveDefinite: *notPosDef = logicalTrue; break;
-    case QpEnd::failure: *failure = logicalTrue; break;
+    case QpEnd::solved:
+      break;
+    case QpEnd::noSolution:
+      *noSolution = logicalTrue;
+      break;
+    case QpEnd::notPositiveDefinite:
+      *notPosDef = logicalTrue;
+      break;
+    case QpEnd::failure:
+      *failure = logicalTrue;
+      break;
   }
 }
 
@@ -126,10 +132,10 @@ void QPSSTP(const int32_t* n, const double* t, const double* z, double* d, const
   takeStep(*n, *t, z, d, *nact, r, XLAG, *up);
 }
 
-void QPSDOA(int32_t* nact, const int32_t* n, const int32_t* m, const int32_t* m1,
-            const int32_t* nb, const int32_t* codes, const double* A, const int32_t* lda,
-            double* W, double* T, int32_t* IACT, double* XLAG, const int32_t* p, const double* up,
-            const int32_t* k, int32_t* failure) {
+void QPSDOA(int32_t* nact, const int32_t* n, const int32_t* m, const int32_t* m1, const int32_t* nb,
+            const int32_t* codes, const double* A, const int32_t* lda, double* W, double* T,
+            int32_t* IACT, double* XLAG, const int32_t* p, const double* up, const int32_t* k,
+            int32_t* failure) {
   *failure = logicalFalse;
   ActiveSet active = activeSet(*n, IACT, nact, XLAG, W, T);
   if (*k <= *nact) return dropRow(active, *k);
@@ -142,7 +148,9 @@ void QPSTRI(double* P, const int32_t* n, const int32_t* k0, int32_t* fail) {
   *fail = toLogical(!factorColumns({P, *n}, *n, *k0));
 }
 
-void QPSSOL(const double* P, double* x, const int32_t* n) { solveFactored({P, *n}, x, *n); }
+void QPSSOL(const double* P, double* x, const int32_t* n) {
+  solveFactored({P, *n}, x, *n);
+}
 
 void QPSGRA(const int32_t* r, const int32_t* i, double* val, const int32_t* n, const int32_t* meq,
             const int32_t* off, const int32_t* nb, const double* A, const int32_t* lda,

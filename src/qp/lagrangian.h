@@ -5,17 +5,18 @@
 
 namespace tarnix {
 
-// Active rows are numbered in one range: the constraints of the first kind through map1, those of the
-// second kind through map2, then two bound rows per variable, +e(j) (odd) and -e(j) (even).
+// Active rows are numbered in one range: the constraints of the first kind through map1, those of
+// the second kind through map2, then two bound rows per variable, +e(j) (odd) and -e(j) (even).
 struct ActiveRows {
-  ConstIndex map1, map2;     // constraint numbers of the two kinds
-  const int32_t* column;     // column of a constraint's gradient, 0 when it has none
-  ConstIndex rows;           // active rows
-  double* multiplier;        // of each active row
+  ConstIndex map1, map2;  // constraint numbers of the two kinds
+  const int32_t* column;  // column of a constraint's gradient, 0 when it has none
+  ConstIndex rows;        // active rows
+  double* multiplier;     // of each active row
 };
 
-// gl := g + sum of terms, J the gradients with leading dimension n. A first-kind row without a column
-// contributes nothing: its multiplier is set to 0 and its constraint number returned (else 0).
+// gl := g + sum of terms, J the gradients with leading dimension n. A first-kind row without a
+// column contributes nothing: its multiplier is set to 0 and its constraint number returned (else
+// 0).
 int lagrangianGradient(int n, const ActiveRows& active, const double* g, const double* J,
                        double* gl);
 

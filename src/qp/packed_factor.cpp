@@ -9,38 +9,77 @@ namespace tarnix {
 
 namespace {
 
-// x(i) -= sum over l < i of U(l, i) x(l), for i = first..last in increasing order. Sums start at row
-// start, before which x is zero. Four columns share one pass over the x that is already known.
-void forwardSubstitute(ConstPacked P, double* x, int first, int last, int start) {
-  int i = first;
-  for (; i + 3 <= last; i += 4) {
-    const double* column[4];
-    double sum[4];
-    for (int c = 0; c < 4; ++c) column[c] = P.column(i + c) + (start - 1);
-    dot4(column, x + (start - 1), i - start, sum);
-    for (int c = 0; c < 4; ++c) {
-      double v = x[i + c - 1] - sum[c];
-      for (int l = 0; l < c; ++l) v -= P(i + l, i + c) * x[i + l - 1];
-      x[i + c - 1] = v;
-    }
+// Rows of the forward substitution come in fixed groups 1..4, 5..8, ...: row i subtracts first the
+// sum over the earlier groups, then its own group's terms one by one. So its bits do not depend on
+// how many rows follow or where the solve starts, and the sums' lengths are multiples of four.
+
+// First row (zero-based) of the group with row i.
+int groupOf(int i) {
+  return i & ~3;
+}
+
+// Rows i..i+3 of x := U'^-1 x, a whole group; x is zero before start, which begins a group.
+[[gnu::always_inline]] inline void forwardGroup(ConstPacked P, double* x, int i, int start) {
+  const double* c0 = P.column(i + 1);
+  const double* c1 = c0 + (i + 1);
+  const double* c2 = c1 + (i + 2);
+  const double* c3 = c2 + (i + 3);
+  const double* const columns[4] = {c0 + start, c1 + start, c2 + start, c3 + start};
+  double s[4];
+  dot4(columns, x + start, i - start, s);
+  const double x0 = x[i] - s[0];
+  double x1 = x[i + 1] - s[1], x2 = x[i + 2] - s[2], x3 = x[i + 3] - s[3];
+  x1 -= c1[i] * x0;
+  x2 -= c2[i] * x0;
+  x3 -= c3[i] * x0;
+  x2 -= c2[i + 1] * x1;
+  x3 -= c3[i + 1] * x1;
+  x3 -= c3[i + 2] * x2;
+  // Stored as they are loaded, by pairs.
+  storePair(x + i, Pair{x0, x1});
+  storePair(x + i + 2, Pair{x2, x3});
+}
+
+// Rows i..end-1 with i at the beginning of a group.
+void forwardSubstitute(ConstPacked P, double* x, int i, int end, int start) {
+  for (; i + 4 <= end; i += 4) forwardGroup(P, x, i, start);
+  for (int k = i; k < end; ++k) {
+    const double* column = P.column(k + 1);
+    double v = x[k] - dot(column + start, x + start, i - start);
+    for (int l = i; l < k; ++l) v -= column[l] * x[l];
+    x[k] = v;
   }
-  for (; i <= last; ++i)
-    x[i - 1] -= dot(P.column(i) + (start - 1), x + (start - 1), i - start);
+}
+
+// The rest of column k (one-based) when its first done rows are solved for: done begins a group.
+void finishColumn(PackedUpper P, int k, int done) {
+  double* column = P.column(k);
+  forwardSubstitute(P, column, done, k - 1, 0);
+  double pivot = column[k - 1];
+  int i = 0;
+  const double* diagonal = P.column(1);
+  for (; i + 2 <= k - 1; i += 2) {
+    const double* next = diagonal + (i + 2);
+    const Pair t = loadPair(column + i);
+    const Pair scaled = t / Pair{*diagonal, *next};
+    storePair(column + i, scaled);
+    const Pair product = t * scaled;
+    pivot -= product[0];
+    pivot -= product[1];
+    diagonal = next + (i + 3);
+  }
+  if (i < k - 1) {
+    const double t = column[i];
+    column[i] = t / *diagonal;
+    pivot -= t * column[i];
+  }
+  column[k - 1] = pivot;
 }
 
 }  // namespace
 
 void reduceColumn(PackedUpper P, int k) {
-  double* column = P.column(k);
-  forwardSubstitute(P, column, 2, k - 1, 1);
-  double pivot = column[k - 1];
-  for (int i = 1; i < k; ++i) {
-    const double t = column[i - 1];
-    const double scaled = t / P(i, i);
-    column[i - 1] = scaled;
-    pivot -= t * scaled;
-  }
-  column[k - 1] = pivot;
+  finishColumn(P, k, 0);
 }
 
 bool factorColumns(PackedUpper P, int n, int k0) {
@@ -52,23 +91,47 @@ bool factorColumns(PackedUpper P, int n, int k0) {
   return true;
 }
 
+bool factorWhole(PackedUpper P, int n) {
+  const double zeroTol = settings.zeroTol;
+  for (int first = 1; first <= n; first += 4) {
+    const int last = std::min(first + 3, n);
+    for (int i = 0; i + 4 < first; i += 4)
+      for (int k = first; k <= last; ++k) forwardGroup(P, P.column(k), i, 0);
+    for (int k = first; k <= last; ++k) {
+      finishColumn(P, k, first - 1);
+      if (!(P(k, k) >= zeroTol)) return false;
+    }
+  }
+  return true;
+}
+
 void solveTransposed(ConstPacked P, double* x, int n, int firstNonzero) {
-  forwardSubstitute(P, x, firstNonzero + 1, n, firstNonzero);
+  const int start = groupOf(firstNonzero - 1);
+  forwardSubstitute(P, x, start, n, start);
 }
 
 void solveUnitUpper(ConstPacked P, double* x, int n) {
   int k = n;
   for (; k >= 4; k -= 4) {
-    // Columns k, k-1, k-2, k-3: first the four unknowns, then their share in all above them.
-    double negated[4];
-    const double* column[4];
-    for (int c = 0; c < 4; ++c) {
-      const int j = k - c;
-      for (int l = 0; l < c; ++l) x[j - 1] -= P(j, k - l) * x[k - l - 1];
-      negated[c] = x[j - 1];
-      column[c] = P.column(j);
-    }
-    subtractColumns4(x, column, negated, k - 4);
+    const double* c3 = P.column(k);
+    const double* c2 = c3 - (k - 1);
+    const double* c1 = c2 - (k - 2);
+    const double* c0 = c1 - (k - 3);
+    double* v = x + (k - 4);
+    const double x3 = v[3];
+    double x2 = v[2], x1 = v[1], x0 = v[0];
+    x2 -= c3[k - 2] * x3;
+    x1 -= c3[k - 3] * x3;
+    x0 -= c3[k - 4] * x3;
+    x1 -= c2[k - 3] * x2;
+    x0 -= c2[k - 4] * x2;
+    x0 -= c1[k - 4] * x1;
+    v[2] = x2;
+    v[1] = x1;
+    v[0] = x0;
+    const double* const columns[4] = {c3, c2, c1, c0};
+    const double known[4] = {x3, x2, x1, x0};
+    subtractColumns4Down(x, columns, known, k - 4);
   }
   for (; k >= 2; --k) subtractColumn(x, P.column(k), x[k - 1], k - 1);
 }
@@ -76,7 +139,10 @@ void solveUnitUpper(ConstPacked P, double* x, int n) {
 void solveFactored(ConstPacked P, double* x, int n, int firstNonzero) {
   if (n < 1) return;
   solveTransposed(P, x, n, firstNonzero);
-  for (int k = firstNonzero; k <= n; ++k) x[k - 1] /= P(k, k);
+  int i = groupOf(firstNonzero - 1);
+  for (; i + 2 <= n; i += 2)
+    storePair(x + i, loadPair(x + i) / Pair{P(i + 1, i + 1), P(i + 2, i + 2)});
+  if (i < n) x[i] /= P(n, n);
   solveUnitUpper(P, x, n);
 }
 
@@ -90,19 +156,41 @@ void deleteRow(PackedUpper P, int n, int k, double* work) {
     std::copy(from, from + (k - 1), to);
     std::copy(from + k, from + r, to + (k - 1));
   }
-  // Rank-one correction of the trailing block by weight * work work'.
-  for (int j = k; j < n; ++j) {
-    const double p = work[j - k];
-    const double old = P(j, j);
-    const double pivot = old + weight * p * p;
-    const double beta = weight * p / pivot;
-    weight = weight * (old / pivot);
-    P(j, j) = pivot;
-    for (int r = j + 1; r < n; ++r) {
-      const double u = P(j, r);
-      const double w = work[r - k] - p * u;
-      work[r - k] = w;
-      P(j, r) = u + beta * w;
+  // Rank-one correction of the trailing block by weight * work work', four rows at a time: the
+  // pivots of the four first, then their corrections in every later column.
+  for (int first = k; first < n; first += 4) {
+    const int end = std::min(first + 4, n);
+    double p[4], beta[4];
+    for (int r = first; r < end; ++r) {
+      double* u = P.column(r) + (first - 1);
+      double w = work[r - k];
+      for (int c = 0; c < r - first; ++c) {
+        w -= p[c] * u[c];
+        u[c] += beta[c] * w;
+      }
+      const int c = r - first;
+      const double old = u[c];
+      const double pivot = old + weight * w * w;
+      p[c] = w;
+      beta[c] = weight * w / pivot;
+      weight = weight * (old / pivot);
+      u[c] = pivot;
+    }
+    if (end == n) break;
+    const double p0 = p[0], p1 = p[1], p2 = p[2], p3 = p[3];
+    const double b0 = beta[0], b1 = beta[1], b2 = beta[2], b3 = beta[3];
+    double* u = P.column(end) + (first - 1);
+    for (int r = end; r < n; ++r) {
+      const double w0 = work[r - k] - p0 * u[0];
+      const double w1 = w0 - p1 * u[1];
+      const double w2 = w1 - p2 * u[2];
+      const double w3 = w2 - p3 * u[3];
+      u[0] += b0 * w0;
+      u[1] += b1 * w1;
+      u[2] += b2 * w2;
+      u[3] += b3 * w3;
+      work[r - k] = w3;
+      u += r;
     }
   }
 }

@@ -11,7 +11,9 @@ namespace {
 class DualActiveSet {
  public:
   DualActiveSet(const QpProblem& problem, const QpResult& result, int nb, WorkFrame& frame)
-      : qp{problem.n,  problem.m,  problem.m1, problem.A, problem.b, problem.dl,
+      : qp{problem.n,  problem.m,
+           problem.m1, problem.A,
+           problem.b,  problem.dl,
            problem.du, solverRows(problem.n, problem.m, problem.m1, nb, problem.codes)},
         d(result.d),
         res(frame.carve(qp.count())),
@@ -53,8 +55,8 @@ class DualActiveSet {
       // Rounding can make the method cycle; no problem needs a fraction of this many steps.
       if (++steps > stepLimit()) return QpEnd::noSolution;
       directions(qp, p, P, active, keepColumn, r, z);
-      const StepLength step = stepLength(active.count(), active.multiplier, r, slope(qp, p, z),
-                                         curvature(active), s);
+      const StepLength step =
+          stepLength(active.count(), active.multiplier, r, slope(qp, p, z), curvature(active), s);
       if (step.kind == StepLength::Kind::none) return QpEnd::noSolution;
       takeStep(qp.n, step.t, z, d, active.count(), r, active.multiplier, multiplier);
       if (step.kind == StepLength::Kind::full)
@@ -80,10 +82,10 @@ class DualActiveSet {
   QpRows qp;
   double* d;
   // Work, in the order in which it is carved.
-  double* res;      // residuals of all rows
-  double* z;        // change of d per unit multiplier of the row being added
-  double* r;        // change of the active multipliers, likewise
-  PackedUpper P;    // U'DU factor of H
+  double* res;    // residuals of all rows
+  double* z;      // change of d per unit multiplier of the row being added
+  double* r;      // change of the active multipliers, likewise
+  PackedUpper P;  // U'DU factor of H
   ActiveSet active;
   int64_t steps = 0;
 };
@@ -98,8 +100,7 @@ QpEnd solveQp(const QpProblem& problem, const QpResult& result) {
   WorkFrame frame;
   if (!frame.reserve(2 * n + nb + m + equalities + n * (n + 1) + n * n)) {
     // Printed at every level, and errorFlag stays: the failure flag reports it.
-    trace::message(
-        Line("ERROR: DOUBLE PRECISION STORAGE EXCEEDED, ").integer(frame.needed(), 10));
+    trace::message(Line("ERROR: DOUBLE PRECISION STORAGE EXCEEDED, ").integer(frame.needed(), 10));
     return QpEnd::failure;
   }
   return DualActiveSet(problem, result, nb, frame).run(problem);

@@ -12,7 +12,7 @@ struct QpProblem {
   int n, m, m1;
   ConstMatrix A;
   const double* b;
-  ConstMatrix H;         // only the upper triangle is read
+  ConstMatrix H;  // only the upper triangle is read
   const double* g;
   const int32_t* codes;
   const double* dl;
@@ -20,9 +20,9 @@ struct QpProblem {
 };
 
 struct QpResult {
-  double* d;             // (n) the step
-  double* multiplier;    // (n) of the active rows
-  int32_t* rows;         // (n) active rows, an equality under its own number
+  double* d;           // (n) the step
+  double* multiplier;  // (n) of the active rows
+  int32_t* rows;       // (n) active rows, an equality under its own number
   int32_t& count;
 };
 

@@ -1,6 +1,6 @@
 #pragma once
-// Numbering of the QP's rows: general rows 1..general (columns of A), then nb bound rows variable by
-// variable, then the columns of A behind offset once more with the opposite sign.
+// Numbering of the QP's rows: general rows 1..general (columns of A), then nb bound rows variable
+// by variable, then the columns of A behind offset once more with the opposite sign.
 
 #include <algorithm>
 #include <cstdint>
@@ -24,9 +24,9 @@ Row boundRow(int t, int n, const int32_t* codes);
 int countBoundRows(int n, const int32_t* codes);
 
 struct RowNumbering {
-  int general;           // columns of A that come first with sign +1
-  int bounds;            // bound rows
-  int offset;            // column before the first one that is repeated with sign -1
+  int general;  // columns of A that come first with sign +1
+  int bounds;   // bound rows
+  int offset;   // column before the first one that is repeated with sign -1
   int n;
   const int32_t* codes;  // (n)
   bool everyBound;       // every code is 1: the row of a bound is arithmetic
@@ -40,7 +40,8 @@ struct RowNumbering {
   }
 };
 
-// For the rows of the QP solver: m general rows, the first m1 inequalities, the equalities mirrored.
+// For the rows of the QP solver: m general rows, the first m1 inequalities, the equalities
+// mirrored.
 RowNumbering solverRows(int n, int m, int m1, int nb, const int32_t* codes);
 
 }  // namespace tarnix
