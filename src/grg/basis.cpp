@@ -106,26 +106,6 @@ struct BasisChoice {
   }
 };
 
-// 0 when every pivot is within zeroTol of zero.
-int exchangePartner(const Basis& basis, int position, const double* x, Box box,
-                    const Gradients& gradients) {
-  const MatrixView B = basis.inverseBlock(basis.nDep);
-  int best = 0;
-  double highest = -1.0;
-  for (const int32_t v : basis.independent.view()) {
-    double pivot = 0.0;
-    for (int l = 1; l <= basis.nDep; ++l) pivot += B(position, l) * gradients(v, basis.rows(l));
-    if (!isPivot(pivot)) continue;
-    const double room = std::min(box.upperOf(v) - x[v - 1], x[v - 1] - box.lowerOf(v));
-    const double score = std::fabs(pivot) * room;
-    if (score > highest) {
-      highest = score;
-      best = v;
-    }
-  }
-  return best;
-}
-
 // The inverse after column j of the basis has been replaced.
 void replaceColumn(MatrixView B, int j, const double* column, double* w) {
   const int k = B.rows();
@@ -246,19 +226,37 @@ bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, doub
   return true;
 }
 
-bool exchangeDependent(Basis& basis, int position, const double* x, Box box,
-                       const Gradients& gradients, double* column, double* w) {
-  const int k = basis.nDep;
-  const int entering = exchangePartner(basis, position, x, box, gradients);
-  if (entering == 0) {
-    if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
-    return false;
+double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients) {
+  const MatrixView B = basis.inverseBlock(basis.nDep);
+  double pivot = 0.0;
+  for (int l = 1; l <= basis.nDep; ++l) pivot += B(position, l) * gradients(v, basis.rows(l));
+  return pivot;
+}
+
+int exchangePartner(const Basis& basis, int position, const double* x, Box box,
+                    const Gradients& gradients) {
+  int best = 0;
+  double highest = -1.0;
+  for (const int32_t v : basis.independent.view()) {
+    const double pivot = pivotOf(basis, position, v, gradients);
+    if (!isPivot(pivot)) continue;
+    const double room = std::min(box.upperOf(v) - x[v - 1], x[v - 1] - box.lowerOf(v));
+    const double score = std::fabs(pivot) * room;
+    if (score > highest) {
+      highest = score;
+      best = v;
+    }
   }
+  return best;
+}
+
+void exchangeDependent(Basis& basis, int position, int entering, const Gradients& gradients,
+                       double* column, double* w) {
+  const int k = basis.nDep;
   for (int i = 1; i <= k; ++i) column[i - 1] = gradients(entering, basis.rows(i));
   replaceColumn(basis.inverseBlock(k), position, column, w);
   for (int i = 1; i <= k; ++i) basis.jacobianBlock(k)(i, position) = column[i - 1];
   basis.exchange(position, entering);
-  return true;
 }
 
 void updateJacobian(MatrixView jacobian, const double* s, const double* r) {

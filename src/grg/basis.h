@@ -55,11 +55,18 @@ struct BasisScratch {
 [[nodiscard]] bool invertJacobian(int k, const double* jacobian, double* inverse, int ld,
                                   double* w, double* y);
 
-// Exchanges the dependent variable at a position for the independent one with the largest pivot times
-// distance from its bounds, in the lists and both matrices. False, with its message and nothing
-// changed, when every pivot is within zeroTol of zero. column, w: work of length nDep.
-[[nodiscard]] bool exchangeDependent(Basis& basis, int position, const double* x, Box box,
-                                     const Gradients& gradients, double* column, double* w);
+// What exchanging the dependent variable at a position for independent variable v would take as its
+// pivot: the factor by which it scales the determinant of the basis.
+double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients);
+
+// The independent variable with the largest pivot times distance from its bounds; 0 when every pivot
+// is within zeroTol of zero.
+int exchangePartner(const Basis& basis, int position, const double* x, Box box,
+                    const Gradients& gradients);
+
+// Makes that exchange in the lists and in both matrices. column, w: work of length nDep.
+void exchangeDependent(Basis& basis, int position, int entering, const Gradients& gradients,
+                       double* column, double* w);
 
 // JAC := JAC - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
 void updateJacobian(MatrixView jacobian, const double* s, const double* r);

@@ -143,9 +143,38 @@ bool LineSearch::prepareBasis() {
   tangent_ = baseFrame_.carve(p.n);
   base_.x = baseFrame_.carve(p.n);
   base_.f = baseFrame_.carve(p.m);
+  improveBasis();
   formTangent();
   freeBlockedBasis();
   return true;
+}
+
+// The first variable that works for a row may leave the basis almost singular, and its restoration
+// helpless. Exchanges by the largest pivot, weighted by the room that the variables have, mend that.
+void LineSearch::improveBasis() {
+  constexpr double worthwhile = 5.0;
+  constexpr double leastRoom = 0.01;
+  Basis& basis = p.basis;
+  const int k = basis.nDep;
+  const auto room = [&](int v) {
+    const double up = p.box.upperOf(v) - p.x[v - 1], down = p.x[v - 1] - p.box.lowerOf(v);
+    return std::min(up, down) / (up + down);
+  };
+  for (int exchanges = 0; exchanges < 2 * k; ++exchanges) {
+    double highest = worthwhile;
+    int position = 0, entering = 0;
+    for (const int32_t v : basis.independent.view())
+      for (int i = 1; i <= k; ++i) {
+        const double gain = std::fabs(pivotOf(basis, i, v, p.gradients)) * room(v) /
+                            (room(basis.dependent()(i)) + leastRoom);
+        if (!(gain > highest)) continue;
+        highest = gain;
+        position = i;
+        entering = v;
+      }
+    if (position == 0) break;
+    exchangeDependent(basis, position, entering, p.gradients, scratch_[0], scratch_[1]);
+  }
 }
 
 // A dependent variable that the tangent drives out of the box at once would stop the search before
@@ -154,9 +183,10 @@ void LineSearch::freeBlockedBasis() {
   for (int exchanges = 0; exchanges < p.basis.nDep; ++exchanges) {
     const Blocking first = firstBound(p.basis.dependent(), p.x, p.box, p.dir);
     if (first.variable == 0 || !(first.step < settings.grgSearchParam2)) return;
-    if (!exchangeDependent(p.basis, p.basis.positionOf(first.variable), p.x, p.box, p.gradients,
-                           scratch_[0], scratch_[1]))
-      return;
+    const int position = p.basis.positionOf(first.variable);
+    const int entering = exchangePartner(p.basis, position, p.x, p.box, p.gradients);
+    if (entering == 0) return;
+    exchangeDependent(p.basis, position, entering, p.gradients, scratch_[0], scratch_[1]);
     formTangent();
   }
 }

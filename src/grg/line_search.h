@@ -80,6 +80,7 @@ class LineSearch {
   bool claimWork();
   bool prepareBasis();
   void formTangent();
+  void improveBasis();
   void freeBlockedBasis();
   void start();
   void restoreEntry();

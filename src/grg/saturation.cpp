@@ -202,10 +202,14 @@ void Saturation::exchangeAtBound() {
     return;
   }
   const double bound = p.x[leaving - 1];  // the prediction has put it there
-  if (!exchangeDependent(basis, basis.positionOf(leaving), p.x, p.box, p.gradients, u_, w_)) {
+  const int position = basis.positionOf(leaving);
+  const int entering = exchangePartner(basis, position, p.x, p.box, p.gradients);
+  if (entering == 0) {
+    if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
     terminate = true;
     return;
   }
+  exchangeDependent(basis, position, entering, p.gradients, u_, w_);
   const int k = basis.nDep;
   if (tracing(3)) {
     trace::matrix("XJAC AFTER BND UPDATE", basis.jacobianBlock(k));
