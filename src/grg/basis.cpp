@@ -226,6 +226,16 @@ bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, doub
   return true;
 }
 
+void correctDependents(const Basis& basis, const double* f, Box box, double* x) {
+  const MatrixView B = basis.inverseBlock(basis.nDep);
+  for (int i = 1; i <= basis.nDep; ++i) {
+    const int v = basis.dependent()(i);
+    double moved = x[v - 1];
+    for (int j = 1; j <= basis.nDep; ++j) moved -= B(i, j) * f[basis.rows(j) - 1];
+    x[v - 1] = box.clip(v, moved);
+  }
+}
+
 double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients) {
   const MatrixView B = basis.inverseBlock(basis.nDep);
   double pivot = 0.0;

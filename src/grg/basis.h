@@ -55,6 +55,9 @@ struct BasisScratch {
 [[nodiscard]] bool invertJacobian(int k, const double* jacobian, double* inverse, int ld,
                                   double* w, double* y);
 
+// One Newton correction of the dependent variables from the values f at x, held within the box.
+void correctDependents(const Basis& basis, const double* f, Box box, double* x);
+
 // What exchanging the dependent variable at a position for independent variable v would take as its
 // pivot: the factor by which it scales the determinant of the basis.
 double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients);

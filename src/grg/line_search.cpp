@@ -254,13 +254,7 @@ void LineSearch::restoreEntry() {
   };
   const double before = residual();
   if (!(before > negligible * settings.convTol)) return;
-  const MatrixView B = basis.inverseBlock(basis.nDep);
-  for (int i = 1; i <= basis.nDep; ++i) {
-    const int v = basis.dependent()(i);
-    double moved = p.x[v - 1];
-    for (int j = 1; j <= basis.nDep; ++j) moved -= B(i, j) * base_.f[basis.rows(j) - 1];
-    p.x[v - 1] = p.box.clip(v, moved);
-  }
+  correctDependents(basis, p.f, p.box, p.x);
   evaluateHere();
   if (residual() < before && violation() <= settings.convTol)
     start();

@@ -184,7 +184,13 @@ bool Saturation::impliedByHeldRows(int c, double length) {
   moveTo(length);
   evaluateHere();
   restoreOrShorten();
-  if (terminate || !(p.f[c - 1] <= settings.convTol)) return false;
+  if (terminate) return false;
+  if (p.f[c - 1] > settings.convTol) {
+    // c may be on a larger scale than the rows: what is within tolerance for them is not for it.
+    correctDependents(p.basis, p.f, p.box, p.x);
+    evaluateHere();
+  }
+  if (!feasible()) return false;
   second = false;
   p.tracked[c - 1] = 1;
   return true;
