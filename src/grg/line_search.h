@@ -55,11 +55,12 @@ class LineSearch {
  public:
   // Evaluations that one search can take: two for the entry; each trial is evaluated, and its
   // saturation moves the point at most three times in a pass and halves the step at most maxHalvings
-  // times, each time with one restoration.
+  // times, each with one restoration, and corrects it at most once in a pass.
   static constexpr int maxTrials = 51;
   static constexpr int maxEvaluations =
-      2 + maxTrials * (1 + (3 * Saturation::maxPasses + Saturation::maxHalvings) *
-                               (1 + Saturation::restorationLimit));
+      2 + maxTrials * (1 + Saturation::maxPasses +
+                       (3 * Saturation::maxPasses + Saturation::maxHalvings) *
+                           (1 + Saturation::restorationLimit));
 
   // direction has unit length; active are the inequalities that the binding test looks at.
   LineSearch(SearchProblem& problem, ConstIndex activeInequalities, const double* direction,
