@@ -211,11 +211,14 @@ void LineSearch::formTangent() {
   p.dir = tangent_;
 }
 
-// Largest violation of what was satisfied at entry.
+// Largest violation of what was satisfied at entry; bigValue where a value is not a number.
 double LineSearch::violation() const {
-  double worst = 0.0;
-  for (const int32_t c : p.kept) worst = std::max(worst, p.f[c - 1]);
-  for (const int32_t c : p.satisfied) worst = std::max(worst, std::fabs(p.f[c - 1]));
+  double worst = std::isfinite(objective()) ? 0.0 : settings.bigValue;
+  const auto consider = [&](double value) {
+    if (!(value <= worst)) worst = std::isnan(value) ? settings.bigValue : value;
+  };
+  for (const int32_t c : p.kept) consider(p.f[c - 1]);
+  for (const int32_t c : p.satisfied) consider(std::fabs(p.f[c - 1]));
   return worst;
 }
 
