@@ -1,5 +1,5 @@
 #pragma once
-// What the tests share: arguments by reference, guarded arrays, captured trace, a recording callback.
+// What the tests share: arguments by reference, guarded arrays, captured trace, a recording host.
 
 #include <gtest/gtest.h>
 #include <tarnix/routines.h>
