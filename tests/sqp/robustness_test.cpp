@@ -1,0 +1,154 @@
+// Whatever the callback does and whatever stands in the settings: a solve ends within its number of
+// evaluations, writes nothing outside its arrays, and gives the work storage back.
+
+#include <atomic>
+#include <cmath>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+#include "sqp/solve.h"
+
+using namespace support;
+
+namespace {
+
+class SqpRobustness : public Library {};
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+struct Call {
+  int n, m1, m2, number;
+  double *x, *f, *h, *g;
+
+  void sound() const {
+    double sum = 0.0, squares = 0.0;
+    for (int i = 0; i < n; ++i) sum += x[i], squares += (x[i] - 0.1 * i) * (x[i] - 0.1 * i);
+    *f = squares;
+    std::fill_n(h, m1, sum - 0.5);
+    for (int i = 0; i < m2; ++i) g[i] = squares - 3.0 - i;
+  }
+  void all(double value) const {
+    *f = value;
+    std::fill_n(h, m1, value);
+    std::fill_n(g, m2, value);
+  }
+};
+using Spoil = void (*)(const Call&);
+
+const struct {
+  const char* name;
+  Spoil spoil;
+  bool leavesX = true;
+} spoilers[] = {
+    {"nothing spoilt", [](const Call& c) { c.sound(); }},
+    {"nothing written", [](const Call&) {}},
+    {"NaN", [](const Call& c) { c.all(nan); }},
+    {"infinite", [](const Call& c) { c.all(infinity); }},
+    {"1e308 of either sign", [](const Call& c) { c.all(c.number % 3 ? 1e308 : -1e308); }},
+    {"steep", [](const Call& c) { c.sound(), *c.f *= 1e300; }},
+    {"alternating", [](const Call& c) { c.all(c.number % 2 ? 1e6 : -1e6); }},
+    {"alternately infinite", [](const Call& c) { c.all(c.number % 2 ? infinity : -infinity); }},
+    {"NaN off the start", [](const Call& c) { c.number == 1 ? c.sound() : c.all(nan); }},
+    {"NaN now and then", [](const Call& c) { c.number % 7 ? c.sound() : c.all(nan); }},
+    {"NaN objective", [](const Call& c) { c.sound(), *c.f = nan; }},
+    {"NaN constraints", [](const Call& c) { c.all(nan), *c.f = c.number; }},
+    {"x moved", [](const Call& c) { c.sound(), std::fill_n(c.x, c.n, c.number % 3 - 1.0); }, false},
+    {"x NaN", [](const Call& c) { c.sound(), std::fill_n(c.x, c.n, nan); }, false},
+    {"x 1e308", [](const Call& c) { c.sound(), std::fill_n(c.x, c.n, 1e308); }, false},
+};
+
+void runSpoilt(int n, int m1, int m2, int32_t maxIter, Spoil spoil, double farthest) {
+  Solve solve(Values(static_cast<std::size_t>(n), 0.25), m1, m2, nullptr);
+  solve.host.fill = [&](double* x, double* f, double* h, double* g) {
+    for (int i = 0; i < n; ++i) EXPECT_TRUE(farthest == infinity || std::fabs(x[i]) <= farthest);
+    spoil({n, m1, m2, static_cast<int>(solve.host.calls.size()), x, f, h, g});
+  };
+  const int32_t status = solve.run(maxIter);
+  EXPECT_TRUE(status >= 1 && status <= 9 && status != 3) << status;
+  EXPECT_LE(VRK_get_nFunEval(), 2 + std::max(maxIter, 0) * (2 * n + 6));
+  EXPECT_EQ(0, VRK_settings.dblStorageUsed);
+}
+
+TEST_F(SqpRobustness, BadCallbacks) {
+  const auto silence = captured([] {
+    for (const auto& s : spoilers)
+      for (const int n : {0, 1, 2, 30, 100})
+        for (const int method : {1, 2})
+          for (const int m : {0, 2}) {
+            SCOPED_TRACE(testing::Message() << s.name << ", n " << n << ", method " << method);
+            VRK_setDefaults();
+            VRK_set_diffMeth(method);
+            runSpoilt(n, m / 2, m, 6, s.spoil, s.leavesX ? 1.001 : infinity);
+            EXPECT_EQ(0, VRK_settings.intStorageUsed);
+            EXPECT_EQ(0, VRK_settings.errorFlag);
+          }
+  });
+  EXPECT_EQ("", silence);
+}
+
+// After an exception at any evaluation the marks stand as before, and a sound solve has its bits.
+TEST_F(SqpRobustness, ExceptionAtEachEvaluation) {
+  int throwAt = 0, calls = 0;
+  const auto run = [&](int at) {
+    throwAt = at, calls = 0;
+    Solve solve({0.9, -0.7}, 1, 2, [&](double* x, double* f, double* h, double* g) {
+      if (++calls == throwAt) throw std::runtime_error("analysis");
+      Call{2, 1, 2, calls, x, f, h, g}.sound();
+    });
+    EXPECT_EQ(1, solve.run());
+    return solve.x.values();
+  };
+  const Values expected = run(0);
+  const int evaluations = calls;
+  EXPECT_LT(8, evaluations);
+  VRK_settings.dblStorageUsed = 11, VRK_settings.intStorageUsed = 7;
+  for (int k = 1; k <= evaluations; ++k) {
+    EXPECT_THROW(run(k), std::runtime_error);
+    EXPECT_EQ(11, VRK_settings.dblStorageUsed);
+    EXPECT_EQ(7, VRK_settings.intStorageUsed);
+    EXPECT_EQ(expected, run(0));
+  }
+}
+
+TEST_F(SqpRobustness, StopFromAnotherThread) {
+  std::atomic<int> calls = 0;
+  std::thread other([&] {
+    while (calls < 1000) std::this_thread::yield();
+    VRK_set_stop(1);
+  });
+  // A merit value that is not a number is refused for ever.
+  const auto refuse = [](void* count, double*, double* value, double*, double*) {
+    ++*static_cast<std::atomic<int>*>(count);
+    *value = nan;
+  };
+  Doubles x{0.5}, f(1), l{-1}, u{1};
+  EXPECT_EQ(8, VRK_sqp(INT32_MAX, 1, x, l, u, 0, 0, refuse, &calls, f));
+  other.join();
+  EXPECT_LT(100, VRK_get_nIter());
+}
+
+TEST_F(SqpRobustness, RandomSettings) {
+  std::mt19937 random(20240611);
+  const auto below = [&](std::size_t limit) { return static_cast<int>(random() % limit); };
+  const double odd[] = {0.0,   -0.0,  -1e-3, -1.0, nan,  infinity, -infinity, 1e-300,
+                        1e300, 1e-12, 1e-3,  0.5,  10.0, -1e300,   5e-324,    1.0};
+  for (int trial = 0; trial < 3000; ++trial) {
+    SCOPED_TRACE(trial);
+    VRK_setDefaults();
+    for (double* setting : {&VRK_settings.convTol, &VRK_settings.diffPert, &VRK_settings.zeroTol,
+                            &VRK_settings.bigValue, &VRK_settings.maxStepNorm})
+      if (below(3) == 0) *setting = odd[below(std::size(odd))];
+    VRK_settings.diffMethod = below(4) - 1;
+    VRK_settings.printLevel = below(6) - 1;
+    if (below(4) == 0) VRK_settings.dblStorageCapacity = below(2) ? INT32_MAX : below(700) - 50;
+    if (below(8) == 0) VRK_settings.intStorageCapacity = below(60) - 10;
+    const int n = below(6), m1 = below(4), m2 = below(4), maxIter = below(25) - 1;
+    const Spoil spoil = spoilers[below(2) ? 0 : below(std::size(spoilers))].spoil;
+    captured([&] { runSpoilt(n, m1, m2, maxIter, spoil, infinity); });
+  }
+}
+
+}  // namespace
