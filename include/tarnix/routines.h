@@ -574,116 +574,566 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
                     const int32_t* m1, const int32_t* list1, const int32_t* m2,
                     const int32_t* list2, int32_t* status);
 
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: the iteration
+ *
+ * Mode of the feasibility phase, argument mode or feasMode, here and below; k is the position in f
+ * of the function that is minimised, the objective or a violated constraint in its place:
+ *     0  the objective
+ *     1  a violated inequality
+ *     2  a violated equality, its value positive
+ *     3  a violated equality whose value is negative; every f(k) in memory, and its gradient, is
+ *        then the negated one, so that reducing it moves the equality towards 0. Each evaluation
+ *        negates afresh: f(k) := 0.0 - f(k).
+ * An inequality is violated when g > convTol, active when |g| <= convTol; an equality is satisfied
+ * when |h| <= convTol. Directions and gradients are with respect to the scaled variables, and step
+ * lengths count along a direction of unit length: alpha is a Euclidean distance of scaled points.
+ *
+ * The two bound arrays come as (xLower, xUpper) in GRSALG, GRGALG, GRGSAT and GRSSAT, as (lower,
+ * upper) in GRGINJ, GRSINJ, GRGNR and GRSNR, but as (xUpper, xLower) in GRSQP, GRGSTE, GRSSTE and
+ * GRGSTP, and as (upper, lower) in GRGIDV and GRGDDV. Swapped arrays are not noticed.
+ *
+ * Sources: Abadie & Carpentier in Fletcher (ed.), Optimization, Academic Press 1969, 37-47;
+ * Lasdon, Waren, Jain & Ratner, ACM Trans. Math. Softw. 4 (1978) 34-50.
+ * --------------------------------------------------------------------------------------------- */
+
+/* The iteration behind VRK_grg, in scaled variables. Each iteration: GRGCON's classification; while
+ * a constraint is violated the worst one becomes a temporary objective; gradients by GRGGRA; the
+ * Hessian updated by QHESS, or set to GRGGRA's gScale times the identity (in the first iteration,
+ * and after a change of objective, a refused update, a direction outside a tangent plane or a
+ * Hessian that is not positive definite); direction by GRSQP; convergence test; search by GRGSTE.
+ * Storage n^2 + 8n + 1 doubles and nIneq + min(n, nIneq) + nEq + m + n integers for GRGALG's
+ * arrays, and GRGALG's scratch above them. The total is given at VRK_grg.
+ *   maxIter          in      iteration limit; below 1: status 6, nothing is evaluated
+ *   n                in      number of variables
+ *   x                in/out  (n) scaled point: start, then the last accepted one
+ *   xLower, xUpper   in      (n) scaled bounds; -1 and 1 in a solve call
+ *   m                in      number of functions, 1 + nEq + nIneq
+ *   f                in/out  (m) function values. They must be those at x on entry: the start is
+ *                            not evaluated again. Those at x on return, none of them negated.
+ *   objIndex         in      position of the objective in f
+ *   nEq, eqList      in      (nEq) positions of the equalities in f
+ *   nIneq, ineqList  in      (nIneq) positions of the inequalities in f
+ *   status           out     a VRK_GRG_ value other than VRK_GRG_STORAGE. When storage is refused,
+ *                            errorFlag tells: status is left as it was (arrays) or 0 (scratch). */
 VRK_API void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
-            const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
-            const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
-            const int32_t* ineqList, int32_t* status);
+                    const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
+                    const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
+                    const int32_t* ineqList, int32_t* status);
+
+/* GRSALG with arrays of the caller. Scratch from the work storage: nEq + nIneq integers and, with
+ * c = (non-violated inequalities) + (satisfied equalities) + 1, n c + 1 doubles for the gradients;
+ * above them in turn 2m + 2 doubles (GRGGRA), 3n + 1 doubles (QHESS), GRSQP's and GRSSTE's.
+ * A refusal ends the solve with status as it was. With maxIter < 1 nothing but status is written.
+ *   GRADOB      work  (n) gradient of what is minimised
+ *   GRADLO      work  (n) Lagrangian gradient at the previous point, with the previous multipliers
+ *   GRADL       work  (n) at the present point, with the same multipliers
+ *   XLAG        work  (n) multipliers of the active rows, in IACT order
+ *   HESSIAN     work  (n, n) Hessian approximation of the Lagrangian
+ *   xOld        work  (n) point before the line search
+ *   s, y        work  (n) change of the point, and of the Lagrangian gradient
+ *   direction   work  (n) direction of the subproblem, then divided by its length
+ *   keepList    work  (nIneq) inequalities that are not violated
+ *   activeList  work  (min(n, nIneq)) active ones among them, the first ones that fit
+ *   eqSatList   work  (nEq) satisfied equalities
+ *   LISDF       work  (m) column of each function in the gradient matrix, 0 none
+ *   IACT        work  (n) active rows of the subproblem */
 VRK_API void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
-            const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
-            const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
-            const int32_t* ineqList, int32_t* status, double* GRADOB, double* GRADLO,
-            double* GRADL, double* XLAG, double* HESSIAN, double* xOld, double* s, double* y,
-            double* direction, int32_t* keepList, int32_t* activeList, int32_t* eqSatList,
-            int32_t* LISDF, int32_t* IACT);
-VRK_API void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList, const int32_t* nEqSat,
-           const int32_t* eqSatList, const double* f, const double* x, const double* xUpper,
-           const double* xLower, const double* G, const double* HESSIAN, double* d,
-           const double* GRADOB, double* XLAG, int32_t* IACT, int32_t* nact, int32_t* status);
+                    const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
+                    const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
+                    const int32_t* ineqList, int32_t* status, double* GRADOB, double* GRADLO,
+                    double* GRADL, double* XLAG, double* HESSIAN, double* xOld, double* s,
+                    double* y, double* direction, int32_t* keepList, int32_t* activeList,
+                    int32_t* eqSatList, int32_t* LISDF, int32_t* IACT);
+
+/* Direction of the iteration, by QPSOLV:
+ *     minimize    g'd + d'H d / 2
+ *     subject to  a_c'd <= -f(c)  c in keepList,    a_c'd = -f(c)  c in eqSatList,
+ *                 xLower - x <= d <= xUpper - x.
+ * Storage nKeep + nEqSat + 2n + 1 doubles and n + 1 integers, and QPSOLV's above them.
+ *   n                  in      number of variables
+ *   nKeep, keepList    in      (nKeep) positions of the inequalities in f
+ *   nEqSat, eqSatList  in      (nEqSat) positions of the equalities in f
+ *   f                  in      function values at x
+ *   x                  in      (n) scaled point
+ *   xUpper, xLower     in      (n) scaled bounds, the upper ones first
+ *   G                  in      (n, nKeep + nEqSat) gradients in the order of the two lists
+ *   HESSIAN            in      (n, n) positive definite; only the upper triangle is read
+ *   d                  out     (n) direction, not normalised
+ *   GRADOB             in      (n) gradient g of what is minimised
+ *   XLAG, IACT, nact   out     (n) multipliers, (n) active rows, their number: as QPSOLV's
+ *   status             in/out  8, 9 or 10 when QPSOLV sets noSolution, notPosDef or failure;
+ *                              otherwise left as it is, after a refusal of storage too */
+VRK_API void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList,
+                   const int32_t* nEqSat, const int32_t* eqSatList, const double* f,
+                   const double* x, const double* xUpper, const double* xLower, const double* G,
+                   const double* HESSIAN, double* d, const double* GRADOB, double* XLAG,
+                   int32_t* IACT, int32_t* nact, int32_t* status);
+
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: classification and prediction
+ * --------------------------------------------------------------------------------------------- */
+
+/* Sorts the constraints at a point and picks what is minimised while one is violated:
+ *     no violated constraint         feasMode := 0; f(tempObj) is negated back when it was 3
+ *     tempObj is still violated      kept; a value below -convTol in mode 2 or 3 (the equality has
+ *                                    overshot) swaps these modes and negates f(tempObj)
+ *     tempObj is 0, or reached       the worst inequality (mode 1) when its violation exceeds that
+ *                                    of every equality, else the worst equality (mode 2; 3, with
+ *                                    f(tempObj) negated, when its value is at most 0)
+ * Reached means f(tempObj) <= convTol in mode 1, |f(tempObj)| <= convTol in any mode. The first of
+ * equal violations counts. A value that is not a number is neither violated nor satisfied.
+ *
+ * Screening, when grgParam1 <= 0.99 and nIneq > 25: keepList goes through a pass in which every
+ * later entry with a strictly larger value overwrites an earlier one, without an exchange, so that
+ * entries are lost and others stand twice; then nKeep := nActive + (nKeep - nActive) grgParam1, the
+ * product truncated.
+ *
+ * The iteration differs in three points: it undoes the negation before it picks another temporary
+ * objective, sets tempObj to 0 once nothing is violated, and lists at most min(n, nIneq) active
+ * inequalities.
+ *   nIneq, ineqList      in      (nIneq) positions of the inequalities in f
+ *   nEq, eqList          in      (nEq) positions of the equalities in f
+ *   f                    in/out  function values at the point; f(tempObj) may change its sign
+ *   nKeep, keepList      out     (nIneq) inequalities that are not violated, in list order
+ *   nActive, activeList  out     (nIneq) the active ones among them
+ *   nEqSat, eqSatList    out     (nEq) equalities that are satisfied
+ *   tempObj              in/out  position in f of the temporary objective, 0 for none; not 0 in
+ *                                mode 3
+ *   feasMode             in/out  mode, see above */
 VRK_API void GRGCON(const int32_t* nIneq, const int32_t* ineqList, const int32_t* nEq,
-            const int32_t* eqList, double* f, int32_t* nKeep, int32_t* keepList, int32_t* nActive,
-            int32_t* activeList, int32_t* nEqSat, int32_t* eqSatList, int32_t* tempObj,
-            int32_t* feasMode);
+                    const int32_t* eqList, double* f, int32_t* nKeep, int32_t* keepList,
+                    int32_t* nActive, int32_t* activeList, int32_t* nEqSat, int32_t* eqSatList,
+                    int32_t* tempObj, int32_t* feasMode);
+
+/* Independent variables at a step length, held within the bounds:
+ *     xOut(i) := xBase(i) + (alpha - tBase) d(i),  projected on lower(i)..upper(i), i in indepList.
+ * A value exactly on a bound is not projected. nIndep < 1: nothing is done.
+ *   nIndep, indepList  in      (nIndep) variable numbers
+ *   upper, lower       in      (n) scaled bounds, the upper ones first
+ *   alpha              in      step length
+ *   d                  in      (n) direction
+ *   xOut               in/out  (n) point; the listed entries are written
+ *   xBase              in      (n) point at the step tBase
+ *   tBase              in      its step length
+ *   allAtBound         in/out  -1 when every listed variable was projected, else left as it is */
 VRK_API void GRGIDV(const int32_t* nIndep, const int32_t* indepList, const double* upper,
-            const double* lower, const double* alpha, const double* d, double* xOut,
-            const double* xBase, const double* tBase, int32_t* allAtBound);
-VRK_API void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* upper, const double* lower,
-            const double* alpha, const double* dxdt, double* xOut, const double* xBase,
-            const double* xPrev, const double* tBase, const double* tPrev, int32_t* blockIndex,
-            double* blockStep);
+                    const double* lower, const double* alpha, const double* d, double* xOut,
+                    const double* xBase, const double* tBase, int32_t* allAtBound);
+
+/* Dependent variables at a step length, predicted: along the line through xPrev and xBase when
+ * |tBase - tPrev| > zeroTol, otherwise along the tangent,
+ *     p = alpha s + c,   s = (xBase(i) - xPrev(i))/(tBase - tPrev),   c = xBase(i) - tBase s,
+ *     p = (alpha - tBase) dxdt(i) + xBase(i).
+ * A p within zeroTol of a bound, or beyond it, is put on the bound and the variable blocks. Its
+ * step t is where the line meets the bound that it runs to,
+ *     t = (upper(i) - c)/s  for s > zeroTol,   (lower(i) - c)/s  for s < -zeroTol;
+ * along the tangent it is where the value reaches zero, not a bound, and may be negative,
+ *     t = (0 - xBase(i))/dxdt(i) + tBase  for |dxdt(i)| > zeroTol;
+ * bigValue otherwise. The line search wants the step of the bound and passes an artificial xPrev
+ * one step back on the tangent: xPrev = xBase - dxdt, tPrev = tBase - 1.
+ *   nDep, depList  in      (nDep) variable numbers; nDep < 1: only blockIndex, blockStep are set
+ *   upper, lower   in      (n) scaled bounds, the upper ones first
+ *   alpha          in      step length
+ *   dxdt           in      (n) tangent: change of each variable per unit step
+ *   xOut           in/out  (n) point; the listed entries are written
+ *   xBase, xPrev   in      (n) the latest point, and the one before it
+ *   tBase, tPrev   in      their step lengths
+ *   blockIndex     out     the variable with the smallest t, the first of equals; 0 when none
+ *                          blocks at a t below bigValue
+ *   blockStep      out     its t; bigValue when blockIndex is 0 */
+VRK_API void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* upper,
+                    const double* lower, const double* alpha, const double* dxdt, double* xOut,
+                    const double* xBase, const double* xPrev, const double* tBase,
+                    const double* tPrev, int32_t* blockIndex, double* blockStep);
+
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: the basis and its inverse
+ *
+ * Every constraint that is held has a dependent variable. With row(i) the function number of the
+ * i-th such constraint and dep(j) the j-th dependent variable,
+ *     JAC(i, j) = G(dep(j), colMap(row(i))),     XJINV = inverse of JAC.
+ * The inverse grows by bordering: with the corner a, the new row z, the new column u,
+ *     w = XJINV u,   y = XJINV'z,   delta = a - z'w,
+ *     XJINV := ( XJINV + w y'/delta   -w/delta )
+ *              (        -y'/delta      1/delta ).
+ * |delta| <= zeroTol is singular.
+ * --------------------------------------------------------------------------------------------- */
+
+/* Chooses a dependent variable for each row and forms the inverse. The rows are taken in order; for
+ * each of them, function c, the remaining candidates v are sorted by decreasing score
+ *     |G(v, colMap(c))| weight(q),   q = dist / (upper(v) - lower(v)),
+ *     weight = q, but q + (1 - q) 4.75 - 0.95f where 1 - q <= 0.2
+ * (0.95f: the single-precision value), and the first one with |delta| > zeroTol becomes dependent.
+ * dist is the distance from the bound that v moves towards: the upper one for moveDir(v) > 1e-5,
+ * the lower one for moveDir(v) < -1e-5, else the nearer one. Equal bounds give the score 0. A row
+ * for which no candidate works is dropped; so is every row once nDep = ldInv. No rows: nIndep = n,
+ * nDep = 0, both lists 1..n, and nothing else. Storage 2 nDep + 1 doubles for each candidate tried;
+ * a refusal returns with the first nDep rows accepted, the others still listed and JAC not filled.
+ *   nRows1, rowList1  in    (nRows1) positions in f of the first rows; each must have a column
+ *   nRows2, rowList2  in    (nRows2) of the rows behind them
+ *   n                 in    number of variables
+ *   x                 in    (n) scaled point
+ *   lower, upper      in    (n) scaled bounds, the lower ones first
+ *   G                 in    (n, .) gradients
+ *   colMap            in    (m) column of each function in G
+ *   moveDir           in    (n) direction of motion of each variable
+ *   nIndep, indepList out   (n) independent variables, in increasing order
+ *   nDep              out   number of dependent variables
+ *   varList           out   (n) 1..nDep: the dependent variables in row order; then the others
+ *   ldInv             in    leading dimension of XJINV and JAC: the rows that can be held. The
+ *                           smaller of n and nRows1 + nRows2 holds all.
+ *   nRows, rowList    out   (nRows1 + nRows2) rows that were accepted, in order; nRows = nDep
+ *   XJINV, JAC        out   (ldInv, ldInv) inverse and Jacobian, leading nDep by nDep block
+ *   u, z, score       work  (n) each
+ * GRSINJ takes u, z and score from the work storage: 3n + 1 doubles. Its refusal writes nothing. */
 VRK_API void GRGINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
-            const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
-            const double* upper, const double* G, const int32_t* colMap, const double* moveDir,
-            int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
-            const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC,
-            double* u, double* z, double* score);
+                    const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
+                    const double* upper, const double* G, const int32_t* colMap,
+                    const double* moveDir, int32_t* nIndep, int32_t* indepList, int32_t* nDep,
+                    int32_t* varList, const int32_t* ldInv, int32_t* nRows, int32_t* rowList,
+                    double* XJINV, double* JAC, double* u, double* z, double* score);
 VRK_API void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
-            const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
-            const double* upper, const double* G, const int32_t* colMap, const double* moveDir,
-            int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
-            const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC);
+                    const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
+                    const double* upper, const double* G, const int32_t* colMap,
+                    const double* moveDir, int32_t* nIndep, int32_t* indepList, int32_t* nDep,
+                    int32_t* varList, const int32_t* ldInv, int32_t* nRows, int32_t* rowList,
+                    double* XJINV, double* JAC);
+
+/* One bordering step, see above: the inverse of order k becomes that of order k + 1.
+ *   ld        in      leading dimension of XJINV, ld >= k + 1
+ *   k         in      present order, 0 or more
+ *   a         in      corner
+ *   z, u      in      (k) new row; new column
+ *   XJINV     in/out  (ld, k + 1) inverse; unchanged when singular
+ *   singular  out     logical: |delta| <= zeroTol
+ *   w, y      work    (k) each
+ * GRSJIA takes w and y from the work storage: 2k + 1 doubles. Its refusal writes nothing. */
 VRK_API void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
-            const double* u, double* XJINV, int32_t* singular, double* w, double* y);
+                    const double* u, double* XJINV, int32_t* singular, double* w, double* y);
 VRK_API void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
-            const double* u, double* XJINV, int32_t* singular);
-VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s, const double* r);
+                    const double* u, double* XJINV, int32_t* singular);
+
+/* Broyden's update of a Jacobian after a full Newton step:
+ *     JAC := JAC - r s'/(s's).
+ * Does nothing unless s's > zeroTol. At printLevel 3 the new JAC is printed ("UPDATED JACOBIAN").
+ * Its companion for the inverse is GRGBUP. Source: Broyden, Math. Comp. 19 (1965) 577-593.
+ *   ld   in      leading dimension of JAC, ld >= k
+ *   k    in      order
+ *   JAC  in/out  (ld, k) Jacobian of the rows with respect to the dependent variables
+ *   s    in      (k) Newton step
+ *   r    in      (k) minus the function values after it */
+VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s,
+                    const double* r);
+
+/* Inverse of a given Jacobian, bordered in its own order without pivoting: an order in which a
+ * leading block is singular fails although JAC as a whole may not be. A failure prints "ERROR IN
+ * GRGIJI, SINGULAR" when printLevel > 0 and leaves XJINV unfinished.
+ *   ld        in    leading dimension of JAC and XJINV, ld >= k
+ *   k         in    order; below 1 only singular is set
+ *   JAC       in    (ld, k) matrix
+ *   XJINV     out   (ld, k) its inverse
+ *   singular  out   logical: a pivot with |delta| <= zeroTol
+ *   w, y      work  (k) each
+ * GRSINV takes w and y from the work storage: 2k + 1 doubles. Its refusal writes nothing. */
 VRK_API void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
-            int32_t* singular, double* w, double* y);
+                    int32_t* singular, double* w, double* y);
 VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
-            int32_t* singular);
-VRK_API void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, const int32_t* n,
-           const int32_t* nRows, const int32_t* rowList, double* JINV, double* JAC,
-           const int32_t* stepVar, const int32_t* nIndep, const int32_t* indepList,
-           const int32_t* nDep, const int32_t* depList, const double* dir, const int32_t* nVar,
-           double* x, const double* lower, const double* upper, const int32_t* nFun, double* f,
-           const int32_t* k, const double* xBase, const double* xPrev, const double* tBase,
-           const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
-           int32_t* iter, double* dx, double* r);
-VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, const int32_t* n,
-           const int32_t* nRows, const int32_t* rowList, double* JINV, double* JAC,
-           const int32_t* stepVar, const int32_t* nIndep, const int32_t* indepList,
-           const int32_t* nDep, const int32_t* depList, const double* dir, const int32_t* nVar,
-           double* x, const double* lower, const double* upper, const int32_t* nFun, double* f,
-           const int32_t* k, const double* xBase, const double* xPrev, const double* tBase,
-           const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
-           int32_t* iter);
+                    int32_t* singular);
+
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: restoration of feasibility
+ * --------------------------------------------------------------------------------------------- */
+
+/* Newton's iteration on the constraints that are held, until |f(c)| <= convTol for c in rowList:
+ *     dx = -JINV f(rowList),   x(depList(i)) := x(depList(i)) + dx(i),   evaluate.
+ * At most maxIter times, one evaluation each; the values of the last one are not tested any more.
+ *
+ * A step row, i > nDep or depList(i) = stepVar, moves the step length instead:
+ *     alpha := alpha + dx(i), and the independent variables are put where GRGIDV has them at alpha.
+ * When stepVar = 0 the dependent variables go along, each by dx(i) times its rate, which is
+ * (xBase - xPrev)/(tBase - tPrev) where |tBase - tPrev| > zeroTol, else dir; then the variable
+ * depList(i) is held within its bounds.
+ *
+ * With broyden both matrices are brought up to date after every evaluation, by the rules of GRGBUP
+ * and GRGJUP with r = -f(rowList) and the step dx; otherwise they stay as they are.
+ *
+ * It gives up, converged false, when the sum of |dx(i)| exceeds the one before or is not a number,
+ * when a dependent variable comes to its bound (a value equal to the lower one counts, one equal to
+ * the upper one does not), or when a step row has projected every independent variable. x then
+ * holds the correction, not evaluated, and f the values before it.
+ *
+ * nNewton1 counts the calls that took a step, nNewton2 the evaluations. Storage with broyden
+ * 2 nRows + 1 doubles for each update; a refusal ends the call, converged false.
+ * Sources: Abadie & Carpentier (1969); Broyden (1965), as above.
+ *   mode             in      3 negates f(k) of every evaluation
+ *   broyden          in      logical: update JINV and JAC
+ *   maxIter          in      most iterations; below 1 only converged (0) and iter (1) are set
+ *   n                in      leading dimension of JINV and JAC, n >= nRows (the variables are nVar)
+ *   nRows, rowList   in      (nRows) positions in f of the constraints
+ *   JINV             in/out  (n, nRows) inverse of their Jacobian; the unknown of a step row is
+ *                            the step length
+ *   JAC              in/out  (n, nDep) Jacobian, leading nDep by nDep block
+ *   stepVar          in      number of the variable whose row is a step row, 0 for none
+ *   nIndep, indepList in     (nIndep) independent variables
+ *   nDep             in      number of dependent variables, at most nRows
+ *   depList          in      (nRows) variable of each row; one behind nDep is read when stepVar = 0
+ *   dir              in      (nVar) direction; tangent in the dependent variables
+ *   nVar             in      number of variables
+ *   x                in/out  (nVar) scaled point
+ *   lower, upper     in      (nVar) scaled bounds, the lower ones first
+ *   nFun             in      number of functions
+ *   f                in/out  (nFun) function values; those at x on entry
+ *   k                in      position in f; read when mode = 3 only
+ *   xBase, xPrev     in      (nVar) point from which the independent variables are counted; another
+ *                            point, for the secant
+ *   tBase, tPrev     in      their step lengths
+ *   alpha            in/out  step length of x
+ *   allAtBound       in/out  -1 when a step row projected every independent variable, else left
+ *   converged        out     logical
+ *   iter             out     the last iteration begun, maxIter + 1 when all were done in vain
+ *   dx               work    (nRows) last correction
+ *   r                work    (nRows) minus the values of the last update
+ * GRSNR takes dx and r from the work storage: 2 nRows + 1 doubles. Its refusal writes nothing. */
+VRK_API void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter,
+                   const int32_t* n, const int32_t* nRows, const int32_t* rowList, double* JINV,
+                   double* JAC, const int32_t* stepVar, const int32_t* nIndep,
+                   const int32_t* indepList, const int32_t* nDep, const int32_t* depList,
+                   const double* dir, const int32_t* nVar, double* x, const double* lower,
+                   const double* upper, const int32_t* nFun, double* f, const int32_t* k,
+                   const double* xBase, const double* xPrev, const double* tBase,
+                   const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
+                   int32_t* iter, double* dx, double* r);
+VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter,
+                   const int32_t* n, const int32_t* nRows, const int32_t* rowList, double* JINV,
+                   double* JAC, const int32_t* stepVar, const int32_t* nIndep,
+                   const int32_t* indepList, const int32_t* nDep, const int32_t* depList,
+                   const double* dir, const int32_t* nVar, double* x, const double* lower,
+                   const double* upper, const int32_t* nFun, double* f, const int32_t* k,
+                   const double* xBase, const double* xPrev, const double* tBase,
+                   const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
+                   int32_t* iter);
+
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: saturation of a trial step
+ * --------------------------------------------------------------------------------------------- */
+
+/* What becomes of a trial step. At most 4 passes of
+ *     1. Crossing: for every inequality of keepList without its LTRAK flag and with f > convTol,
+ *        the step at which it reaches convTol (GRGINT, from s0 to s1); the smallest counts, the
+ *        first of equals. In mode 2 and 3 a change of sign of f(k) is the first candidate.
+ *     2. A crossing before blockStep, the step of the blocking variable: the step is cut to it, by
+ *        at least 0.001, and the constraint is held from here on: with a new dependent variable,
+ *        the independent one with GRGINJ's highest score; if that is singular or does not converge,
+ *        with the step length as the unknown of its row. If both are singular the constraint may
+ *        follow from the rows that are held: the uncut step stands if restoring these satisfies
+ *        all constraints, and the constraint is flagged without a row of its own.
+ *     3. Otherwise, when a variable blocks: the step becomes blockStep, and the variable leaves the
+ *        basis for the independent one with the largest |pivot| times distance from its bounds. A
+ *        step within zeroTol of blockStep is left alone.
+ *     4. Test: g <= convTol in keepList and MTRAK, |h| <= convTol in eqSatList, f(k) >= -convTol in
+ *        mode 2 and 3. If it fails and nothing was restored in 2 or 3: GRGNR on the rows; where
+ *        that fails or has nothing to do, the step is halved towards s0, 5 times in all.
+ * until the test holds or the step is 0, the base point. GRGNR runs with the limit 7 and broyden.
+ * At most 140 evaluations. What fails sets terminate and, at printLevel > 0, prints its message; x,
+ * f, s1 and the lists are then those of the last state reached.
+ * Storage 5n + 1 doubles and GRGNR's; a refusal sets terminate too.
+ *   feasMode, k         in      mode; position in f of the function that is minimised
+ *   n, m                in      number of variables, of functions
+ *   x, f                in/out  (n), (m) trial point and its values; then those at the step taken
+ *   xLower, xUpper      in      (n) scaled bounds, the lower ones first
+ *   s0, f0              in      step length of the latest trial below s1, and (m) the values there
+ *   s1                  in/out  length of the trial step, then of the step taken
+ *   xBase, tBase        in      (n) point at which the direction starts, and its step length
+ *   xPrev, tPrev        in      (n) point of the step s0; tPrev = s0. A shortened step is predicted
+ *                               from it.
+ *   dir                 in      (n) direction; tangent in the dependent variables
+ *   nKeep, keepList     in      (nKeep) inequalities that are not to be violated
+ *   LTRAK               in/out  (m) 1 for each constraint that is held, else 0
+ *   nTrak, MTRAK        in/out  (nTrak + 4) inequalities that are held; room for one a pass
+ *   nEqSat, eqSatList   in      (nEqSat) satisfied equalities
+ *   blockIndex          in/out  variable that blocks the trial, 0 for none, and
+ *   blockStep           in/out  its step: of GRGDDV, for the last prediction made
+ *   nIndep, MIDV        in/out  (n) independent variables
+ *   nDep, MDDV          in/out  (n) dependent variables in row order, then all the others
+ *   nRows, rowList      in/out  (ld) rows that are held, nRows = nDep
+ *   ld                  in      leading dimension of XJAC and XJINV: the rows that can be held.
+ *                               nDep + 4 never refuses one.
+ *   XJAC, XJINV         in/out  (ld, ld) Jacobian and inverse of the basis
+ *   G, colMap           in      (n, .) gradients, (m) column of each function: of all that is kept,
+ *                               satisfied or minimised
+ *   terminate           out     logical: end the search, the trial does not count
+ *   second              out     logical: end the search after this trial; a constraint was taken
+ *                               up, or a variable put on its bound
+ *   dx, r               work    (n) each
+ * GRSSAT takes dx and r from the work storage: 2n + 1 doubles. Its refusal writes nothing. */
 VRK_API void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
-            double* x, double* f, const double* xLower, const double* xUpper, const double* s0,
-            double* s1, const double* f0, const double* xBase, const double* tBase,
-            const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
-            const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
-            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
-            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
-            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
-            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second,
-            double* dx, double* r);
+                    double* x, double* f, const double* xLower, const double* xUpper,
+                    const double* s0, double* s1, const double* f0, const double* xBase,
+                    const double* tBase, const double* xPrev, const double* tPrev,
+                    const double* dir, const int32_t* nKeep, const int32_t* keepList,
+                    int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK, const int32_t* nEqSat,
+                    const int32_t* eqSatList, int32_t* blockIndex, double* blockStep,
+                    int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV, int32_t* nRows,
+                    int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
+                    const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second,
+                    double* dx, double* r);
 VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
-            double* x, double* f, const double* xLower, const double* xUpper, const double* s0,
-            double* s1, const double* f0, const double* xBase, const double* tBase,
-            const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
-            const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
-            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
-            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
-            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
-            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second);
+                    double* x, double* f, const double* xLower, const double* xUpper,
+                    const double* s0, double* s1, const double* f0, const double* xBase,
+                    const double* tBase, const double* xPrev, const double* tPrev,
+                    const double* dir, const int32_t* nKeep, const int32_t* keepList,
+                    int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK, const int32_t* nEqSat,
+                    const int32_t* eqSatList, int32_t* blockIndex, double* blockStep,
+                    int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV, int32_t* nRows,
+                    int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
+                    const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second);
+
+/* ------------------------------------------------------------------------------------------------
+ * Reduced gradients: the line search
+ * --------------------------------------------------------------------------------------------- */
+
+/* Searches along d and leaves the best point found. In order:
+ *     GRGTRK    active inequalities that d does not leave are held
+ *     GRGINJ    basis for the satisfied equalities, then these; a row that is dropped is not held.
+ *               Dependent variables are then exchanged, without evaluations, for others with much
+ *               larger pivots, and where the tangent would take one to its bound within
+ *               grgSearchParam2.
+ *     entry     first step min(grgSearchParam1, carried); see below
+ *     trials    at most 51, each by GRGIDV, GRGDDV, one evaluation and GRGSAT. While the objective
+ *               falls, the step s grows to min(3s, s + 0.4), or min(2s, s + 0.25) when anything is
+ *               held, or min(2s, s + 0.15) after a restoration of more than 2 iterations; at most
+ *               to 10 % (0.05) past the next crossing, 2 % (0.01) past the next bound of a
+ *               dependent variable. After a rise: parabolas, at most 3 (GRGPR3, GRGS34), and
+ *               GRGPR2's, held within 0.1 s .. 0.5 s, when the first trial is worse already.
+ * It ends where a step is below grgSearchParam2 or not longer than the one before, where the
+ * saturation says so, at a fitted step of 0.5 or more, when a temporary objective is reached (at
+ * most convTol; absolutely, in mode 2 and 3), or when, without a parabola, the objective has
+ * changed by at most convTolGrg/5 at a step above 2 or after 5 trials.
+ *
+ * Entry. Two corrections are tried where the point lives on the tolerance of its constraints. Each
+ * costs one evaluation, and x and f are put back, bit for bit, when it does not help:
+ *     - where the objective rises along d, the whole step x + carried d, within the bounds. If it
+ *       more than halves the largest violation, to convTol at most, the search ends there: x and f
+ *       are then those of that point, although its objective is the larger one;
+ *     - where a held row has |f| > convTol/10, one Newton correction of the dependent variables. If
+ *       it lowers the largest |f| of these rows and keeps all within convTol, the search starts
+ *       there: entry values and best point are those of the corrected point.
+ * So the objective on return is at most that of the point at which the search started, which need
+ * not be x at entry. A search that ends before its first trial leaves x and f as they are.
+ *
+ * At most 7193 evaluations: 2 at entry and 141 a trial.
+ *
+ * Storage 3n + 1 and, above them, 2n + m doubles, and GRGINJ's or GRGSAT's. A refusal leaves the
+ * best point so far.
+ *   feasMode             in      mode
+ *   hessReset            in/out  -1 when d lies outside a tangent plane (GRGTRK), else left
+ *   carried              in      length of the direction before it was divided by it
+ *   nIneq, ineqList      in      not read; they keep the argument positions
+ *   nKeep, keepList      in      (nKeep) inequalities that are not violated
+ *   nEqSat, eqSatList    in      (nEqSat) satisfied equalities
+ *   nActive, activeList  in      (nActive) inequalities that the binding test looks at
+ *   objIndex             in      position in f of the function that is minimised
+ *   n                    in      number of variables
+ *   x                    in/out  (n) scaled point, then the best one
+ *   xUpper, xLower       in      (n) scaled bounds, the upper ones first
+ *   m                    in      number of functions
+ *   f                    in/out  (m) values at x, f(objIndex) negated in mode 3; also on return
+ *   LISDF, G             in      (m) column of each function, (n, .) gradients, of all that is
+ *                                kept, satisfied or minimised
+ *   GRADOB               in      (n) gradient of f(objIndex)
+ *   d                    in      (n) direction of unit length
+ *   status               in/out  at the smallest step 2 (mode 0) or 4; 7 when a parabola has no
+ *                                vertex; otherwise left as it is
+ *   LTRAK                work    (m) flags of GRGTRK; set to 0 first
+ *   MTRAK                work    (nActive + 4) inequalities that are held
+ *   MIDV, MDDV           work    (n) independent and dependent variables
+ *   rowList              work    (max(ld, nEqSat + nActive)) rows of the basis
+ *   ld                   in      leading dimension of XJAC and XJINV: the rows that can be held.
+ *                                nEqSat + nActive + 4 never refuses one.
+ *   XJAC, XJINV          work    (ld, ld) Jacobian and inverse of the basis
+ *   BSTDV, BSTDF         work    (n), (m) best point and its values
+ *   xPrev, fPrev         work    (n), (m) latest accepted trial and its values
+ * GRSSTE takes the work arrays from the work storage: with k = nEqSat + nActive + 1 and ld = k + 3,
+ * 2n + 2m + 2k^2 + 1 and 2 ld^2 doubles, 3n + m + nActive + 6 and ld integers. Its refusal does
+ * nothing. */
 VRK_API void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
-            const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
-            const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
-            const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
-            const int32_t* n, double* x, const double* xUpper, const double* xLower,
-            const int32_t* m, double* f, const int32_t* LISDF, const double* G,
-            const double* GRADOB, const double* d, int32_t* status, int32_t* LTRAK,
-            int32_t* MTRAK, int32_t* MIDV, int32_t* MDDV, int32_t* rowList, const int32_t* ld,
-            double* XJAC, double* XJINV, double* BSTDV, double* BSTDF, double* xPrev,
-            double* fPrev);
+                    const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
+                    const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
+                    const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
+                    const int32_t* n, double* x, const double* xUpper, const double* xLower,
+                    const int32_t* m, double* f, const int32_t* LISDF, const double* G,
+                    const double* GRADOB, const double* d, int32_t* status, int32_t* LTRAK,
+                    int32_t* MTRAK, int32_t* MIDV, int32_t* MDDV, int32_t* rowList,
+                    const int32_t* ld, double* XJAC, double* XJINV, double* BSTDV, double* BSTDF,
+                    double* xPrev, double* fPrev);
 VRK_API void GRSSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
-            const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
-            const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
-            const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
-            const int32_t* n, double* x, const double* xUpper, const double* xLower,
-            const int32_t* m, double* f, const int32_t* LISDF, const double* G,
-            const double* GRADOB, const double* d, int32_t* status);
+                    const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
+                    const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
+                    const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
+                    const int32_t* n, double* x, const double* xUpper, const double* xLower,
+                    const int32_t* m, double* f, const int32_t* LISDF, const double* G,
+                    const double* GRADOB, const double* d, int32_t* status);
+
+/* Lowest point of the parabola through two values and a slope: the same as SQPPR2. */
 VRK_API void GRGPR2(const double* a1, const double* a2, const double* f1, const double* f2,
-            const double* g1, double* astar);
+                    const double* g1, double* astar);
+
+/* Vertex of the parabola through three points:
+ *     (f1 (s2^2 - s3^2) + f2 (s3^2 - s1^2) + f3 (s1^2 - s2^2)) / (2D),
+ *     D = (s2 - s3) f1 + (s3 - s1) f2 + (s1 - s2) f3.
+ * It is a maximum when the points bend that way.
+ *   s1, s2, s3, f1, f2, f3  in  step lengths and values
+ *   vertex  out  step length of the vertex; left as it is when fail
+ *   fail    out  logical: |D| is below zeroTol; printLevel > 0 prints a message */
 VRK_API void GRGPR3(const double* s1, const double* f1, const double* s2, const double* f2,
-            const double* s3, const double* f3, double* vertex, int32_t* fail);
+                    const double* s3, const double* f3, double* vertex, int32_t* fail);
+
+/* The three of four points to go on with: those around the smallest value (the first of equals)
+ * when parab, otherwise all but the first. A smallest value at an end prints "ERROR IN BRACKET,
+ * GRGS34" when printLevel > 0, and the three points at that end are kept.
+ *   parab  in      logical: for a parabola
+ *   s      in/out  (4) step lengths in increasing order; the three are left in front
+ *   f      in/out  (4) their values, likewise */
 VRK_API void GRGS34(const int32_t* parab, double* s, double* f);
-VRK_API void GRGINT(const double* s0, const double* g0, const double* s1, const double* g1, double* cross,
-            int32_t* ierr);
-VRK_API void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n, const double* G,
-            const int32_t* colMap, const double* d, int32_t* nTrak, int32_t* MTRAK,
-            int32_t* LTRAK, int32_t* hessReset);
+
+/* Step at which a constraint reaches convTol, linearly between two points:
+ *     cross = s0 + t (s1 - s0),   t = (convTol - g0)/(g1 - g0).
+ * The errors print "ERROR1 IN GRGINT" or "ERROR2 IN GRGINT" when printLevel > 0.
+ *   s0, g0  in   step length and value
+ *   s1, g1  in   step length and value
+ *   cross   out  step of the crossing; left as it is when ierr is not 0
+ *   ierr    out  0; 2 when |g1 - g0| is below zeroTol; 1 when t lies outside 0..1 */
+VRK_API void GRGINT(const double* s0, const double* g0, const double* s1, const double* g1,
+                    double* cross, int32_t* ierr);
+
+/* Binding test. With a the gradient of an active inequality and
+ *     c = a'd / |a|   (a'd alone when |a| < zeroTol),
+ * the constraint is held when c >= -0.017452406, minus the sine of one degree: d does not leave it
+ * by more than that. When c >= 0.01 the curvature is to be reset; at printLevel > 1 two lines say
+ * so. Functions without a column are skipped.
+ *   nActive, activeList  in      (nActive) positions of the inequalities in f
+ *   n                    in      number of variables
+ *   G, colMap            in      (n, .) gradients, (m) column of each function, 0 none
+ *   d                    in      (n) direction of unit length
+ *   nTrak, MTRAK         in/out  (nTrak + nActive) constraints that are held; new ones are appended
+ *   LTRAK                in/out  (m) 1 is set for each of them, the rest left as it is
+ *   hessReset            in/out  -1 is set, or left as it is */
+VRK_API void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n,
+                    const double* G, const int32_t* colMap, const double* d, int32_t* nTrak,
+                    int32_t* MTRAK, int32_t* LTRAK, int32_t* hessReset);
+
+/* Ratio test: the first variable that meets its bound along d, among those with |d(i)| > zeroTol,
+ *     step = (upper - x)/d  for d(i) > 0,   (lower - x)/d  for d(i) < 0;
+ * negative where x has passed that bound already.
+ *   n               in   number of variables
+ *   x               in   (n) scaled point
+ *   xUpper, xLower  in   (n) scaled bounds, the upper ones first
+ *   d               in   (n) direction
+ *   index           out  variable, the first of equals; 0 when none moves
+ *   step            out  its step; bigValue when none moves */
 VRK_API void GRGSTP(const int32_t* n, const double* x, const double* xUpper, const double* xLower,
-            const double* d, int32_t* index, double* step);
+                    const double* d, int32_t* index, double* step);
 
 #ifdef __cplusplus
 }
