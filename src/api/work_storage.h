@@ -29,8 +29,13 @@ struct IndexStorage {
 
 int32_t& firstIndexCell();
 
-// A count as the caller passed it; a negative one stands for none.
+// Cells for a count of 32 bits; a negative one stands for none.
 inline int64_t cellCount(int64_t count) { return std::max<int64_t>(count, 0); }
+// Cells of a matrix, cut where the sum of a few of them would leave 64 bits.
+inline int64_t cellProduct(int64_t rows, int64_t columns) {
+  constexpr int64_t most = int64_t{1} << 61;
+  return std::min(cellCount(rows) * cellCount(columns), most);
+}
 
 template <class Storage>
 class StorageFrame {

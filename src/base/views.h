@@ -9,6 +9,9 @@
 
 namespace tarnix {
 
+// A count as a caller passed it; a negative one stands for none.
+constexpr int32_t countOf(const int32_t* count) { return *count > 0 ? *count : 0; }
+
 template <class T>
 class BasicVector {
  public:

@@ -6,10 +6,19 @@
 
 using namespace tarnix;
 
+namespace {
+
+// k is read in mode 3 only.
+Negation negation(const int32_t* mode, const int32_t* k) {
+  return *mode == 3 ? Negation{*mode, *k} : Negation{};
+}
+
+}  // namespace
+
 extern "C" {
 
 void GRGFUN(const int32_t* mode, const int32_t* k, const int32_t* n, double* x, double* f) {
-  evaluate(*n, x, f, {*mode, *k});
+  evaluate(*n, x, f, negation(mode, k));
 }
 
 void SQPFUN(const int32_t* n, double* x, double* f) { evaluate(*n, x, f); }
@@ -22,12 +31,12 @@ void GRGGRA(const int32_t* mode, const int32_t* m1, const int32_t* list1, const 
 
 void GDSGRA(const int32_t* mode, const int32_t* k, const int32_t* n, double* x, const int32_t* m,
             double* f, const int32_t* map, double* G) {
-  (void)gradientsInTwoBlocks({*n, x, *m, f, {*mode, *k}}, ColumnSelection::map(map), G);
+  (void)gradientsInTwoBlocks({*n, x, *m, f, negation(mode, k)}, ColumnSelection::map(map), G);
 }
 
 void GDBGRA(const int32_t* mode, const int32_t* k, const int32_t* n, double* x, const int32_t* m,
             double* f, const int32_t* map, double* G, double* fSave, double* fWork) {
-  differenceGradients({*n, x, *m, f, {*mode, *k}}, ColumnSelection::map(map), *n, G,
+  differenceGradients({*n, x, *m, f, negation(mode, k)}, ColumnSelection::map(map), *n, G,
                       {fSave, fWork});
 }
 

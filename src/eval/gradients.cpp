@@ -95,10 +95,11 @@ bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns, do
 bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2, int32_t* map,
                      double* G, double* gObj, double& gScale) {
   const int k = at.negation.k;
+  const int m1 = std::max(list1.size(), 0), m2 = std::max(list2.size(), 0);
   std::fill_n(map, std::max(at.m, 0), 0);
-  for (int i = 1; i <= list1.size(); ++i) map[list1(i) - 1] = i;
-  for (int i = 1; i <= list2.size(); ++i) map[list2(i) - 1] = list1.size() + i;
-  map[k - 1] = list1.size() + list2.size() + 1;
+  for (int i = 1; i <= m1; ++i) map[list1(i) - 1] = i;
+  for (int i = 1; i <= m2; ++i) map[list2(i) - 1] = m1 + i;
+  map[k - 1] = m1 + m2 + 1;
   const bool evaluated = gradientsInTwoBlocks(at, ColumnSelection::map(map), G);
   copyGradient(G, at.n, map[k - 1], gObj);
   gScale = gradientScale({gObj, at.n});

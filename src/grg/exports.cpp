@@ -33,8 +33,8 @@ void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
             const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
             const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
             const int32_t* ineqList, int32_t* status) {
-  const GrgProblem problem{*n, x, {xLower, xUpper}, *m, f, *objIndex, {eqList, *nEq},
-                           {ineqList, *nIneq}};
+  const GrgProblem problem{countOf(n), x, {xLower, xUpper}, countOf(m), f, *objIndex,
+                           {eqList, countOf(nEq)}, {ineqList, countOf(nIneq)}};
   // Kept: a refused claim leaves the status as it was; errorFlag tells.
   (void)solveGrg(*maxIter, problem, *status);
 }
@@ -50,8 +50,8 @@ void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
     *status = VRK_GRG_ITERATION_LIMIT;
     return;
   }
-  const GrgProblem problem{*n, x, {xLower, xUpper}, *m, f, *objIndex, {eqList, *nEq},
-                           {ineqList, *nIneq}};
+  const GrgProblem problem{countOf(n), x, {xLower, xUpper}, countOf(m), f, *objIndex,
+                           {eqList, countOf(nEq)}, {ineqList, countOf(nIneq)}};
   const GrgArrays arrays{.gObj = GRADOB,
                          .lagrangianOld = GRADLO,
                          .lagrangian = GRADL,

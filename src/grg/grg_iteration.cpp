@@ -353,12 +353,13 @@ int32_t runGrg(int maxIter, const GrgProblem& problem, const GrgArrays& arrays) 
 
 bool solveGrg(int maxIter, const GrgProblem& p, int32_t& status) {
   const int64_t n = cellCount(p.n);
-  const int64_t m = cellCount(p.m);
   const int64_t inequalities = cellCount(p.inequalities.size());
   const int64_t equalities = cellCount(p.equalities.size());
+  // A count beyond 32 bits arrives cut to their range: the requirement is that of the lists.
+  const int64_t m = std::max(cellCount(p.m), 1 + inequalities + equalities);
   const int64_t active = std::min(n, inequalities);
   WorkFrame doubles;
-  if (!claim(doubles, n * n + 8 * n + 1)) return false;
+  if (!claim(doubles, cellProduct(n, n) + 8 * n + 1)) return false;
   IndexFrame indices;
   if (!claim(indices, inequalities + active + equalities + m + n)) return false;
 

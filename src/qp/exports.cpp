@@ -78,7 +78,9 @@ void QPSOLV(const int32_t* n, const int32_t* m, const int32_t* m1, const double*
             double* XLAG, int32_t* IACT, int32_t* nact, int32_t* noSolution, int32_t* notPosDef,
             int32_t* failure) {
   *noSolution = *notPosDef = *failure = logicalFalse;
-  const QpProblem problem{*n, *m, *m1, {A, *lda, *n, *m}, b, {H, *ldh, *n, *n}, g, codes, dl, du};
+  const int nv = countOf(n), rows = countOf(m);
+  const QpProblem problem{nv, rows, countOf(m1), {A, *lda, nv, rows}, b, {H, *ldh, nv, nv},
+                          g,  codes, dl, du};
   switch (solveQp(problem, {d, XLAG, IACT, *nact})) {
     case QpEnd::solved:
       break;

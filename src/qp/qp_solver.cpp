@@ -98,7 +98,7 @@ QpEnd solveQp(const QpProblem& problem, const QpResult& result) {
   const int64_t m = cellCount(problem.m);
   const int64_t equalities = cellCount(m - cellCount(problem.m1));
   WorkFrame frame;
-  if (!frame.reserve(2 * n + nb + m + equalities + n * (n + 1) + n * n)) {
+  if (!frame.reserve(2 * n + nb + m + equalities + cellProduct(n, n + 1) + cellProduct(n, n))) {
     // Printed at every level, and errorFlag stays: the failure flag reports it.
     trace::message(Line("ERROR: DOUBLE PRECISION STORAGE EXCEEDED, ").integer(frame.needed(), 10));
     return QpEnd::failure;

@@ -16,13 +16,13 @@ void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* 
             double* dvdel, double* gradel, double* w1, double* w2, double* w3, double* /*spare1*/,
             double* /*spare2*/, int32_t* IACT, int32_t* columnMap, int32_t* codes,
             const double* xLower, const double* xUpper, int32_t* status) {
-  const SqpProblem problem{.n = *n,
+  const SqpProblem problem{.n = countOf(n),
                            .x = x,
-                           .nfun = *nfun,
+                           .nfun = countOf(nfun),
                            .f = F,
                            .objective = *iobj,
-                           .inequalities = {ineqList, *mi},
-                           .equalities = {eqList, *me},
+                           .inequalities = {ineqList, countOf(mi)},
+                           .equalities = {eqList, countOf(me)},
                            .lower = xLower,
                            .upper = xUpper};
   const SqpArrays arrays{.lambda = lambda,
@@ -60,13 +60,13 @@ void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
             const int32_t* m1, const int32_t* list1, const int32_t* m2, const int32_t* list2,
             int32_t* status) {
   // The second group goes ahead of the first: inequalities first inside the iteration.
-  *status = solveSqp(*maxIter, {.n = *n,
+  *status = solveSqp(*maxIter, {.n = countOf(n),
                                 .x = x,
-                                .nfun = *nfun,
+                                .nfun = countOf(nfun),
                                 .f = F,
                                 .objective = *iobj,
-                                .inequalities = {list2, *m2},
-                                .equalities = {list1, *m1},
+                                .inequalities = {list2, countOf(m2)},
+                                .equalities = {list1, countOf(m1)},
                                 .lower = xLower,
                                 .upper = xUpper});
 }

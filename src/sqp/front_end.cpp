@@ -22,13 +22,14 @@ int32_t refuse(std::string_view text, int64_t needed) {
 
 int32_t solveSqp(int maxIter, const SqpProblem& p) {
   const int64_t n = cellCount(p.n);
-  const int64_t nfun = cellCount(p.nfun);
   const int64_t mc = cellCount(p.inequalities.size()) + cellCount(p.equalities.size());
+  // A count beyond 32 bits arrives cut to their range: the requirement is that of the lists.
+  const int64_t nfun = std::max(cellCount(p.nfun), 1 + mc);
   const int64_t L = mc + 2 * n;
   constexpr int vectors = 14;
 
   WorkFrame doubles;
-  if (!doubles.reserve(1 + 3 * L + n * nfun + mc + n * n + vectors * n)) {
+  if (!doubles.reserve(1 + 3 * L + cellProduct(n, nfun) + mc + cellProduct(n, n) + vectors * n)) {
     const int32_t status = refuse("SQP: Double precision storage exceeded, ", doubles.needed());
     // Kept: the integer mark is left at the double requirement until the defaults are stored.
     settings.intStorageUsed = static_cast<int32_t>(

@@ -23,6 +23,7 @@ int alignRight(char* out, const char* digits, int length, int width) {
 int formatReal(char* out, double value, int width, int decimals) {
   char digits[longestNumber];
   const double size = std::fabs(value);
+  if (std::isnan(value)) value = size;  // its sign differs between machines
   const auto write = [&](std::chars_format format) {
     return static_cast<int>(
         std::to_chars(digits, digits + longestNumber, value, format, decimals).ptr - digits);
