@@ -5,8 +5,8 @@
  *                 g_i(x) <= 0             m2 inequality constraints
  *                 lower <= x <= upper
  *
- * A host calls VRK_setDefaults once, then any setters, a solve call, then the getters. Further
- * solves may follow; settings and counters persist until they are changed.
+ * A host calls VRK_setDefaults once, then any setters, a solve call (VRK_sqp or VRK_grg), then the
+ * getters. Further solves may follow; settings and counters persist until they are changed.
  *
  * Units. The host sees physical values only. Inside, every variable is scaled so that its bounds
  * become -1 and 1; the perturbation of the differences is an absolute step in these units, and
@@ -14,12 +14,15 @@
  * finite, with lower < upper: equal bounds divide by zero. Choose bounds that enclose the design
  * sensibly, for they are the scale of the problem.
  *
- * Scale the functions. Tests on pivots, curvatures and step lengths compare with the absolute
- * tolerance zeroTol = 1e-7, and convergence is judged with the absolute convTol. Divide each
- * function by a typical magnitude, so that values, and changes across the box, are of order 1 to
- * 1000. With an objective whose Hessian in scaled variables exceeds about 1e7, the curvature
- * 1/Hessian of a single bound row falls below zeroTol: the subproblem then looks infeasible
- * (status 4), although a feasible point exists.
+ * Scale the functions. All tolerances are absolute. One convTol serves as the violation that is
+ * accepted in every constraint and as the change of the objective that counts as none: an objective
+ * of order 1e-4 looks converged at once, one of order 1e6 is pursued to nine digits. Tests on
+ * pivots, curvatures and step lengths compare with zeroTol = 1e-7. Divide each function by a
+ * typical magnitude, so that values, and changes across the box, are of order 1 to 1000, and
+ * convTol is a violation or a gain not worth another evaluation. With an objective whose Hessian in
+ * scaled variables exceeds about 1e7, the curvature 1/Hessian of a single bound row falls below
+ * zeroTol: the subproblem then looks infeasible (status 4 of VRK_sqp, 8 of VRK_grg), although a
+ * feasible point exists.
  *
  * Threads. One solve at a time in one process: all state is library-wide and unlocked. The
  * callback runs on the caller's thread, inside the solve call, and must not start another solve.
@@ -64,13 +67,17 @@ enum {
   VRK_TOO_MANY_VARIABLES = 99
 };
 
-/* What VRK_sqp returns. A constraint counts as satisfied when h is within convTol of 0, and g at
- * most convTol. */
+/* A constraint counts as satisfied when h is within convTol of 0, and g at most convTol; a point is
+ * feasible when all are. A value that is not a number passes for satisfied: a host whose analysis
+ * can fail looks at f, whatever the status. */
+
+/* What VRK_sqp returns. */
 enum {
-  /* Constraints satisfied, and the objective's slope along the search direction is at least
-   * -convTol: no noticeable decrease is left. */
+  /* Feasible, and the objective's slope along the search direction is at least -convTol: no
+   * noticeable decrease is left. A smaller tolerance may refine the point. */
   VRK_SQP_CONVERGED = 1,
-  /* maxIter iterations were done without convergence. */
+  /* maxIter iterations were done without convergence. Look at f; another solve from x goes on, with
+   * fresh curvature. */
   VRK_SQP_ITERATION_LIMIT = 2,
   /* The quadratic subproblem has no solution, even with its constraint rows left out. Scale the
    * objective, or start elsewhere. */
@@ -78,44 +85,56 @@ enum {
   /* The Hessian approximation is not positive definite, even after a reset. Function values that
    * are not finite are the usual cause. */
   VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE = 5,
-  /* The subproblem's solver broke down, or found too little work storage. */
+  /* The subproblem's solver broke down, or found too little work storage. Raise the capacity, or
+   * scale the functions. */
   VRK_SQP_QP_FAILURE = 6,
-  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults
-   * before the next solve. */
+  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults, then
+   * raise the capacities, before the next solve. */
   VRK_SQP_STORAGE = 7,
-  /* Ended by VRK_set_stop; x is the last accepted point. */
+  /* Ended by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0). */
   VRK_SQP_STOPPED = 8,
   /* The merit function (objective plus weighted constraint violations) stayed within convTol of
-   * its two previous values. The point may violate constraints: look at f. */
+   * its two previous values. Often as good as converged, but the point may violate constraints:
+   * look at f. */
   VRK_SQP_MERIT_NOT_CHANGING = 9
 };
 
-/* What the reduced gradient method returns. The values 7 and 9 are used inside it and never
- * leave. */
+/* What VRK_grg returns. The values 7 and 9 are used inside it and never leave. */
 enum {
-  /* Feasible, and the directional derivative is below convTol in size. */
+  /* Feasible, and the directional derivative of the objective is below convTol in size: no
+   * noticeable decrease is left. A smaller tolerance may refine the point. */
   VRK_GRG_CONVERGED = 1,
-  /* Feasible, and the line search has reached its smallest step. */
+  /* Feasible, and the line search has reached its smallest step, 1e-4 in scaled variables. Use the
+   * point. If it is not good enough: tighter bounds, or another solve from x, with fresh
+   * curvature. */
   VRK_GRG_MINIMUM_STEP = 2,
-  /* Feasible, and the objective changed by at most convTol in each of two successive
-   * iterations. */
+  /* Feasible, and the objective changed by at most convTol in each of two successive iterations.
+   * Use the point; a smaller tolerance, or a larger scale of the objective, goes on. */
   VRK_GRG_OBJECTIVE_NOT_CHANGING = 3,
-  /* No feasible point found: the violated constraint that is being reduced has no descent left,
-   * or its line search has reached the smallest step. */
+  /* No feasible point found: the violated constraint that is being reduced has no descent left
+   * that keeps the satisfied ones, or its line search has reached the smallest step. x may be a
+   * local minimum of the violation. Start elsewhere, look for constraints that contradict each
+   * other, or try VRK_sqp. */
   VRK_GRG_NO_FEASIBLE_POINT = 4,
   /* No feasible point found: the violated constraint that is being reduced changed by at most
-   * convTol in each of two successive iterations. */
+   * convTol in each of two successive iterations. As 4; a constraint on too small a scale ends so
+   * as well. */
   VRK_GRG_INFEASIBILITY_NOT_CHANGING = 5,
-  /* maxIter iterations were done. */
+  /* maxIter iterations were done. Look at f: once feasible, x is a design to use. Another solve
+   * from x goes on, with fresh curvature. */
   VRK_GRG_ITERATION_LIMIT = 6,
-  /* The quadratic subproblem has no solution. */
+  /* The quadratic subproblem has no solution. Constraints that depend on each other, such as two
+   * equalities that are almost parallel, are the usual cause at a feasible point: leave one out.
+   * Otherwise scale the functions, or start elsewhere. */
   VRK_GRG_NO_QP_SOLUTION = 8,
-  /* The subproblem's solver broke down, or found too little work storage. */
+  /* The subproblem's solver broke down or found too little work storage, or function values that
+   * are not finite left no direction. Look at the callback, raise the capacity, or scale the
+   * functions. */
   VRK_GRG_QP_FAILURE = 10,
-  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults
-   * before the next solve. */
+  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults, then
+   * raise the capacities, before the next solve. */
   VRK_GRG_STORAGE = 11,
-  /* Ended by VRK_set_stop. */
+  /* Ended by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0). */
   VRK_GRG_STOPPED = 12
 };
 
@@ -145,9 +164,10 @@ VRK_API int32_t VRK_setDefaults(void);
 VRK_API void VRK_set_stop(int32_t value);
 
 /* Print level of the trace, written to the C library's stdout: 0 nothing, 1 error and warning
- * messages and iteration headers, 2 also the notices and figures of each iteration, 3 also vectors
- * and matrices. The storage messages of the SQP front end and of the subproblem's solver appear at
- * every level. Default 0. */
+ * messages, iteration headers and, in VRK_grg, the point of each iteration and the steps of its
+ * search; 2 also the notices and figures of each iteration, 3 also vectors and matrices. The
+ * storage messages of the SQP front end and of the subproblem's solver appear at every level.
+ * Default 0. */
 VRK_API void VRK_set_print(int32_t level);
 
 /* Difference scheme of the gradients: 1 forward (n evaluations per gradient), any other value
@@ -159,7 +179,9 @@ VRK_API void VRK_set_diffMeth(int32_t method);
  * callback is called up to one such step outside. Default 1e-4. */
 VRK_API void VRK_set_diffPert(double pert);
 
-/* Convergence tolerance of both methods, absolute, in units of the functions. Default 1e-3. */
+/* Convergence tolerance of both methods, absolute, in units of the functions: largest violation of
+ * a constraint that counts as satisfied, and smallest gain that counts. See Scale the functions.
+ * Default 1e-3. */
 VRK_API void VRK_set_convTol(double tol);
 
 /* Number of the last iteration begun; a solve that begins none leaves it as it was. */
@@ -168,12 +190,9 @@ VRK_API int32_t VRK_get_nIter(void);
 /* Number of evaluations (calls of the callback) since VRK_setDefaults, over all solves. */
 VRK_API int32_t VRK_get_nFunEval(void);
 
-/* Sequential quadratic programming: each iteration minimizes a quadratic model of the Lagrangian
- * under the linearized constraints and the bounds, then searches along the step with the exact
- * penalty merit function  f + sum mu_i |h_i| + sum mu_i max(0, g_i).
- * Sources: Han, J. Optim. Theory Appl. 22 (1977) 297-309; Powell, Lecture Notes in Mathematics
- * 630 (1978) 144-157.
- *   maxIter  in      iteration limit; below 1 the start is evaluated once and 2 returned
+/* The two solve calls take the same arguments.
+ *   maxIter  in      iteration limit; below 1 the start is evaluated once and 2 (VRK_sqp) or 6
+ *                    (VRK_grg) returned
  *   n        in      number of variables, at most VRK_MAX_VARIABLES
  *   x        in/out  (n) starting point, which may violate constraints; final point.
  *                    Physical units. Scaled in place during the solve.
@@ -186,26 +205,53 @@ VRK_API int32_t VRK_get_nFunEval(void);
  *   f        in/out  (1 + m1 + m2) function values: objective, equalities, inequalities. The
  *                    callback writes straight into it; on return the values at the final x,
  *                    or as passed in when nothing was evaluated.
+ *
+ * Work storage is a fixed pool of 40000 doubles and 5000 integers by default. What a solve takes is
+ * given with each call, with nfun = 1 + m1 + m2. A host with more constraints raises the capacities
+ * in VRK_settings after VRK_setDefaults, see routines.h. */
+
+/* Sequential quadratic programming: each iteration minimizes a quadratic model of the Lagrangian
+ * under the linearized constraints and the bounds, then searches along the step with the exact
+ * penalty merit function  f + sum mu_i |h_i| + sum mu_i max(0, g_i). Points on the way may violate
+ * constraints.
+ * Sources: Han, J. Optim. Theory Appl. 22 (1977) 297-309; Powell, Lecture Notes in Mathematics
+ * 630 (1978) 144-157.
  * Returns one of the VRK_SQP_ values or VRK_TOO_MANY_VARIABLES.
  *
  * An iteration takes n or 2n evaluations for the gradients and at most 6 for the line search.
  *
- * Work storage is a fixed pool of 40000 doubles and 5000 integers by default. A solve takes, with
- * nfun = 1 + m1 + m2 and L = m1 + m2 + 2n,
+ * Work storage, with L = m1 + m2 + 2n:
  *     doubles   D = 1 + 3L + n nfun + (m1 + m2) + n^2 + 14n,
  *               and above them  max(1 + 2 nfun, 2n^2 + 5n + 2 m1 + m2)
  *     integers  I = 1 + L + nfun + n.
  * At n = 100 the defaults hold up to 70 inequalities, without equalities. Too small a pool is
  * refused with status 7 before the first evaluation when D or I exceeds it; a pool that holds D
- * but not the rest ends the solve with 7 (gradients) or 6 (subproblem). A host with more
- * constraints raises the capacities in VRK_settings after VRK_setDefaults, see routines.h. */
+ * but not the rest ends the solve with 7 (gradients) or 6 (subproblem). */
 VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
                         double* f);
 
-/* The generalized reduced gradient method's solve call has its place here, with the same ten
- * arguments; this version does not provide it. */
-
+/* Generalized reduced gradients: while a constraint is violated, the worst one is reduced in place
+ * of the objective and those that are satisfied stay so; from then on every point is feasible. The
+ * direction solves a quadratic model under the linearized constraints and the bounds; along it the
+ * constraints that bind are held by Newton's method on as many dependent variables.
+ * Sources: Abadie & Carpentier in Fletcher (ed.), Optimization, Academic Press 1969, 37-47; Lasdon,
+ * Waren, Jain & Ratner, ACM Trans. Math. Softw. 4 (1978) 34-50.
+ * Returns one of the VRK_GRG_ values or VRK_TOO_MANY_VARIABLES.
+ *
+ * The start is evaluated once before the method begins, whatever then ends it. An iteration takes n
+ * or 2n evaluations for the gradients, twice that when the Hessian is found not to be positive
+ * definite, and at most 7193 for the line search: a guarantee; 5 to 15 are usual.
+ *
+ * Work storage, with a = min(n, m2) and k = m1 + a + 1, at most:
+ *     doubles   D = 2 + n^2 + 8n + n nfun, and above them the larger of
+ *               2n^2 + 7n + 1 + 3 m1 + 2 m2                (subproblem) and
+ *               14n + 3 nfun + 2k^2 + 2(k + 3)^2 + 4       (line search)
+ *     integers  I = 3 m1 + 2 m2 + 3a + 2 nfun + 4n + 10.
+ * k counts the equalities that are satisfied and the inequalities that are active; fewer of these
+ * take less. At n = 100 the defaults hold 69 inequalities, all of them active, or 82, few of them
+ * active. Too small a pool ends the solve where it is noticed: with status 10 when the subproblem's
+ * solver lacks space, otherwise with 11. */
 VRK_API int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
                         double* f);
