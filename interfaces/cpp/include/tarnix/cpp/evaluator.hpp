@@ -1,0 +1,354 @@
+#pragma once
+// The bridge from the core to the callable: every evaluation passes here. It turns core variables
+// and functions into the host's, keeps the limits, and remembers what it has seen.
+
+#include <tarnix/routines.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "options.hpp"
+#include "problem.hpp"
+#include "result.hpp"
+
+namespace tarnix::detail {
+
+/// Leaves the core from inside its callback; caught where the core was called.
+struct EndSolve {
+  Reason reason;
+};
+
+/// The variables and functions as the core sees them: fixed variables taken out, the objective
+/// minimised, every constraint as h = 0 or g <= 0, all relative to their scales.
+struct CoreProblem {
+  struct Row {
+    std::size_t function;
+    double sign;   // +1 value - limit, -1 limit - value
+    double limit;
+    double scale;
+  };
+
+  explicit CoreProblem(const Description& d) {
+    for (std::size_t i = 0; i < d.variables.size(); ++i) {
+      const auto& v = d.variables[i];
+      if (v.lower == v.upper) continue;
+      free.push_back(i);
+      lower.push_back(v.lower);
+      upper.push_back(v.upper);
+      // Scaling back and forth changes the last bits: what is this close is the same.
+      roundOff.push_back(1e-13 * (v.upper - v.lower) +
+                         8 * std::numeric_limits<double>::epsilon() *
+                             std::max(std::abs(v.lower), std::abs(v.upper)));
+    }
+    rows.push_back({0, d.maximized ? -1.0 : 1.0, 0.0, d.functions[0].scale});
+    for (std::size_t j = 1; j < d.functions.size(); ++j)
+      if (d.functions[j].relation == Relation::equal)
+        rows.push_back({j, 1.0, d.functions[j].upper, d.functions[j].scale});
+    equalities = static_cast<std::int32_t>(rows.size()) - 1;
+    for (std::size_t j = 1; j < d.functions.size(); ++j) {
+      const auto& f = d.functions[j];
+      if (f.relation == Relation::atMost || f.relation == Relation::between)
+        rows.push_back({j, 1.0, f.upper, f.scale});
+      if (f.relation == Relation::atLeast || f.relation == Relation::between)
+        rows.push_back({j, -1.0, f.lower, f.scale});
+    }
+    inequalities = static_cast<std::int32_t>(rows.size()) - 1 - equalities;
+  }
+
+  std::int32_t n() const { return static_cast<std::int32_t>(free.size()); }
+
+  std::vector<std::size_t> free;             // position of each core variable
+  std::vector<double> lower, upper, roundOff;
+  std::vector<Row> rows;                     // objective, equalities, inequalities
+  std::int32_t equalities = 0, inequalities = 0;
+};
+
+/// A core point with its core values, for keepInside.
+struct Sample {
+  std::vector<double> x, f;
+};
+
+class Evaluator {
+ public:
+  Evaluator(const Description& description, const CoreProblem& core, const Analysis& analysis,
+            const Options& options)
+      : d_(description),
+        c_(core),
+        analysis_(analysis),
+        o_(options),
+        f_(core.rows.size()),
+        x_(core.free.size()),
+        started_(std::chrono::steady_clock::now()) {
+    point_.x.resize(d_.variables.size());
+    point_.values.resize(d_.functions.size());
+    for (std::size_t i = 0; i < d_.variables.size(); ++i) point_.x[i] = d_.variables[i].lower;
+    if (o_.maxEvaluations) limit_ = *o_.maxEvaluations;
+    if (o_.maxTime)
+      deadline_ = started_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                 std::min<std::chrono::duration<double>>(
+                                     *o_.maxTime, std::chrono::hours(24 * 365 * 100)));
+  }
+  Evaluator(const Evaluator&) = delete;
+  Evaluator& operator=(const Evaluator&) = delete;
+
+  /// The callback of the core.
+  static void callback(void* self, double* x, double* f, double* eq, double* ineq) {
+    static_cast<Evaluator*>(self)->answer(x, f, eq, ineq);
+  }
+
+  void beginStage(const StageStart& stage) {
+    stage_ = &stage;
+    lastIteration_ = 0;
+    base_.x.clear();
+    inner_.x.clear();
+  }
+  /// The last iteration is told at the end of its stage. May throw EndSolve.
+  void endStage() {
+    const int iterations = lastIteration_;
+    lastIteration_ = 0;
+    if (iterations > 0) tellIteration(iterations);
+  }
+  void addIterations(int iterations) { earlierIterations_ += iterations; }
+
+  /// One evaluation of the host at a core point in the box. May throw EndSolve.
+  const Design& measureAt(const std::vector<double>& x) {
+    x_ = x;
+    measure(true);
+    return point_;
+  }
+  /// True when x is the point of the last evaluation, up to rounding.
+  bool isLast(const std::vector<double>& x) const {
+    if (count_ == 0) return false;
+    std::vector<double> measured;
+    for (const std::size_t i : c_.free) measured.push_back(point_.x[i]);
+    return same(x.data(), measured.data());
+  }
+
+  void clip(double* x) const {
+    for (std::size_t i = 0; i < c_.free.size(); ++i)
+      x[i] = std::min(std::max(x[i], c_.lower[i]), c_.upper[i]);
+  }
+
+  const Design& last() const { return point_; }
+  /// Core values of the last call of measureAt().
+  const std::vector<double>& coreValues() const { return f_; }
+  std::int64_t evaluations() const { return count_; }
+  double seconds() const {
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
+  }
+
+  /// Best point of all evaluations in the box: feasible ones first, then the least violation.
+  const std::optional<Design>& best() const { return best_; }
+  bool feasible(const Design& design) const { return design.violation <= o_.tolerance; }
+
+  struct NotFinite {
+    std::string name;
+    std::int64_t evaluation = 0;
+    std::vector<double> x;
+  };
+  const std::optional<NotFinite>& firstNotFinite() const { return firstNotFinite_; }
+  std::int64_t notFiniteCount() const { return notFinite_; }
+
+  /// The objective as the core minimises it: smaller is better.
+  double coreObjective(const Design& design) const {
+    return c_.rows[0].sign * design.values[0] / c_.rows[0].scale;
+  }
+
+ private:
+  void answer(const double* x, double* f, double* eq, double* ineq) {
+    if (const int iteration = VRK_settings.nIter; iteration != lastIteration_) {
+      if (lastIteration_ > 0) tellIteration(lastIteration_);
+      lastIteration_ = iteration;
+    }
+    bool inside = true;
+    for (std::size_t i = 0; i < x_.size(); ++i) {
+      double v = x[i];
+      if (v < c_.lower[i]) {
+        if (v >= c_.lower[i] - c_.roundOff[i]) v = c_.lower[i];
+        else inside = false;
+      } else if (v > c_.upper[i]) {
+        if (v <= c_.upper[i] + c_.roundOff[i]) v = c_.upper[i];
+        else inside = false;
+      }
+      x_[i] = v;
+    }
+    if (!o_.keepInside) measure(inside);
+    else if (inside) measureInside();
+    else extrapolate();
+    *f = f_[0];
+    std::copy_n(f_.data() + 1, c_.equalities, eq);
+    std::copy_n(f_.data() + 1 + c_.equalities, c_.inequalities, ineq);
+  }
+
+  // ---- one evaluation ------------------------------------------------------------------------
+  /// Calls the host at x_, and fills point_ and f_.
+  void measure(bool inside) {
+    keepLimits();
+    for (std::size_t i = 0; i < x_.size(); ++i) point_.x[c_.free[i]] = x_[i];
+    std::fill(point_.values.begin(), point_.values.end(),
+              std::numeric_limits<double>::quiet_NaN());
+    point_.evaluation = ++count_;
+    Values values(point_.values.data(), d_);
+    analysis_(Point(point_.x.data(), d_), values);
+    toCore();
+    if (!std::isfinite(point_.violation)) noteNotFinite();
+    else if (inside) noteBest();
+  }
+
+  void keepLimits() {
+    if (count_ >= limit_) throw EndSolve{Reason::evaluationLimit};
+    if (o_.stop && o_.stop->requested()) throw EndSolve{Reason::stopped};
+    if (o_.maxTime && std::chrono::steady_clock::now() >= deadline_)
+      throw EndSolve{Reason::timeLimit};
+  }
+
+  /// Core values, and the violation: not a number when a value is not finite.
+  void toCore() {
+    double violation = 0, finite = 0;
+    for (std::size_t r = 0; r < f_.size(); ++r) {
+      const CoreProblem::Row& row = c_.rows[r];
+      const double v = row.sign * (point_.values[row.function] - row.limit) / row.scale;
+      f_[r] = v;
+      finite += v - v;
+      if (r == 0) continue;
+      const double size = r <= static_cast<std::size_t>(c_.equalities) ? std::abs(v) : v;
+      violation = std::max(violation, size);
+    }
+    point_.violation = violation + finite;
+  }
+
+  void noteNotFinite() {
+    if (notFinite_++ > 0) return;
+    std::size_t r = 0;
+    while (r + 1 < f_.size() && std::isfinite(f_[r])) ++r;
+    firstNotFinite_ = NotFinite{d_.functions[c_.rows[r].function].name, count_, point_.x};
+  }
+
+  void noteBest() {
+    const bool feasibleNow = feasible(point_);
+    if (best_) {
+      const bool feasibleThen = feasible(*best_);
+      if (feasibleThen && (!feasibleNow || !(f_[0] < bestObjective_))) return;
+      if (!feasibleThen && !feasibleNow && !(point_.violation < best_->violation)) return;
+      *best_ = point_;
+    } else {
+      best_ = point_;
+    }
+    bestObjective_ = f_[0];
+    if (feasibleNow && o_.target && f_[0] <= c_.rows[0].sign * *o_.target / c_.rows[0].scale)
+      throw EndSolve{Reason::targetReached};
+  }
+
+  void tellIteration(int iteration) {
+    if (!o_.onIteration) return;
+    Progress progress;
+    progress.stage = stage_->stage;
+    progress.method = stage_->method;
+    progress.iteration = earlierIterations_ + iteration;
+    progress.evaluations = count_;
+    constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+    progress.bestObjective = best_ ? best_->values[0] : unknown;
+    progress.worstViolation = best_ ? best_->violation : unknown;
+    progress.best = best_ ? &best_->x : nullptr;
+    o_.onIteration(progress);
+    if (progress.stopRequested) throw EndSolve{Reason::stopped};
+  }
+
+  // ---- evaluations inside the box only -------------------------------------------------------
+  bool same(const double* a, const double* b) const { return differing(a, b) == 0; }
+  int differing(const double* a, const double* b) const {
+    int count = 0;
+    for (std::size_t i = 0; i < x_.size(); ++i)
+      if (!(std::abs(a[i] - b[i]) <= c_.roundOff[i])) ++count;
+    return count;
+  }
+
+  /// Measures x_, unless it is the base or the inner point of the differences.
+  void measureInside() {
+    for (const Sample* known : {&inner_, &base_})
+      if (!known->x.empty() && same(known->x.data(), x_.data())) {
+        f_ = known->f;
+        return;
+      }
+    measure(true);
+    // A step in one variable belongs to the differences around the base.
+    const bool step = !base_.x.empty() && differing(base_.x.data(), x_.data()) == 1;
+    Sample& place = step ? inner_ : base_;
+    place.x = x_;
+    place.f = f_;
+  }
+
+  /// A difference that leaves the box by its step in one variable is answered by the straight line
+  /// (forward) or the parabola (central) through points on the inner side. Their quotient is then
+  /// the one-sided formula of the same order. Any other point is answered at the nearest one in
+  /// the box.
+  void extrapolate() {
+    const std::vector<double> asked = x_;
+    std::vector<double> base = asked;
+    clip(base.data());
+    if (differing(asked.data(), base.data()) == 1) {
+      std::size_t i = 0;
+      while (std::abs(asked[i] - base[i]) <= c_.roundOff[i]) ++i;
+      const double size = 0.5 * (c_.upper[i] - c_.lower[i]) * stage_->differenceStep;
+      const double step = asked[i] > c_.upper[i] ? size : -size;
+      if (std::abs(asked[i] - base[i]) <= size * (1 + 1e-6)) {
+        base[i] = asked[i] - step;
+        clip(base.data());
+        return extrapolateFrom(base, i, step);
+      }
+    }
+    x_ = base;
+    measureInside();
+  }
+
+  void extrapolateFrom(const std::vector<double>& base, std::size_t i, double step) {
+    const auto valuesAt = [&](double xi) {
+      x_ = base;
+      x_[i] = xi;
+      measureInside();
+      return f_;
+    };
+    const std::vector<double> f0 = valuesAt(base[i]);
+    const std::vector<double> f1 = valuesAt(base[i] - step);
+    if (stage_->differences == Differences::forward) {
+      for (std::size_t r = 0; r < f_.size(); ++r) f_[r] = 2 * f0[r] - f1[r];
+      return;
+    }
+    const Sample first = inner_;
+    const std::vector<double> f2 = valuesAt(base[i] - 2 * step);
+    inner_ = first;  // the core asks for it next
+    for (std::size_t r = 0; r < f_.size(); ++r) f_[r] = 3 * f0[r] - 3 * f1[r] + f2[r];
+  }
+
+  // Given.
+  const Description& d_;
+  const CoreProblem& c_;
+  const Analysis& analysis_;
+  const Options& o_;
+  // The evaluation in work.
+  std::vector<double> f_;  // core values
+  std::vector<double> x_;  // core point
+  Design point_;
+  // Limits.
+  std::int64_t limit_ = std::numeric_limits<std::int64_t>::max();
+  std::chrono::steady_clock::time_point started_, deadline_;
+  // Seen.
+  std::int64_t count_ = 0, notFinite_ = 0;
+  std::optional<Design> best_;
+  double bestObjective_ = 0;
+  std::optional<NotFinite> firstNotFinite_;
+  // Stage.
+  const StageStart* stage_ = nullptr;
+  int lastIteration_ = 0, earlierIterations_ = 0;
+  Sample base_, inner_;
+};
+
+}  // namespace tarnix::detail

@@ -1,0 +1,87 @@
+#pragma once
+// How a problem is solved: method, tolerances, limits, and the callbacks that watch and stop it.
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+namespace tarnix {
+
+/// Automatic starts with SQP and goes on with GRG and finer differences while that pays.
+enum class Method { grg, sqp, automatic };
+
+/// Forward differences take one evaluation per variable and gradient, central ones two.
+enum class Differences { forward, central };
+
+/// Stops solves from any thread, or from a signal handler. Copies share one flag.
+class Stop {
+ public:
+  Stop() : flag_(std::make_shared<std::atomic<bool>>(false)) {}
+  void request() const noexcept { flag_->store(true, std::memory_order_relaxed); }
+  void clear() const noexcept { flag_->store(false, std::memory_order_relaxed); }
+  bool requested() const noexcept { return flag_->load(std::memory_order_relaxed); }
+
+ private:
+  std::shared_ptr<std::atomic<bool>> flag_;
+};
+
+/// What a running solve tells at the start of every iteration, and at the end of every stage.
+struct Progress {
+  int stage = 0;                 ///< from 1 on
+  Method method = Method::sqp;   ///< of the stage
+  int iteration = 0;             ///< last iteration that was completed, over all stages
+  std::int64_t evaluations = 0;  ///< so far
+  double bestObjective = 0;      ///< at the best point so far, as the callable gave it
+  double worstViolation = 0;     ///< there, relative to the scales; 0 when it is feasible
+  const std::vector<double>* best = nullptr;  ///< that point; null when no value was finite yet
+  void stop() { stopRequested = true; }       ///< ends the solve at once
+  bool stopRequested = false;
+};
+
+/// A stage of a solve about to run: one method with its settings, from one point.
+struct StageStart {
+  int stage = 1;  ///< from 1 on
+  Method method = Method::sqp;
+  Differences differences = Differences::forward;
+  double differenceStep = 0;  ///< in units of half the distance of the bounds
+  double tolerance = 0;       ///< convergence tolerance of the stage
+  std::vector<double> x;      ///< where it starts
+};
+
+struct Options {
+  Method method = Method::automatic;
+
+  /// Violation at which a constraint still counts as satisfied, relative to its scale; also the
+  /// decrease of the objective, relative to its scale, that is not worth another iteration.
+  double tolerance = 1e-4;
+  Differences differences = Differences::forward;
+  /// Step of the differences, in units of half the distance between a variable's bounds.
+  double differenceStep = 1e-4;
+  /// The methods' differences step beyond the bounds. When this is set no evaluation does: a
+  /// difference that would leave the box is formed from points on the inner side instead, forward
+  /// ones from one point, central ones from two (second order as well).
+  bool keepInside = false;
+  /// Moves a start that lies outside the box to its nearest point, instead of refusing it.
+  bool moveStartInside = false;
+  /// Start in place of the declared one; empty: the declared one.
+  std::vector<double> start;
+
+  int maxIterations = 200;                                ///< of every stage
+  std::optional<std::int64_t> maxEvaluations;             ///< of the whole solve
+  std::optional<std::chrono::duration<double>> maxTime;   ///< wall clock, without waiting
+  std::optional<double> target;                           ///< ends at a feasible objective this good
+  std::optional<Stop> stop;                               ///< ends as soon as it is requested
+  std::function<void(Progress&)> onIteration;             ///< watches, and may stop
+  std::function<void(const StageStart&)> onStage;         ///< before every stage
+
+  /// Multipliers and sensitivities at the end: one gradient pass, an evaluation per variable.
+  bool report = true;
+  /// Trace of the core on standard output, 0 to 3.
+  int printLevel = 0;
+};
+
+}  // namespace tarnix

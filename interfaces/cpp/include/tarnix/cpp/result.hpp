@@ -1,0 +1,100 @@
+#pragma once
+// What a solve returns: the point, the truth about it, how it came about, and what its limits cost.
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "options.hpp"
+#include "problem.hpp"
+
+namespace tarnix {
+
+/// Why a solve or a stage ended.
+enum class Reason {
+  finished,         ///< the method came to an end of its own
+  noFeasiblePoint,  ///< the method found no descent left for a violated constraint
+  breakdown,        ///< the method could not go on
+  iterationLimit,
+  evaluationLimit,
+  timeLimit,
+  targetReached,
+  stopped  ///< by Stop or by Progress::stop
+};
+
+/// A point with the values that the callable gave there.
+struct Design {
+  std::vector<double> x;         ///< all variables, fixed ones too
+  std::vector<double> values;    ///< objective, then constraints
+  double violation = 0;          ///< largest of the constraints, relative to scale; NaN: not finite
+  std::int64_t evaluation = 0;   ///< number of the evaluation, from 1 on
+};
+
+/// One run of one method.
+struct Stage {
+  StageStart settings;
+  std::int32_t status = 0;  ///< of the method; 0 when a limit or a stop ended it
+  Reason reason = Reason::finished;
+  int iterations = 0;
+  std::int64_t evaluations = 0;
+  Design end;            ///< point that the stage left
+  std::string meaning;   ///< of the status, in words
+};
+
+/// An active constraint or bound, and what it costs.
+struct ActiveLimit {
+  enum class Kind { equality, lowerLimit, upperLimit, lowerBound, upperBound };
+  std::string name;
+  Kind kind = Kind::equality;
+  double limit = 0;
+  /// Change of the objective, as the callable measures it, per unit by which the limit is raised.
+  double multiplier = 0;
+  /// Change of the objective when the limit is raised by one percent of its size (of the scale when
+  /// it is 0; of the distance of the bounds for bounds).
+  double perPercent = 0;
+};
+
+/// What one gradient pass tells about the final point.
+struct Report {
+  std::vector<ActiveLimit> active;
+  std::vector<double> gradient;     ///< of the objective, by variable; 0 for fixed ones
+  std::vector<double> sensitivity;  ///< change of the objective per percent of the variable's range
+  double optimality = 0;            ///< part of the gradient left over by the multipliers, 0 to 1
+};
+
+struct Result {
+  bool success = false;   ///< true values finite, in the box, violation within tolerance, and finished
+  bool feasible = false;  ///< the first three of these
+  Reason reason = Reason::finished;
+  Method method = Method::sqp;  ///< of the stage that gave the point
+  std::int32_t status = 0;      ///< of that stage
+  std::string meaning;          ///< of that status, in words
+  std::string advice;           ///< what happened and what to try, one paragraph
+
+  Design point;                      ///< where the solve ended
+  std::optional<Design> best;        ///< best feasible point of all evaluations
+  std::vector<Stage> stages;
+  int iterations = 0;                ///< over all stages
+  std::int64_t evaluations = 0;      ///< calls of the callable
+  double seconds = 0;                ///< wall clock
+  std::optional<Report> report;
+  std::shared_ptr<const Description> description;
+
+  double operator[](Variable v) const { return point.x.at(v.index); }
+  double operator[](Function f) const { return point.values.at(f.index); }
+  /// Value of the variable, objective or constraint of that name.
+  double operator[](std::string_view name) const {
+    const auto found = description->variableIndex.find(name);
+    if (found != description->variableIndex.end()) return point.x[found->second];
+    return point.values[description->function(name)];
+  }
+  double objective() const { return point.values.at(0); }
+
+  /// Readable table of all this.
+  std::string summary() const;
+};
+
+}  // namespace tarnix
