@@ -615,7 +615,7 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
  *   nEq, eqList      in      (nEq) positions of the equalities in f
  *   nIneq, ineqList  in      (nIneq) positions of the inequalities in f
  *   status           out     a VRK_GRG_ value other than VRK_GRG_STORAGE. When storage is refused,
- *                            errorFlag tells: status is left as it was (arrays) or 0 (scratch). */
+ *                            errorFlag tells and status is left as it was. */
 VRK_API void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
                     const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
                     const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
@@ -808,7 +808,7 @@ VRK_API void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_
  *   XJINV     in/out  (ld, k + 1) inverse; unchanged when singular
  *   singular  out     logical: |delta| <= zeroTol
  *   w, y      work    (k) each
- * GRSJIA takes w and y from the work storage: 2k + 1 doubles. Its refusal writes nothing. */
+ * GRSJIA takes w and y from the work storage: 2k + 1 doubles. Its refusal sets singular. */
 VRK_API void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
                     const double* u, double* XJINV, int32_t* singular, double* w, double* y);
 VRK_API void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
@@ -835,7 +835,7 @@ VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const doub
  *   XJINV     out   (ld, k) its inverse
  *   singular  out   logical: a pivot with |delta| <= zeroTol
  *   w, y      work  (k) each
- * GRSINV takes w and y from the work storage: 2k + 1 doubles. Its refusal writes nothing. */
+ * GRSINV takes w and y from the work storage: 2k + 1 doubles. Its refusal sets singular. */
 VRK_API void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
                     int32_t* singular, double* w, double* y);
 VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
@@ -894,7 +894,7 @@ VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, doub
  *   iter             out     the last iteration begun, maxIter + 1 when all were done in vain
  *   dx               work    (nRows) last correction
  *   r                work    (nRows) minus the values of the last update
- * GRSNR takes dx and r from the work storage: 2 nRows + 1 doubles. Its refusal writes nothing. */
+ * GRSNR takes dx and r from the work storage: 2 nRows + 1 doubles. Its refusal clears converged. */
 VRK_API void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter,
                    const int32_t* n, const int32_t* nRows, const int32_t* rowList, double* JINV,
                    double* JAC, const int32_t* stepVar, const int32_t* nIndep,
@@ -966,7 +966,7 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *   second              out     logical: end the search after this trial; a constraint was taken
  *                               up, or a variable put on its bound
  *   dx, r               work    (n) each
- * GRSSAT takes dx and r from the work storage: 2n + 1 doubles. Its refusal writes nothing. */
+ * GRSSAT takes dx and r from the work storage: 2n + 1 doubles. Its refusal sets terminate. */
 VRK_API void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
                     double* x, double* f, const double* xLower, const double* xUpper,
                     const double* s0, double* s1, const double* f0, const double* xBase,
@@ -1055,8 +1055,8 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  *   BSTDV, BSTDF         work    (n), (m) best point and its values
  *   xPrev, fPrev         work    (n), (m) latest accepted trial and its values
  * GRSSTE takes the work arrays from the work storage: with k = nEqSat + nActive + 1 and ld = k + 3,
- * 2n + 2m + 2k^2 + 1 and 2 ld^2 doubles, 3n + m + nActive + 6 and ld integers. Its refusal does
- * nothing. */
+ * 2n + 2m + 2 ld^2 + 1 doubles (2n + 2m + 2k^2 + 1 is asked for first), 3n + m + nActive + 6 and
+ * ld integers. Its refusal does nothing. */
 VRK_API void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
                     const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
                     const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,

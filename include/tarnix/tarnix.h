@@ -246,11 +246,10 @@ VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* low
  * Work storage, with a = min(n, m2) and k = m1 + a + 1, at most:
  *     doubles   D = 2 + n^2 + 8n + n nfun, and above them the larger of
  *               2n^2 + 7n + 1 + 3 m1 + 2 m2                (subproblem) and
- *               14n + 3 nfun + 2k^2 + 2(k + 3)^2 + 4       (line search)
+ *               14n + 3 nfun + 2(k + 3)^2 + 4              (line search)
  *     integers  I = 3 m1 + 2 m2 + 3a + 2 nfun + 4n + 10.
  * k counts the equalities that are satisfied and the inequalities that are active; fewer of these
- * take less. At n = 100 the defaults hold 69 inequalities, all of them active, or 82, few of them
- * active. Too small a pool ends the solve where it is noticed: with status 10 when the subproblem's
+ * take less. At n = 100 the defaults hold 82 inequalities. Too small a pool ends the solve where it is noticed: with status 10 when the subproblem's
  * solver lacks space, otherwise with 11. */
 VRK_API int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,

@@ -35,7 +35,7 @@ void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
             const int32_t* ineqList, int32_t* status) {
   const GrgProblem problem{countOf(n), x, {xLower, xUpper}, countOf(m), f, *objIndex,
                            {eqList, countOf(nEq)}, {ineqList, countOf(nIneq)}};
-  // Kept: a refused claim leaves the status as it was; errorFlag tells.
+  // Kept: an error leaves the status as it was; errorFlag tells.
   (void)solveGrg(*maxIter, problem, *status);
 }
 
@@ -75,8 +75,8 @@ void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList, cons
            const double* xLower, const double* G, const double* HESSIAN, double* d,
            const double* GRADOB, double* XLAG, int32_t* IACT, int32_t* nact, int32_t* status) {
   const DirectionEnd end =
-      findDirection({*n, x, {xLower, xUpper}, f, {keepList, *nKeep}, {eqSatList, *nEqSat}, G,
-                     HESSIAN, GRADOB},
+      findDirection({countOf(n), x, {xLower, xUpper}, f, {keepList, countOf(nKeep)},
+                     {eqSatList, countOf(nEqSat)}, G, HESSIAN, GRADOB},
                     d, XLAG, IACT, *nact);
   if (end != DirectionEnd::solved && end != DirectionEnd::storage)
     *status = static_cast<int32_t>(end);
@@ -158,6 +158,7 @@ void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* 
 
 void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
             const double* u, double* XJINV, int32_t* singular) {
+  *singular = logicalTrue;  // what a refused claim leaves
   WorkFrame frame;
   if (!claimDoubles(frame, 2 * cellCount(*k) + 1)) return;
   double* w = frame.carve(*k);
@@ -177,6 +178,7 @@ void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJIN
 
 void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
             int32_t* singular) {
+  *singular = logicalTrue;
   WorkFrame frame;
   if (!claimDoubles(frame, 2 * cellCount(*k) + 1)) return;
   double* w = frame.carve(*k);
@@ -286,6 +288,8 @@ void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const i
             double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
             int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
             const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second) {
+  *terminate = logicalTrue;  // what a refused claim leaves
+  *second = logicalFalse;
   WorkFrame frame;
   if (!claimDoubles(frame, 2 * cellCount(*n) + 1)) return;
   double* dx = frame.carve(*n);

@@ -373,7 +373,9 @@ bool solveGrg(int maxIter, const GrgProblem& p, int32_t& status) {
   a.satisfied = indices.carve(equalities);
   a.columns = indices.carve(m);
   a.activeRows = indices.carve(n);
-  status = runGrg(maxIter, p, a);
+  const int32_t end = runGrg(maxIter, p, a);
+  if (end == unfinished) return false;
+  status = end;
   return true;
 }
 

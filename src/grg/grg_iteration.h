@@ -38,7 +38,7 @@ struct GrgArrays {
 // Status of a solve; 0 when errorFlag has ended it.
 int32_t runGrg(int maxIter, const GrgProblem& problem, const GrgArrays& arrays);
 
-// The iteration over the static work storage. False when that is too small: the status is not set.
+// The iteration over the static work storage. False, with the status not set, when errorFlag is set.
 [[nodiscard]] bool solveGrg(int maxIter, const GrgProblem& problem, int32_t& status);
 
 // The quadratic subproblem of the iteration.

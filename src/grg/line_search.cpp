@@ -55,22 +55,24 @@ bool SearchStorage::claim(int n, int m, int satisfied, int active) {
   const int64_t k = cellCount(satisfied) + cellCount(active) + 1;
   const int64_t room = k + Saturation::maxPasses - 1;
   const int64_t variables = cellCount(n), functions = cellCount(m);
+  const int64_t vectors = 2 * variables + 2 * functions + 1;
   const auto refuse = [](const auto& frame, auto report) { return report(frame.needed()), false; };
-  if (!vectors_.reserve(2 * variables + 2 * functions + 2 * k * k + 1))
-    return refuse(vectors_, trace::doubleStorageExceeded);
+  // First what the method is known to need, then with the room.
+  for (const int64_t order : {k, room})
+    if (!doubles_.reserve(vectors + 2 * order * order))
+      return refuse(doubles_, trace::doubleStorageExceeded);
   if (!lists_.reserve(3 * variables + functions + cellCount(active) + 6))
     return refuse(lists_, trace::integerStorageExceeded);
-  if (!matrices_.reserve(2 * room * room)) return refuse(matrices_, trace::doubleStorageExceeded);
   if (!rowList_.reserve(room)) return refuse(rowList_, trace::integerStorageExceeded);
-  for (double** stretch : {&work.bestX, &work.previousX}) *stretch = vectors_.carve(variables);
-  for (double** stretch : {&work.bestF, &work.previousF}) *stretch = vectors_.carve(functions);
+  for (double** stretch : {&work.bestX, &work.previousX}) *stretch = doubles_.carve(variables);
+  for (double** stretch : {&work.bestF, &work.previousF}) *stretch = doubles_.carve(functions);
   tracked = lists_.carve(functions);
   binding = lists_.carve(cellCount(active) + Saturation::maxPasses);
   independent = lists_.carve(variables);
   dependent = lists_.carve(variables);
   ld = static_cast<int32_t>(room);
-  jacobian = matrices_.carve(room * room);
-  inverse = matrices_.carve(room * room);
+  jacobian = doubles_.carve(room * room);
+  inverse = doubles_.carve(room * room);
   rows = rowList_.carve(room);
   return true;
 }
@@ -128,14 +130,6 @@ bool LineSearch::prepareBasis() {
     p.tracked[p.binding(k) - 1] = 0;
     p.binding.removeAt(k);
   }
-  if (tracing(2)) {
-    trace::list("MTRAK", p.binding.view());
-    trace::list("LTRAK", {p.tracked, p.m});
-    trace::list("MIDV", p.basis.independent.view());
-    trace::list("MDDV", p.basis.dependent());
-    trace::matrix("XJINV", p.basis.inverseBlock(p.basis.nDep));
-    trace::matrix("XJAC", p.basis.jacobianBlock(p.basis.nDep));
-  }
   if (!baseFrame_.reserve(2 * cellCount(p.n) + cellCount(p.m))) {
     trace::doubleStorageExceeded(baseFrame_.needed());
     return false;
@@ -146,6 +140,14 @@ bool LineSearch::prepareBasis() {
   improveBasis();
   formTangent();
   freeBlockedBasis();
+  if (tracing(2)) {
+    trace::list("MTRAK", p.binding.view());
+    trace::list("LTRAK", {p.tracked, p.m});
+    trace::list("MIDV", p.basis.independent.view());
+    trace::list("MDDV", p.basis.dependent());
+    trace::matrix("XJINV", p.basis.inverseBlock(p.basis.nDep));
+    trace::matrix("XJAC", p.basis.jacobianBlock(p.basis.nDep));
+  }
   return true;
 }
 

@@ -40,7 +40,7 @@ struct SearchStorage {
   double* inverse = nullptr;
 
  private:
-  WorkFrame vectors_, matrices_;
+  WorkFrame doubles_;
   IndexFrame lists_, rowList_;
 };
 

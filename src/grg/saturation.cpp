@@ -78,6 +78,7 @@ void Saturation::takeUp(const Crossing& crossing) {
   // Never less than the back-off, so that the constraint ends slightly inside its limit.
   const double cut = std::max(0.0, step - std::max(step - crossing.step, leastBackOff));
   const double uncut = step;
+  const bool endedBefore = second;
   second = true;
   moveTo(cut);
   evaluateHere();
@@ -93,7 +94,10 @@ void Saturation::takeUp(const Crossing& crossing) {
   evaluateHere();
   bool singularAgain = true;
   if (holdWithStepLength(c, singularAgain)) return;
-  if (singular && singularAgain && impliedByHeldRows(c, uncut)) return;
+  if (singular && singularAgain && impliedByHeldRows(c, uncut)) {
+    second = endedBefore;
+    return;
+  }
   terminate = true;
   if (!tracing(1)) return;
   if (singular && singularAgain)
@@ -191,7 +195,6 @@ bool Saturation::impliedByHeldRows(int c, double length) {
     evaluateHere();
   }
   if (!feasible()) return false;
-  second = false;
   p.tracked[c - 1] = 1;
   return true;
 }
