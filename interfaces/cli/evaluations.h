@@ -1,0 +1,101 @@
+// Answers the solve's evaluations: from memory, by the expressions, or by running the command, with
+// the difference points of a gradient pass side by side.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "history.h"
+#include "model.h"
+#include "prediction.h"
+#include "simulator.h"
+
+namespace tarnix::cli {
+
+// Largest violation of the constraints, each in units of its scale; NaN when a value is not finite.
+double violation(const Problem& problem, std::span<const double> values);
+
+struct BestDesign {
+  std::vector<double> x, values;
+  double violation = 0;
+};
+
+class Evaluations {
+ public:
+  struct Counts {
+    long asked = 0;      // by the solve
+    long finished = 0;   // evaluations or runs that gave values, in this session
+    long replayed = 0;   // designs known from the history
+    long foreseen = 0;   // runs that were started before the solve asked for them
+    long used = 0;       // of those, the ones that it asked for
+    long failed = 0;     // runs without values
+  };
+
+  Evaluations(const Problem& problem, Model& model, Simulator* simulator, History* history,
+              int jobs);
+  ~Evaluations();
+  Evaluations(const Evaluations&) = delete;
+  Evaluations& operator=(const Evaluations&) = delete;
+
+  // Objective and constraints at a design. Throws Failure when the policy says stop, Interrupted
+  // on a signal.
+  std::vector<double> at(std::span<const double> x);
+
+  // Best design seen in the box: a feasible one before others, then the better objective.
+  const std::optional<BestDesign>& best() const { return bestSeen; }
+  const Counts& counts() const { return count; }
+  int running() const { return static_cast<int>(runs.size()); }
+
+  std::function<void()> onChange;  // after every finished evaluation
+
+ private:
+  using Key = std::string;  // the bytes of a design: equal bits, equal design
+  struct Known {
+    std::vector<double> values;
+    std::string failed;
+    bool foreseen = false;  // and not asked for yet
+  };
+  static Key keyOf(std::span<const double> x);
+
+  void replay();
+  void foresee(std::span<const double> x);
+  void runUntilKnown(std::span<const double> x, const Key& key);
+  void startRun(std::span<const double> x, int attempt, bool foreseen);
+  void startAhead();
+  bool slotFree() const { return static_cast<int>(runs.size()) < jobs; }
+  bool isRunning(const Key& key) const;
+  void collect();
+  void finish(const Run& run, const RunOutcome& outcome, bool foreseen);
+  void dropForeseen();
+  void drop(const Key& key);
+  void store(Record record, bool foreseen);
+  std::vector<double> penalties() const;
+  void noteBest(const Record& record);
+
+  const Problem& problem;
+  Model& model;
+  Simulator* simulator;
+  History* history;
+  const int jobs;
+  PassPrediction prediction;
+  std::unordered_map<Key, Known> known;
+  std::deque<std::vector<double>> ahead;      // foreseen, not started yet
+  std::deque<std::vector<double>> expected;   // foreseen, not asked for yet
+  struct Started {
+    Run run;
+    Key key;
+    bool foreseen;
+  };
+  std::vector<Started> runs;
+  long nextRun = 1;
+  std::optional<BestDesign> bestSeen;
+  Counts count;
+};
+
+}  // namespace tarnix::cli
