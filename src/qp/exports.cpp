@@ -104,12 +104,12 @@ void QPSINI(const int32_t* n, const double* H, const int32_t* ldh, const double*
 void QPSCON(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
             const int32_t* lda, const double* b, const int32_t* codes, const int32_t* nb,
             const double* dl, const double* du, const double* d, double* res) {
-  residuals(rowsOf(*n, *m, *m1, *nb, A, *lda, b, codes, dl, du), d, res);
+  residuals(rowsOf(countOf(n), countOf(m), countOf(m1), *nb, A, *lda, b, codes, dl, du), d, res);
 }
 
 void QPSVIO(const int32_t* m, const int32_t* m1, const int32_t* nb, const double* res,
             const int32_t* nact, const int32_t* IACT, int32_t* p) {
-  *p = mostViolated(*m, *m1, *nb, res, activeSet(0, IACT, nact, nullptr, nullptr, nullptr).rows);
+  *p = mostViolated(countOf(m), countOf(m1), *nb, res, activeSet(0, IACT, nact, nullptr, nullptr, nullptr).rows);
 }
 
 void QPSDIR(const int32_t* p, const int32_t* n, const int32_t* m, const int32_t* m1,
