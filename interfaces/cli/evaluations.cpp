@@ -78,7 +78,10 @@ std::vector<double> Evaluations::at(std::span<const double> x) {
 // ---- running side by side ----------------------------------------------------------------------
 
 void Evaluations::foresee(std::span<const double> x) {
-  if (const Points pass = prediction.after(x); !pass.empty()) {
+  const std::vector<double> design(x.begin(), x.end());
+  auto place = std::find(expected.begin(), expected.end(), design);
+  const Points pass = prediction.after(x, place != expected.end());
+  if (!pass.empty()) {
     dropForeseen();
     expected.assign(pass.begin(), pass.end());
     ahead = expected;
@@ -88,8 +91,6 @@ void Evaluations::foresee(std::span<const double> x) {
     }
     return;
   }
-  const std::vector<double> design(x.begin(), x.end());
-  auto place = std::find(expected.begin(), expected.end(), design);
   if (place == expected.end()) {
     // Foreseen but for the last bits: this one is lost, the others of the pass may still be right.
     place = std::find_if(expected.begin(), expected.end(),

@@ -83,7 +83,8 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
   try {
     formula.parser->SetExpr(expression.text);
     bool known = true;
-    for (const auto& [name, unused] : formula.parser->GetUsedVar()) {
+    const auto used = formula.parser->GetUsedVar();  // a copy: DefineVar resets the original
+    for (const auto& [name, unused] : used) {
       const auto place = std::find(names.begin(), names.end(), name);
       if (place == names.end()) {
         known = wrong("unknown name '" + name + "' in \"" + expression.text + "\"" +

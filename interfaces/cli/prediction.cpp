@@ -93,12 +93,13 @@ bool PassPrediction::close(std::span<const double> a, std::span<const double> b)
 
 // ---- passes ------------------------------------------------------------------------------------
 
-Points PassPrediction::after(std::span<const double> design) {
+Points PassPrediction::after(std::span<const double> design, bool foreseen) {
   const Vector x = freeOf(design);
   if (x.empty()) return {};
   const double step = VRK_settings.diffPert * half(0);
   const bool outsideCore = VRK_settings.nFunEval == lastCount;  // the core counts before it asks
   lastCount = VRK_settings.nFunEval;
+  if (foreseen) return {};  // a step of a pass, and no base of another
 
   Points predicted;
   for (std::size_t k = 0; k < recent.size() && predicted.empty(); ++k) {

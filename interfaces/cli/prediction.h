@@ -19,9 +19,9 @@ class PassPrediction {
  public:
   explicit PassPrediction(const Problem& problem);
 
-  // Tells of a design that the solve asks for. When it is the first of a pass: the designs that
-  // will be asked for next, in order. Else empty.
-  Points after(std::span<const double> design);
+  // Tells of a design that the solve asks for, and whether it was foreseen. When it is the first of
+  // a pass: the designs that will be asked for next, in order. Else empty.
+  Points after(std::span<const double> design, bool foreseen);
 
   // Equal up to the rounding of a few evaluations.
   bool close(std::span<const double> a, std::span<const double> b) const;

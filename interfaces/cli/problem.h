@@ -85,10 +85,10 @@ struct Command {
 
 struct Options {
   std::string method = "automatic";
-  int maxIterations = 100;
+  int maxIterations = 200;
   int maxEvaluations = 0;  // 0: no limit, as below
   double maxSeconds = 0;
-  double tolerance = 1e-3;
+  double tolerance = 1e-4;
   double differenceStep = 1e-4;
   bool centralDifferences = false;
   bool insideBounds = false;
