@@ -31,9 +31,9 @@ struct EndSolve {
 struct CoreProblem {
   struct Row {
     std::size_t function;
-    double sign;   // +1 value - limit, -1 limit - value
+    double factor;  // 1 / scale; negative for lower limits, and for what is maximised
     double limit;
-    double scale;
+    double of(double value) const { return factor * (value - limit); }
   };
 
   explicit CoreProblem(const Description& d) {
@@ -41,33 +41,37 @@ struct CoreProblem {
       const auto& v = d.variables[i];
       if (v.lower == v.upper) continue;
       free.push_back(i);
+      // Scaling back and forth changes the last bits: what is this close is the same.
+      const double close = 1e-13 * (v.upper - v.lower) +
+                           8 * std::numeric_limits<double>::epsilon() *
+                               std::max(std::abs(v.lower), std::abs(v.upper));
       lower.push_back(v.lower);
       upper.push_back(v.upper);
-      // Scaling back and forth changes the last bits: what is this close is the same.
-      roundOff.push_back(1e-13 * (v.upper - v.lower) +
-                         8 * std::numeric_limits<double>::epsilon() *
-                             std::max(std::abs(v.lower), std::abs(v.upper)));
+      roundOff.push_back(close);
+      lowerEdge.push_back(v.lower + close);
+      upperEdge.push_back(v.upper - close);
     }
-    rows.push_back({0, d.maximized ? -1.0 : 1.0, 0.0, d.functions[0].scale});
+    rows.push_back({0, (d.maximized ? -1.0 : 1.0) / d.functions[0].scale, 0.0});
     for (std::size_t j = 1; j < d.functions.size(); ++j)
       if (d.functions[j].relation == Relation::equal)
-        rows.push_back({j, 1.0, d.functions[j].upper, d.functions[j].scale});
+        rows.push_back({j, 1.0 / d.functions[j].scale, d.functions[j].upper});
     equalities = static_cast<std::int32_t>(rows.size()) - 1;
     for (std::size_t j = 1; j < d.functions.size(); ++j) {
       const auto& f = d.functions[j];
       if (f.relation == Relation::atMost || f.relation == Relation::between)
-        rows.push_back({j, 1.0, f.upper, f.scale});
+        rows.push_back({j, 1.0 / f.scale, f.upper});
       if (f.relation == Relation::atLeast || f.relation == Relation::between)
-        rows.push_back({j, -1.0, f.lower, f.scale});
+        rows.push_back({j, -1.0 / f.scale, f.lower});
     }
     inequalities = static_cast<std::int32_t>(rows.size()) - 1 - equalities;
   }
 
   std::int32_t n() const { return static_cast<std::int32_t>(free.size()); }
 
-  std::vector<std::size_t> free;             // position of each core variable
+  std::vector<std::size_t> free;  // position of each core variable
   std::vector<double> lower, upper, roundOff;
-  std::vector<Row> rows;                     // objective, equalities, inequalities
+  std::vector<double> lowerEdge, upperEdge;  // between them a value is not on a bound
+  std::vector<Row> rows;  // objective, equalities, inequalities
   std::int32_t equalities = 0, inequalities = 0;
 };
 
@@ -134,7 +138,7 @@ class Evaluator {
 
   void clip(double* x) const {
     for (std::size_t i = 0; i < c_.free.size(); ++i)
-      x[i] = std::min(std::max(x[i], c_.lower[i]), c_.upper[i]);
+      x[i] = std::min(std::max(snapped(x[i], i), c_.lower[i]), c_.upper[i]);
   }
 
   const Design& last() const { return point_; }
@@ -159,7 +163,7 @@ class Evaluator {
 
   /// The objective as the core minimises it: smaller is better.
   double coreObjective(const Design& design) const {
-    return c_.rows[0].sign * design.values[0] / c_.rows[0].scale;
+    return c_.rows[0].of(design.values[0]);
   }
 
  private:
@@ -169,16 +173,16 @@ class Evaluator {
       lastIteration_ = iteration;
     }
     bool inside = true;
-    for (std::size_t i = 0; i < x_.size(); ++i) {
+    const std::size_t n = x_.size();
+    double* place = x_.data();
+    const double *lowerEdge = c_.lowerEdge.data(), *upperEdge = c_.upperEdge.data();
+    for (std::size_t i = 0; i < n; ++i) {
       double v = x[i];
-      if (v < c_.lower[i]) {
-        if (v >= c_.lower[i] - c_.roundOff[i]) v = c_.lower[i];
-        else inside = false;
-      } else if (v > c_.upper[i]) {
-        if (v <= c_.upper[i] + c_.roundOff[i]) v = c_.upper[i];
-        else inside = false;
+      if (!(v > lowerEdge[i] && v < upperEdge[i])) {
+        v = snapped(v, i);
+        inside &= v >= c_.lower[i] && v <= c_.upper[i];
       }
-      x_[i] = v;
+      place[i] = v;
     }
     if (!o_.keepInside) measure(inside);
     else if (inside) measureInside();
@@ -188,11 +192,20 @@ class Evaluator {
     std::copy_n(f_.data() + 1 + c_.equalities, c_.inequalities, ineq);
   }
 
+  /// What is on a bound up to rounding is on it.
+  double snapped(double v, std::size_t i) const {
+    if (std::abs(v - c_.lower[i]) <= c_.roundOff[i]) return c_.lower[i];
+    if (std::abs(v - c_.upper[i]) <= c_.roundOff[i]) return c_.upper[i];
+    return v;
+  }
+
   // ---- one evaluation ------------------------------------------------------------------------
   /// Calls the host at x_, and fills point_ and f_.
   void measure(bool inside) {
     keepLimits();
-    for (std::size_t i = 0; i < x_.size(); ++i) point_.x[c_.free[i]] = x_[i];
+    if (x_.size() == point_.x.size()) std::copy(x_.begin(), x_.end(), point_.x.begin());
+    else
+      for (std::size_t i = 0; i < x_.size(); ++i) point_.x[c_.free[i]] = x_[i];
     std::fill(point_.values.begin(), point_.values.end(),
               std::numeric_limits<double>::quiet_NaN());
     point_.evaluation = ++count_;
@@ -212,17 +225,21 @@ class Evaluator {
 
   /// Core values, and the violation: not a number when a value is not finite.
   void toCore() {
-    double violation = 0, finite = 0;
-    for (std::size_t r = 0; r < f_.size(); ++r) {
-      const CoreProblem::Row& row = c_.rows[r];
-      const double v = row.sign * (point_.values[row.function] - row.limit) / row.scale;
-      f_[r] = v;
-      finite += v - v;
-      if (r == 0) continue;
-      const double size = r <= static_cast<std::size_t>(c_.equalities) ? std::abs(v) : v;
-      violation = std::max(violation, size);
-    }
-    point_.violation = violation + finite;
+    const CoreProblem::Row* rows = c_.rows.data();
+    const double* values = point_.values.data();
+    double* f = f_.data();
+    const std::size_t count = f_.size();
+    for (std::size_t r = 0; r < count; ++r) f[r] = rows[r].of(values[rows[r].function]);
+    bool finite = true;
+    for (std::size_t r = 0; r < count; ++r)
+      finite &= std::abs(f[r]) <= std::numeric_limits<double>::max();
+    const std::size_t firstInequality = 1 + static_cast<std::size_t>(c_.equalities);
+    double violation = 0;
+    for (std::size_t r = 1; r < firstInequality; ++r)
+      if (std::abs(f[r]) > violation) violation = std::abs(f[r]);
+    for (std::size_t r = firstInequality; r < count; ++r)
+      if (f[r] > violation) violation = f[r];
+    point_.violation = finite ? violation : std::numeric_limits<double>::quiet_NaN();
   }
 
   void noteNotFinite() {
@@ -243,7 +260,7 @@ class Evaluator {
       best_ = point_;
     }
     bestObjective_ = f_[0];
-    if (feasibleNow && o_.target && f_[0] <= c_.rows[0].sign * *o_.target / c_.rows[0].scale)
+    if (feasibleNow && o_.target && f_[0] <= c_.rows[0].of(*o_.target))
       throw EndSolve{Reason::targetReached};
   }
 

@@ -57,7 +57,7 @@ struct Options {
 
   /// Violation at which a constraint still counts as satisfied, relative to its scale; also the
   /// decrease of the objective, relative to its scale, that is not worth another iteration.
-  double tolerance = 1e-4;
+  double tolerance = 1e-5;
   Differences differences = Differences::forward;
   /// Step of the differences, in units of half the distance between a variable's bounds.
   double differenceStep = 1e-4;
@@ -70,13 +70,15 @@ struct Options {
   /// Start in place of the declared one; empty: the declared one.
   std::vector<double> start;
 
-  int maxIterations = 200;                                ///< of every stage
-  std::optional<std::int64_t> maxEvaluations;             ///< of the whole solve
-  std::optional<std::chrono::duration<double>> maxTime;   ///< wall clock, without waiting
-  std::optional<double> target;                           ///< ends at a feasible objective this good
-  std::optional<Stop> stop;                               ///< ends as soon as it is requested
-  std::function<void(Progress&)> onIteration;             ///< watches, and may stop
-  std::function<void(const StageStart&)> onStage;         ///< before every stage
+  // Limits of the whole solve, kept exactly: the next evaluation is not begun. What was reached is
+  // kept, and the reason named in the result.
+  int maxIterations = 200;                               ///< of every stage
+  std::optional<std::int64_t> maxEvaluations;            ///< calls of the callable
+  std::optional<std::chrono::duration<double>> maxTime;  ///< wall clock from the solve's turn on
+  std::optional<double> target;                          ///< a feasible objective as good as this
+  std::optional<Stop> stop;                              ///< from anywhere
+  std::function<void(Progress&)> onIteration;            ///< watches, and may stop
+  std::function<void(const StageStart&)> onStage;        ///< is told of every stage
 
   /// Multipliers and sensitivities at the end: one gradient pass, an evaluation per variable.
   bool report = true;

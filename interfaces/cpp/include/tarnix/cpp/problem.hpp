@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -164,9 +165,10 @@ class Problem {
   /// A variable with its start and bounds. Equal bounds fix it: the methods never see it then.
   Variable variable(std::string name, double start, double lower = missing,
                     double upper = missing) {
-    const std::size_t index = d_.variables.size();
-    d_.variableIndex.emplace(name, index);
-    d_.variables.push_back({std::move(name), start, lower, upper});
+    Description& d = edit();
+    const std::size_t index = d.variables.size();
+    d.variableIndex.emplace(name, index);
+    d.variables.push_back({std::move(name), start, lower, upper});
     return {index};
   }
   /// Variables prefix[0], prefix[1], ... Throws InvalidProblem when the sizes disagree.
@@ -203,7 +205,7 @@ class Problem {
     return constraint(std::move(name), Relation::equal, value, value, scale);
   }
 
-  const Description& description() const { return d_; }
+  const Description& description() const { return *d_; }
 
   /// Every fault that solve() would refuse, in order of declaration; empty for a sound problem.
   std::vector<Issue> check(const Options& options) const;
@@ -220,22 +222,29 @@ class Problem {
   static constexpr double infinite = std::numeric_limits<double>::infinity();
 
   Function objective(std::string& name, bool maximized, double scale) {
-    if (d_.hasObjective) d_.functionIndex.erase(d_.functions[0].name);
-    d_.functionIndex.emplace(name, 0);
-    d_.functions[0] = {std::move(name), Relation::atMost, -infinite, infinite, scale};
-    d_.hasObjective = true;
-    d_.maximized = maximized;
+    Description& d = edit();
+    if (d.hasObjective) d.functionIndex.erase(d.functions[0].name);
+    d.functionIndex.emplace(name, 0);
+    d.functions[0] = {std::move(name), Relation::atMost, -infinite, infinite, scale};
+    d.hasObjective = true;
+    d.maximized = maximized;
     return {0};
   }
   Function constraint(std::string name, Relation relation, double lower, double upper,
                       double scale) {
-    const std::size_t index = d_.functions.size();
-    d_.functionIndex.emplace(name, index);
-    d_.functions.push_back({std::move(name), relation, lower, upper, scale});
+    Description& d = edit();
+    const std::size_t index = d.functions.size();
+    d.functionIndex.emplace(name, index);
+    d.functions.push_back({std::move(name), relation, lower, upper, scale});
     return {index};
   }
+  /// Results share the description: it is copied when one of them still needs the present one.
+  Description& edit() {
+    if (d_.use_count() > 1) d_ = std::make_shared<Description>(*d_);
+    return *d_;
+  }
 
-  Description d_;
+  std::shared_ptr<Description> d_ = std::make_shared<Description>();
 };
 
 }  // namespace tarnix

@@ -42,12 +42,12 @@ class ReportPass {
  private:
   std::size_t n() const { return c_.free.size(); }
   double half(std::size_t i) const { return 0.5 * (c_.upper[i] - c_.lower[i]); }
-  double objectiveUnit() const { return c_.rows[0].sign * c_.rows[0].scale; }
+  /// Change of the host's objective per unit of the core's.
+  double objectiveUnit() const { return 1 / c_.rows[0].factor; }
 
   std::vector<double> coreValuesOf(const Design& design) const {
     std::vector<double> f;
-    for (const CoreProblem::Row& row : c_.rows)
-      f.push_back(row.sign * (design.values[row.function] - row.limit) / row.scale);
+    for (const CoreProblem::Row& row : c_.rows) f.push_back(row.of(design.values[row.function]));
     return f;
   }
 
@@ -124,10 +124,10 @@ class ReportPass {
     const auto& f = d_.functions[row.function];
     using Kind = ActiveLimit::Kind;
     const Kind kind = f.relation == Relation::equal ? Kind::equality
-                      : row.sign > 0                ? Kind::upperLimit
+                      : row.factor > 0              ? Kind::upperLimit
                                                     : Kind::lowerLimit;
-    const double multiplier = -objectiveUnit() * lambda * row.sign / row.scale;
-    const double size = row.limit != 0 ? std::abs(row.limit) : row.scale;
+    const double multiplier = -objectiveUnit() * lambda * row.factor;
+    const double size = row.limit != 0 ? std::abs(row.limit) : f.scale;
     report_.active.push_back({f.name, kind, row.limit, multiplier, multiplier * 0.01 * size});
   }
 

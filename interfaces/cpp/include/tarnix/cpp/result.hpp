@@ -66,11 +66,14 @@ struct Report {
 };
 
 struct Result {
-  bool success = false;   ///< true values finite, in the box, violation within tolerance, and finished
-  bool feasible = false;  ///< the first three of these
+  /// The point is feasible, and a method came to its own end there, or the target was reached.
+  bool success = false;
+  /// Judged by the callable's values, whatever a method says: all are finite, the point lies in the
+  /// box, and no constraint is violated by more than the tolerance.
+  bool feasible = false;
   Reason reason = Reason::finished;
   Method method = Method::sqp;  ///< of the stage that gave the point
-  std::int32_t status = 0;      ///< of that stage
+  std::int32_t status = 0;      ///< of that stage; 0 when a limit or a stop ended it
   std::string meaning;          ///< of that status, in words
   std::string advice;           ///< what happened and what to try, one paragraph
 

@@ -1,5 +1,5 @@
 #pragma once
-// Validation, the stages of a solve, and the judgement of its end.
+// The stages of a solve, and the judgement of its end.
 
 #include <tarnix/routines.h>
 
@@ -8,177 +8,20 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "advice.hpp"
 #include "evaluator.hpp"
 #include "options.hpp"
 #include "problem.hpp"
 #include "report.hpp"
 #include "result.hpp"
 #include "text.hpp"
+#include "validation.hpp"
 
 namespace tarnix::detail {
-
-// ---- work storage ------------------------------------------------------------------------------
-
-struct StorageNeed {
-  std::int64_t doubles, integers;
-};
-
-/// At most what a solve takes. GRG's basis has one row per binding constraint.
-inline StorageNeed storageNeed(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
-  const std::int64_t M = m1 + m2, nfun = 1 + M;
-  const std::int64_t subproblem = 2 * n * n + 5 * n + 2 * m1 + m2;
-  if (method == Method::sqp) {
-    const std::int64_t L = M + 2 * n;
-    return {1 + 3 * L + n * nfun + M + n * n + 14 * n + std::max(1 + 2 * nfun, subproblem),
-            1 + L + nfun + n};
-  }
-  const std::int64_t active = std::min(n, m2), rows = m1 + active + 1, room = rows + 3;
-  const std::int64_t search = 12 * n + 3 * nfun + 2 * rows * rows + 2 * room * room + 2 * room + 4;
-  const std::int64_t fixed = n * n + 8 * n + 1 + n * nfun + 1;
-  return {fixed + std::max({2 * nfun + 2, subproblem + M + 2 * n + 1, search}),
-          2 * M + active + nfun + n + 4 * n + nfun + active + 6 + room};
-}
-
-inline bool fits(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
-  if (method == Method::automatic)
-    return fits(Method::sqp, n, m1, m2) && fits(Method::grg, n, m1, m2);
-  const StorageNeed need = storageNeed(method, n, m1, m2);
-  return need.doubles <= VRK_DBL_STORAGE_LIMIT && need.integers <= VRK_INT_STORAGE_LIMIT;
-}
-
-/// Largest count for which test(count) holds, test(0) being true.
-template <class Test>
-std::int64_t largest(Test test) {
-  std::int64_t yes = 0, no = VRK_DBL_STORAGE_LIMIT;
-  while (no - yes > 1) {
-    const std::int64_t middle = yes + (no - yes) / 2;
-    (test(middle) ? yes : no) = middle;
-  }
-  return yes;
-}
-
-// ---- validation --------------------------------------------------------------------------------
-
-class Validation {
- public:
-  Validation(const Description& description, const Options& options)
-      : d_(description), o_(options) {}
-
-  std::vector<Issue> run() {
-    checkVariables();
-    checkFunctions();
-    checkNames();
-    checkOptions();
-    if (issues_.empty()) checkStorage();
-    return std::move(issues_);
-  }
-
- private:
-  void add(const std::string& name, const std::string& message) {
-    issues_.push_back({name, message});
-  }
-
-  void checkVariables() {
-    std::size_t free = 0;
-    const bool replaced = !o_.start.empty();
-    if (replaced && o_.start.size() != d_.variables.size())
-      add("start", "option 'start' has " + std::to_string(o_.start.size()) +
-                       " values, the problem has " + std::to_string(d_.variables.size()) +
-                       " variables");
-    for (std::size_t i = 0; i < d_.variables.size(); ++i) {
-      const auto& v = d_.variables[i];
-      const std::string who = "variable '" + v.name + "'";
-      const double start = replaced && i < o_.start.size() ? o_.start[i] : v.start;
-      if (!std::isfinite(v.lower) || !std::isfinite(v.upper))
-        add(v.name, who + " needs a finite " + (std::isfinite(v.lower) ? "upper" : "lower") +
-                        " bound");
-      else if (v.lower > v.upper)
-        add(v.name, who + " has crossed bounds: lower " + number(v.lower) + ", upper " +
-                        number(v.upper));
-      else if (!std::isfinite(v.upper - v.lower))
-        add(v.name, who + " has bounds that are too far apart");
-      if (!std::isfinite(start))
-        add(v.name, who + " has a start that is not finite");
-      else if (!o_.moveStartInside && (start < v.lower || start > v.upper))
-        add(v.name, who + " starts at " + number(start) + ", outside its bounds " +
-                        number(v.lower) + " .. " + number(v.upper));
-      if (v.lower != v.upper) ++free;
-    }
-    if (d_.variables.empty()) add("", "the problem has no variables");
-    if (free > VRK_MAX_VARIABLES)
-      add("", "the problem has " + std::to_string(free) + " free variables, at most " +
-                  std::to_string(VRK_MAX_VARIABLES) + " are possible");
-  }
-
-  void checkFunctions() {
-    if (!d_.hasObjective) add("", "the problem has no objective: call minimize or maximize");
-    for (std::size_t j = 0; j < d_.functions.size(); ++j) {
-      const auto& f = d_.functions[j];
-      const std::string who = (j == 0 ? "objective '" : "constraint '") + f.name + "'";
-      if (!(f.scale > 0) || !std::isfinite(f.scale))
-        add(f.name, who + " needs a finite positive scale, not " + number(f.scale));
-      if (j == 0) continue;
-      const bool needsLower = f.relation != Relation::atMost;
-      const bool needsUpper = f.relation != Relation::atLeast;
-      if ((needsLower && !std::isfinite(f.lower)) || (needsUpper && !std::isfinite(f.upper)))
-        add(f.name, who + " needs finite limits");
-      else if (f.lower > f.upper)
-        add(f.name, who + " has crossed limits: lower " + number(f.lower) + ", upper " +
-                        number(f.upper));
-    }
-  }
-
-  void checkNames() {
-    std::set<std::string> seen;
-    const auto check = [&](const char* kind, const std::string& name) {
-      if (name.empty()) add(name, std::string("a ") + kind + " has no name");
-      else if (!seen.insert(name).second) add(name, "the name '" + name + "' is used twice");
-    };
-    for (const auto& v : d_.variables) check("variable", v.name);
-    for (std::size_t j = d_.hasObjective ? 0 : 1; j < d_.functions.size(); ++j)
-      check(j == 0 ? "objective" : "constraint", d_.functions[j].name);
-  }
-
-  void checkOptions() {
-    const auto check = [&](const char* option, bool sound, const char* demand) {
-      if (!sound) add(option, std::string("option '") + option + "' has to be " + demand);
-    };
-    check("tolerance", std::isfinite(o_.tolerance) && o_.tolerance > 0, "finite and positive");
-    check("differenceStep", o_.differenceStep > 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
-    check("maxIterations", o_.maxIterations >= 1, "at least 1");
-    check("maxEvaluations", !o_.maxEvaluations || *o_.maxEvaluations >= 1, "at least 1");
-    check("maxTime", !o_.maxTime || o_.maxTime->count() > 0, "positive");
-    check("target", !o_.target || std::isfinite(*o_.target), "finite");
-  }
-
-  void checkStorage() {
-    const CoreProblem core(d_);
-    const std::int64_t n = core.n(), m1 = core.equalities, m2 = core.inequalities;
-    if (fits(o_.method, n, m1, m2)) return;
-    const auto fit = [&](std::int64_t equalities, std::int64_t inequalities) {
-      return fits(o_.method, n, equalities, inequalities);
-    };
-    const std::string have = std::to_string(m1) + " equalities and " + std::to_string(m2) +
-                             " inequalities (a range counts as two) are too many for the work "
-                             "storage: with " + std::to_string(n) + " free variables ";
-    if (fit(m1, 0))
-      add("", have + "and these equalities, " +
-                  std::to_string(largest([&](std::int64_t k) { return fit(m1, k); })) +
-                  " inequalities fit");
-    else
-      add("", have + std::to_string(largest([&](std::int64_t k) { return fit(k, 0); })) +
-                  " equalities fit");
-  }
-
-  const Description& d_;
-  const Options& o_;
-  std::vector<Issue> issues_;
-};
 
 // ---- one solve at a time -----------------------------------------------------------------------
 
@@ -210,8 +53,9 @@ class LibraryGuard {
 
 class Solver {
  public:
-  Solver(const Description& description, const Analysis& analysis, const Options& options)
-      : description_(std::make_shared<const Description>(description)),
+  Solver(std::shared_ptr<const Description> description, const Analysis& analysis,
+         const Options& options)
+      : description_(std::move(description)),
         d_(*description_),
         o_(options),
         core_(d_),
@@ -280,7 +124,7 @@ class Solver {
     } catch (const EndSolve& end) {
       stage.reason = end.reason;
       stage.status = 0;
-      stage.meaning = std::string("ended by the layer: ") + name(end.reason);
+      stage.meaning = std::string("ended early: ") + name(end.reason);
       stage.end = bestSoFar(stage.settings.x);
       goOn = false;
     }
@@ -311,17 +155,45 @@ class Solver {
     return a.violation < b.violation || std::isnan(b.violation);
   }
 
+  /// SQP first, then by turns GRG and SQP from the best point with central differences, ever
+  /// smaller steps and tolerances. Ends with a stage that converged, with two in a row that gained
+  /// nothing, and with one that gained nothing on a point that was sound already.
   void runAutomatic() {
     StageStart next{1, Method::sqp, o_.differences, o_.differenceStep, o_.tolerance, start()};
-    constexpr int most = 4;
+    constexpr int mostStages = 6;
+    constexpr double smallestStep = 1e-6;
+    std::optional<Design> reached;
+    int idle = 0;
     while (runStage(next)) {
       const Stage& stage = result_.stages.back();
-      if (proper(stage) || next.stage == most) return;
+      if (proper(stage) && converged(stage)) return;
+      const bool gained = !reached || gain(stage.end, *reached);
+      idle = gained ? 0 : idle + 1;
+      if (next.stage == mostStages || idle == 2) return;
+      if (idle == 1 && proper(stage)) return;
+      if (!reached || better(stage.end, *reached)) reached = stage.end;
+      ++next.stage;
       next.method = next.method == Method::sqp ? Method::grg : Method::sqp;
       next.differences = Differences::central;
-      ++next.stage;
+      if (next.differenceStep > smallestStep)
+        next.differenceStep = std::max(next.differenceStep / 10, smallestStep);
+      if (next.stage > 2) next.tolerance /= 10;
       next.x = bestSoFar(next.x).x;
     }
+  }
+
+  /// An end that is an optimum as far as the method can tell, not one of a standstill.
+  static bool converged(const Stage& stage) {
+    constexpr std::int32_t sqp = VRK_SQP_CONVERGED, grg = VRK_GRG_CONVERGED;
+    return stage.status == (stage.settings.method == Method::sqp ? sqp : grg);
+  }
+
+  /// Whether a is better than b by more than the tolerance.
+  bool gain(const Design& a, const Design& b) const {
+    if (!better(a, b)) return false;
+    if (!evaluator_.feasible(b)) return true;
+    const double f = evaluator_.coreObjective(b);
+    return f - evaluator_.coreObjective(a) > o_.tolerance * std::max(1.0, std::abs(f));
   }
 
   /// Every variable is fixed: the one point is the answer.
@@ -350,43 +222,33 @@ class Solver {
     result_.method = chosen->settings.method;
     result_.status = chosen->status;
     result_.meaning = chosen->meaning;
-    result_.reason = result_.stages.back().reason;
-    if (proper(*chosen)) result_.reason = chosen->reason;
+    const Reason last = result_.stages.back().reason;
+    result_.reason = cutShort(last) ? last : chosen->reason;
     result_.feasible = evaluator_.feasible(result_.point);
-    result_.success = proper(*chosen);
+    // The point is at least as good as any of the stages' ends.
+    result_.success = result_.feasible && std::any_of(result_.stages.begin(), result_.stages.end(),
+                                                      [&](const Stage& s) { return proper(s); });
     if (evaluator_.best() && evaluator_.feasible(*evaluator_.best()))
       result_.best = evaluator_.best();
     if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
-    result_.advice = advice();
     result_.evaluations = evaluator_.evaluations();
     result_.seconds = evaluator_.seconds();
+    result_.advice = Advice(result_, o_, evaluator_).text();
     return std::move(result_);
   }
 
+  static bool cutShort(Reason reason) {
+    return reason == Reason::evaluationLimit || reason == Reason::timeLimit ||
+           reason == Reason::stopped || reason == Reason::targetReached;
+  }
+
   void makeReport() {
-    if (result_.reason != Reason::finished && result_.reason != Reason::noFeasiblePoint &&
-        result_.reason != Reason::breakdown && result_.reason != Reason::iterationLimit)
-      return;
+    if (cutShort(result_.reason)) return;
     try {
       result_.report = ReportPass(d_, core_, o_, evaluator_).at(result_.point);
     } catch (const EndSolve&) {
       // The limits leave no evaluations for it.
     }
-  }
-
-  std::string advice() const {
-    std::string text;
-    if (const auto& first = evaluator_.firstNotFinite())
-      text += "'" + first->name + "' was not finite, or not set, in evaluation " +
-              std::to_string(first->evaluation) + " for the first time (in " +
-              std::to_string(evaluator_.notFiniteCount()) + " of " +
-              std::to_string(evaluator_.evaluations()) + " evaluations). ";
-    const std::string worst = worstConstraint(d_, result_.point);
-    if (result_.success) return text + "The point satisfies everything within the tolerance.";
-    if (!result_.feasible && !worst.empty())
-      text += "The constraint violated most is " + worst + ". ";
-    text += "Ended because: " + std::string(name(result_.reason)) + ".";
-    return text;
   }
 
   const std::shared_ptr<const Description> description_;
@@ -402,7 +264,7 @@ class Solver {
 namespace tarnix {
 
 inline std::vector<Issue> Problem::check(const Options& options) const {
-  return detail::Validation(d_, options).run();
+  return detail::Validation(*d_, options).run();
 }
 inline std::vector<Issue> Problem::check() const { return check(Options{}); }
 

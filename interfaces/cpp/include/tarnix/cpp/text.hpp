@@ -1,5 +1,5 @@
 #pragma once
-// The words of a result: meanings of the statuses, explanation and advice, the summary.
+// The words of a result: names, meanings of the statuses, the summary.
 
 #include <tarnix/tarnix.h>
 
@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <string>
 
-#include "evaluator.hpp"
 #include "result.hpp"
 
 namespace tarnix {
@@ -112,23 +111,20 @@ inline std::string padded(std::string text, std::size_t width) {
   return text;
 }
 
-/// "stress = 512.3 is above 500", of the constraint that is violated most.
-inline std::string worstConstraint(const Description& d, const Design& design) {
-  std::size_t worst = 0;
-  double most = 0;
-  for (std::size_t j = 1; j < d.functions.size(); ++j) {
-    const auto& f = d.functions[j];
-    const double v = design.values[j];
-    const double size = std::max(v - f.upper, f.lower - v) / f.scale;
-    if (size > most) worst = j, most = size;
+inline std::string boundsText(const Description::VariableData& v, double x) {
+  if (v.lower == v.upper) return "fixed";
+  return "in " + number(v.lower) + " .. " + number(v.upper) +
+         (x == v.lower ? ", at its lower bound" : x == v.upper ? ", at its upper bound" : "");
+}
+
+inline std::string limitText(const Description::FunctionData& f) {
+  switch (f.relation) {
+    case Relation::atMost: return "<= " + number(f.upper);
+    case Relation::atLeast: return ">= " + number(f.lower);
+    case Relation::between: return "in " + number(f.lower) + " .. " + number(f.upper);
+    case Relation::equal: break;
   }
-  if (worst == 0) return "";
-  const auto& f = d.functions[worst];
-  const double v = design.values[worst];
-  const bool above = v > f.upper;
-  const std::string limit = number(above ? f.upper : f.lower);
-  return "'" + f.name + "' = " + number(v) +
-         (f.relation == Relation::equal ? " instead of " : above ? " above " : " below ") + limit;
+  return "= " + number(f.upper);
 }
 
 }  // namespace detail
@@ -137,47 +133,40 @@ inline std::string Result::summary() const {
   using detail::number;
   using detail::padded;
   const Description& d = *description;
-  std::string text = success ? "success: " : feasible ? "feasible, but no success: " : "no success: ";
-  text += std::string(name(reason)) + ", " + name(method) + ": " + meaning + "\n";
-  text += std::to_string(evaluations) + " evaluations, " + std::to_string(iterations) +
-          " iterations, " + number(seconds, 3) + " s, largest violation " +
-          number(point.violation, 2) + "\n";
   std::size_t width = 8;
   for (const auto& v : d.variables) width = std::max(width, v.name.size());
   for (const auto& f : d.functions) width = std::max(width, f.name.size());
-  const auto line = [&](const std::string& label, double value, const std::string& rest) {
-    text += "  " + padded(label, width + 2) + (rest.empty() ? number(value) : padded(number(value), 14) + rest) + "\n";
+  const auto line = [width](const std::string& label, double value, const std::string& rest) {
+    return "  " + padded(label, width + 2) + padded(number(value), rest.empty() ? 0 : 14) + rest +
+           "\n";
   };
+
+  std::string text = success ? "success: " : feasible ? "feasible, no success: " : "no success: ";
+  text += std::string(name(reason)) + "; " + name(method) + ": " + meaning + "\n" + advice + "\n";
+  text += std::to_string(evaluations) + " evaluations, " + std::to_string(iterations) +
+          " iterations\n";
+  if (stages.size() > 1)
+    for (const Stage& s : stages)
+      text += line(std::to_string(s.settings.stage) + " " + name(s.settings.method),
+                   s.end.values[0],
+                   "violation " + number(s.end.violation, 2) + ", " +
+                       std::to_string(s.evaluations) + " evaluations: " + s.meaning);
   text += d.maximized ? "maximized\n" : "minimized\n";
-  line(d.functions[0].name, point.values[0], "");
+  text += line(d.functions[0].name, point.values[0], "");
   text += "variables\n";
-  for (std::size_t i = 0; i < d.variables.size(); ++i) {
-    const auto& v = d.variables[i];
-    const double x = point.x[i];
-    std::string rest = v.lower == v.upper ? "fixed"
-                                          : "in " + number(v.lower) + " .. " + number(v.upper);
-    if (v.lower != v.upper && x == v.lower) rest += ", at its lower bound";
-    if (v.lower != v.upper && x == v.upper) rest += ", at its upper bound";
-    line(v.name, x, rest);
-  }
+  for (std::size_t i = 0; i < d.variables.size(); ++i)
+    text += line(d.variables[i].name, point.x[i], detail::boundsText(d.variables[i], point.x[i]));
   if (d.functions.size() > 1) text += "constraints\n";
   for (std::size_t j = 1; j < d.functions.size(); ++j) {
-    const auto& f = d.functions[j];
-    std::string rest;
-    switch (f.relation) {
-      case Relation::atMost: rest = "<= " + number(f.upper); break;
-      case Relation::atLeast: rest = ">= " + number(f.lower); break;
-      case Relation::between: rest = "in " + number(f.lower) + " .. " + number(f.upper); break;
-      case Relation::equal: rest = "= " + number(f.upper); break;
-    }
+    std::string rest = detail::limitText(d.functions[j]);
     if (report)
       for (const ActiveLimit& a : report->active)
-        if (a.name == f.name && a.multiplier != 0)
-          rest += ", one percent more: " + d.functions[0].name + " " +
-                  (a.perPercent > 0 ? "+" : "") + number(a.perPercent, 3);
-    line(f.name, point.values[j], rest);
+        if (a.name == d.functions[j].name && a.multiplier != 0)
+          rest += ", 1 % more: " + d.functions[0].name + (a.perPercent > 0 ? " +" : " ") +
+                  number(a.perPercent, 3);
+    text += line(d.functions[j].name, point.values[j], rest);
   }
-  return text + advice + "\n";
+  return text;
 }
 
 }  // namespace tarnix

@@ -1,0 +1,180 @@
+#pragma once
+// Everything that is wrong with a problem or its options, found before anything runs.
+
+#include <tarnix/routines.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+#include "evaluator.hpp"
+#include "options.hpp"
+#include "problem.hpp"
+#include "text.hpp"
+
+namespace tarnix::detail {
+
+// ---- work storage ------------------------------------------------------------------------------
+
+struct StorageNeed {
+  std::int64_t doubles, integers;
+};
+
+/// What a solve takes at most, as tarnix.h states it with each call.
+inline StorageNeed storageNeed(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
+  const std::int64_t M = m1 + m2, nfun = 1 + M;
+  if (method == Method::sqp) {
+    const std::int64_t L = M + 2 * n;
+    return {1 + 3 * L + n * nfun + M + n * n + 14 * n +
+                std::max(1 + 2 * nfun, 2 * n * n + 5 * n + 2 * m1 + m2),
+            1 + L + nfun + n};
+  }
+  const std::int64_t a = std::min(n, m2), k = m1 + a + 1;
+  return {2 + n * n + 8 * n + n * nfun +
+              std::max(2 * n * n + 7 * n + 1 + 3 * m1 + 2 * m2,
+                       14 * n + 3 * nfun + 2 * k * k + 2 * (k + 3) * (k + 3) + 4),
+          3 * m1 + 2 * m2 + 3 * a + 2 * nfun + 4 * n + 10};
+}
+
+inline bool fits(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
+  if (method == Method::automatic)
+    return fits(Method::sqp, n, m1, m2) && fits(Method::grg, n, m1, m2);
+  const StorageNeed need = storageNeed(method, n, m1, m2);
+  return need.doubles <= VRK_DBL_STORAGE_LIMIT && need.integers <= VRK_INT_STORAGE_LIMIT;
+}
+
+/// Largest count for which test(count) holds, test(0) being true.
+template <class Test>
+std::int64_t largest(Test test) {
+  std::int64_t yes = 0, no = VRK_DBL_STORAGE_LIMIT;
+  while (no - yes > 1) {
+    const std::int64_t middle = yes + (no - yes) / 2;
+    (test(middle) ? yes : no) = middle;
+  }
+  return yes;
+}
+
+// ---- validation --------------------------------------------------------------------------------
+
+class Validation {
+ public:
+  Validation(const Description& description, const Options& options)
+      : d_(description), o_(options) {}
+
+  std::vector<Issue> run() {
+    checkVariables();
+    checkFunctions();
+    checkNames();
+    checkOptions();
+    if (issues_.empty()) checkStorage();
+    return std::move(issues_);
+  }
+
+ private:
+  void add(const std::string& name, const std::string& message) {
+    issues_.push_back({name, message});
+  }
+
+  void checkVariables() {
+    std::size_t free = 0;
+    const bool replaced = !o_.start.empty();
+    if (replaced && o_.start.size() != d_.variables.size())
+      add("start", "option 'start' has " + std::to_string(o_.start.size()) +
+                       " values, the problem has " + std::to_string(d_.variables.size()) +
+                       " variables");
+    for (std::size_t i = 0; i < d_.variables.size(); ++i) {
+      const auto& v = d_.variables[i];
+      const std::string who = "variable '" + v.name + "'";
+      const double start = replaced && i < o_.start.size() ? o_.start[i] : v.start;
+      if (!std::isfinite(v.lower) || !std::isfinite(v.upper))
+        add(v.name, who + " needs a finite " + (std::isfinite(v.lower) ? "upper" : "lower") +
+                        " bound");
+      else if (v.lower > v.upper)
+        add(v.name, who + " has crossed bounds: lower " + number(v.lower) + ", upper " +
+                        number(v.upper));
+      else if (!std::isfinite(v.upper - v.lower))
+        add(v.name, who + " has bounds that are too far apart");
+      if (!std::isfinite(start))
+        add(v.name, who + " has a start that is not finite");
+      else if (!o_.moveStartInside && (start < v.lower || start > v.upper))
+        add(v.name, who + " starts at " + number(start) + ", outside its bounds " +
+                        number(v.lower) + " .. " + number(v.upper));
+      if (v.lower != v.upper) ++free;
+    }
+    if (d_.variables.empty()) add("", "the problem has no variables");
+    if (free > VRK_MAX_VARIABLES)
+      add("", "the problem has " + std::to_string(free) + " free variables, at most " +
+                  std::to_string(VRK_MAX_VARIABLES) + " are possible");
+  }
+
+  void checkFunctions() {
+    if (!d_.hasObjective) add("", "the problem has no objective: call minimize or maximize");
+    for (std::size_t j = 0; j < d_.functions.size(); ++j) {
+      const auto& f = d_.functions[j];
+      const std::string who = (j == 0 ? "objective '" : "constraint '") + f.name + "'";
+      if (!(f.scale > 0) || !std::isfinite(f.scale))
+        add(f.name, who + " needs a finite positive scale, not " + number(f.scale));
+      if (j == 0) continue;
+      const bool needsLower = f.relation != Relation::atMost;
+      const bool needsUpper = f.relation != Relation::atLeast;
+      if ((needsLower && !std::isfinite(f.lower)) || (needsUpper && !std::isfinite(f.upper)))
+        add(f.name, who + " needs finite limits");
+      else if (f.lower > f.upper)
+        add(f.name, who + " has crossed limits: lower " + number(f.lower) + ", upper " +
+                        number(f.upper));
+    }
+  }
+
+  void checkNames() {
+    std::unordered_set<std::string_view> seen;
+    const auto check = [&](const char* kind, const std::string& name) {
+      if (name.empty()) add(name, std::string("a ") + kind + " has no name");
+      else if (!seen.insert(name).second) add(name, "the name '" + name + "' is used twice");
+    };
+    for (const auto& v : d_.variables) check("variable", v.name);
+    for (std::size_t j = d_.hasObjective ? 0 : 1; j < d_.functions.size(); ++j)
+      check(j == 0 ? "objective" : "constraint", d_.functions[j].name);
+  }
+
+  void checkOptions() {
+    const auto check = [&](const char* option, bool sound, const char* demand) {
+      if (!sound) add(option, std::string("option '") + option + "' has to be " + demand);
+    };
+    check("tolerance", std::isfinite(o_.tolerance) && o_.tolerance > 0, "finite and positive");
+    check("differenceStep", o_.differenceStep > 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
+    check("maxIterations", o_.maxIterations >= 1, "at least 1");
+    check("maxEvaluations", !o_.maxEvaluations || *o_.maxEvaluations >= 1, "at least 1");
+    check("maxTime", !o_.maxTime || o_.maxTime->count() > 0, "positive");
+    check("target", !o_.target || std::isfinite(*o_.target), "finite");
+  }
+
+  void checkStorage() {
+    const CoreProblem core(d_);
+    const std::int64_t n = core.n(), m1 = core.equalities, m2 = core.inequalities;
+    if (fits(o_.method, n, m1, m2)) return;
+    const auto fit = [&](std::int64_t equalities, std::int64_t inequalities) {
+      return fits(o_.method, n, equalities, inequalities);
+    };
+    const std::string have = std::to_string(m1) + " equalities and " + std::to_string(m2) +
+                             " inequalities (a range counts as two) are too many for the work "
+                             "storage: with " + std::to_string(n) + " free variables ";
+    if (fit(m1, 0))
+      add("", have + "and these equalities, " +
+                  std::to_string(largest([&](std::int64_t k) { return fit(m1, k); })) +
+                  " inequalities fit");
+    else
+      add("", have + std::to_string(largest([&](std::int64_t k) { return fit(k, 0); })) +
+                  " equalities fit");
+  }
+
+  const Description& d_;
+  const Options& o_;
+  std::vector<Issue> issues_;
+};
+
+}  // namespace tarnix::detail

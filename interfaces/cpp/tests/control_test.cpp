@@ -1,0 +1,286 @@
+// Limits, stops, exceptions, threads, and evaluations inside the box.
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cmath>
+#include <cstring>
+#include <tarnix/tarnix.hpp>
+#include <thread>
+#include <vector>
+
+using namespace tarnix;
+
+namespace {
+
+// Rosen and Suzuki's problem: optimum -44 at (0, 1, 2, -1).
+Problem rosenSuzuki() {
+  Problem p;
+  p.variables("x", {0, 0, 0, 0}, {-5, -5, -5, -5}, {5, 5, 5, 5});
+  p.minimize("f");
+  for (const auto& [name, limit] : {std::pair("g1", 8.0), {"g2", 10.0}, {"g3", 5.0}})
+    p.atMost(name, limit);
+  return p;
+}
+
+void evaluate(const Point& x, Values& v) {
+  const double a = x[0], b = x[1], c = x[2], d = x[3];
+  v[0] = a * a + b * b + 2 * c * c + d * d - 5 * a - 5 * b - 21 * c + 7 * d;
+  v[1] = a * a + b * b + c * c + d * d + a - b + c - d;
+  v[2] = a * a + 2 * b * b + c * c + 2 * d * d - a - d;
+  v[3] = 2 * a * a + b * b + c * c + 2 * a - b - d;
+}
+
+Options withMethod(Method method) {
+  Options options;
+  options.method = method;
+  return options;
+}
+
+// Everything a C host may have set or can read.
+std::vector<double> settingsNow() {
+  const VRK_Settings& s = VRK_settings;
+  return {double(s.intStorageCapacity), double(s.dblStorageCapacity), double(s.intStorageUsed),
+          double(s.dblStorageUsed), double(s.diffMethod), double(s.nGradEval),
+          double(s.stopRequest), double(s.nNewton1), double(s.nNewton2), s.grgParam1,
+          s.grgSearchParam1, s.grgSearchParam2, double(s.printLevel), s.maxStepNorm,
+          double(s.errorFlag), double(s.nFunEval), double(s.nIter), s.zeroTol, s.bigValue,
+          s.convTolGrg, s.convTol, s.diffPert};
+}
+
+struct Failure {
+  std::int64_t evaluation;
+};
+
+TEST(Exceptions, ReachTheCallerFromAnyEvaluationAndLeaveTheLibraryReady) {
+  const Problem p = rosenSuzuki();
+  VRK_setDefaults();
+  VRK_set_convTol(0.25);
+  const std::vector<double> before = settingsNow();
+  for (const Method method : {Method::sqp, Method::grg, Method::automatic}) {
+    const Result whole = p.solve(evaluate, withMethod(method));
+    ASSERT_TRUE(whole.success);
+    EXPECT_EQ(settingsNow(), before);
+    for (std::int64_t fatal = 1; fatal <= whole.evaluations; ++fatal) {
+      std::int64_t calls = 0;
+      const auto failing = [&](const Point& x, Values& v) {
+        if (++calls == fatal) throw Failure{fatal};
+        evaluate(x, v);
+      };
+      try {
+        p.solve(failing, withMethod(method));
+        ADD_FAILURE() << "no exception";
+      } catch (const Failure& failure) {
+        EXPECT_EQ(failure.evaluation, fatal);
+      }
+      EXPECT_EQ(settingsNow(), before);
+    }
+    const Result again = p.solve(evaluate, withMethod(method));
+    EXPECT_EQ(again.point.x, whole.point.x);
+    EXPECT_EQ(again.evaluations, whole.evaluations);
+  }
+}
+
+TEST(Limits, EvaluationLimitIsExactAndKeepsTheBestPoint) {
+  const Problem p = rosenSuzuki();
+  for (const Method method : {Method::sqp, Method::grg, Method::automatic}) {
+    for (std::int64_t limit = 1; limit <= 40; ++limit) {
+      Options options = withMethod(method);
+      options.maxEvaluations = limit;
+      std::int64_t calls = 0;
+      double best = 1e300;
+      const Result r = p.solve(
+          [&](const Point& x, Values& v) {
+            ++calls;
+            evaluate(x, v);
+            if (v[1] <= 8 && v[2] <= 10 && v[3] <= 5) best = std::fmin(best, v[0]);
+          },
+          options);
+      EXPECT_LE(r.evaluations, limit);
+      EXPECT_EQ(r.evaluations, calls);
+      ASSERT_TRUE(r.best);
+      EXPECT_LE(r.best->values[0], best);
+      if (r.success) continue;
+      EXPECT_EQ(r.reason, Reason::evaluationLimit);
+      EXPECT_EQ(calls, limit);
+      EXPECT_EQ(r.point.x, r.best->x);
+      EXPECT_NE(r.advice.find("evaluation limit"), std::string::npos);
+    }
+  }
+}
+
+TEST(Limits, TargetTimeAndIterations) {
+  const Problem p = rosenSuzuki();
+  Options options;
+  options.target = -40;
+  const Result reached = p.solve(evaluate, options);
+  EXPECT_EQ(reached.reason, Reason::targetReached);
+  EXPECT_TRUE(reached.success);
+  EXPECT_LE(reached.objective(), -40);
+  EXPECT_EQ(reached.point.evaluation, reached.evaluations);
+
+  options = {};
+  options.maxTime = std::chrono::milliseconds(20);
+  const Result late = p.solve(
+      [](const Point& x, Values& v) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        evaluate(x, v);
+      },
+      options);
+  EXPECT_EQ(late.reason, Reason::timeLimit);
+  EXPECT_FALSE(late.success);
+  EXPECT_GE(late.seconds, 0.02);
+  EXPECT_LE(late.evaluations, 4);
+
+  options = withMethod(Method::sqp);
+  options.maxIterations = 2;
+  const Result early = p.solve(evaluate, options);
+  EXPECT_EQ(early.reason, Reason::iterationLimit);
+  EXPECT_EQ(early.status, VRK_SQP_ITERATION_LIMIT);
+  EXPECT_EQ(early.iterations, 2);
+  EXPECT_FALSE(early.success);
+}
+
+TEST(Control, ProgressIsToldOncePerIterationAndMayStop) {
+  const Problem p = rosenSuzuki();
+  for (const Method method : {Method::sqp, Method::grg}) {
+    Options options = withMethod(method);
+    options.report = false;
+    std::vector<Progress> told;
+    options.onIteration = [&](Progress& progress) { told.push_back(progress); };
+    const Result r = p.solve(evaluate, options);
+    ASSERT_EQ(told.size(), static_cast<std::size_t>(r.iterations));
+    for (std::size_t k = 0; k < told.size(); ++k) {
+      EXPECT_EQ(told[k].iteration, static_cast<int>(k) + 1);
+      EXPECT_EQ(told[k].method, method);
+      EXPECT_LE(told[k].worstViolation, options.tolerance);  // the start is feasible
+      if (k == 0) continue;
+      EXPECT_GT(told[k].evaluations, told[k - 1].evaluations);
+      EXPECT_LE(told[k].bestObjective, told[k - 1].bestObjective);
+    }
+    options.onIteration = [&](Progress& progress) {
+      if (progress.iteration == 2) progress.stop();
+    };
+    const Result stopped = p.solve(evaluate, options);
+    EXPECT_EQ(stopped.reason, Reason::stopped);
+    EXPECT_EQ(stopped.evaluations, told[1].evaluations);
+    EXPECT_EQ(stopped.objective(), told[1].bestObjective);
+  }
+}
+
+TEST(Control, StopFromAnotherThread) {
+  Options options;
+  options.stop.emplace();
+  std::atomic<std::int64_t> calls{0};
+  std::thread other([&, stop = *options.stop] {
+    while (calls < 7) std::this_thread::yield();
+    stop.request();
+  });
+  const Result r = rosenSuzuki().solve(
+      [&](const Point& x, Values& v) {
+        evaluate(x, v);
+        if (++calls == 7)
+          while (!options.stop->requested()) std::this_thread::yield();
+      },
+      options);
+  other.join();
+  EXPECT_EQ(r.reason, Reason::stopped);
+  EXPECT_EQ(r.evaluations, 7);
+  EXPECT_TRUE(r.feasible);
+}
+
+TEST(Threads, SolvesTakeTurnsAndNestedOnesAreRefused) {
+  const Problem p = rosenSuzuki();
+  const Result alone = p.solve(evaluate);
+  std::atomic<int> inside{0};
+  int overlaps = 0;
+  const auto watched = [&](const Point& x, Values& v) {
+    if (++inside != 1) ++overlaps;
+    evaluate(x, v);
+    std::this_thread::yield();
+    --inside;
+  };
+  std::vector<std::vector<double>> found(4);
+  std::vector<std::thread> threads;
+  for (auto& x : found) threads.emplace_back([&] {
+    for (int i = 0; i < 20; ++i) x = p.solve(watched).point.x;
+  });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(overlaps, 0);
+  for (const auto& x : found) EXPECT_EQ(x, alone.point.x);
+
+  int refused = 0;
+  const Result outer = p.solve([&](const Point& x, Values& v) {
+    try {
+      p.solve(evaluate);
+    } catch (const NestedSolve&) {
+      ++refused;
+    }
+    evaluate(x, v);
+  });
+  EXPECT_EQ(refused, outer.evaluations);
+  EXPECT_EQ(outer.point.x, alone.point.x);
+}
+
+// ---- inside the box ----------------------------------------------------------------------------
+
+TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
+  // Asked as the core asks at (1, 0), both at a bound: exp x + (y + 1)^3, slopes e and 3.
+  Problem p;
+  p.variable("x", 1, 0, 1);
+  p.variable("y", 0, 0, 1);
+  p.minimize("f");
+  Options options;
+  options.keepInside = true;
+  const Analysis analysis = [](const Point& x, Values& v) {
+    for (const double xi : x) EXPECT_TRUE(xi >= 0 && xi <= 1) << xi;
+    v[0] = std::exp(x[0]) + std::pow(x[1] + 1, 3);
+  };
+  const detail::CoreProblem core(p.description());
+  for (const Differences differences : {Differences::forward, Differences::central}) {
+    detail::Evaluator evaluator(p.description(), core, analysis, options);
+    const StageStart stage{1, Method::sqp, differences, options.differenceStep, 1e-5, {}};
+    evaluator.beginStage(stage);
+    const auto ask = [&](double x, double y) {
+      double point[] = {x, y}, f = 0;
+      detail::Evaluator::callback(&evaluator, point, &f, nullptr, nullptr);
+      return f;
+    };
+    const bool central = differences == Differences::central;
+    const double h = 0.5e-4, f0 = ask(1, 0), fx = ask(1 + h, 0);
+    const double bx = central ? ask(1 - h, 0) : f0;
+    const double fy = ask(1, h), by = central ? ask(1, -h) : f0;
+    const double width = central ? 2 * h : h, error = central ? 1e-7 : 2e-4;
+    EXPECT_NEAR((fx - bx) / width, std::exp(1.0), error);
+    EXPECT_NEAR((fy - by) / width, 3, error);
+    EXPECT_EQ(evaluator.evaluations(), central ? 5 : 3);
+  }
+}
+
+TEST(KeepInside, SolvesProblemsThatExistInsideTheBoxOnly) {
+  // log defined inside only; the optimum (1, 0) is in a corner.
+  Problem p;
+  p.variable("x", 0.5, 0, 1);
+  p.variable("y", 0.5, 0, 1);
+  p.minimize("f");
+  p.atMost("g", 3);
+  for (const Method method : {Method::sqp, Method::grg, Method::automatic})
+    for (const bool inside : {true, false}) {
+      Options options = withMethod(method);
+      options.keepInside = inside;
+      const Result r = p.solve(
+          [](const Point& x, Values& v) {
+            v[0] = std::pow(x[0] - 2, 2) + std::pow(x[1] + 2, 2);
+            v[1] = x[0] < 0 || x[0] > 1 || x[1] < 0 || x[1] > 1 ? NAN : x[0] + x[1];
+          },
+          options);
+      if (inside) {
+        EXPECT_TRUE(r.success) << r.summary();
+        EXPECT_EQ(r.point.x, (std::vector<double>{1, 0}));
+      } else {
+        EXPECT_NE(r.advice.find("set keepInside"), std::string::npos) << r.advice;
+      }
+    }
+}
+
+}  // namespace
