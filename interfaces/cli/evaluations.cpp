@@ -19,6 +19,13 @@ double violation(const Problem& problem, std::span<const double> values) {
   return largest;
 }
 
+bool betterDesign(const Problem& problem, const BestDesign& a, const BestDesign& b) {
+  const double tolerance = problem.options.tolerance;
+  if ((a.violation <= tolerance) != (b.violation <= tolerance)) return a.violation <= tolerance;
+  if (a.violation > tolerance) return a.violation < b.violation;
+  return problem.objective.maximize ? a.values[0] > b.values[0] : a.values[0] < b.values[0];
+}
+
 Evaluations::Evaluations(const Problem& p, Model& m, Simulator* s, History* h, int parallel)
     : problem(p), model(m), simulator(s), history(h), jobs(parallel), prediction(p) {
   if (history) replay();
@@ -204,13 +211,7 @@ void Evaluations::noteBest(const Record& record) {
   }
   const BestDesign design{record.x, record.values, violation(problem, record.values)};
   if (std::isnan(design.violation)) return;
-  const auto better = [this](const BestDesign& a, const BestDesign& b) {
-    const double tolerance = problem.options.tolerance;
-    if ((a.violation <= tolerance) != (b.violation <= tolerance)) return a.violation <= tolerance;
-    if (a.violation > tolerance) return a.violation < b.violation;
-    return problem.objective.maximize ? a.values[0] > b.values[0] : a.values[0] < b.values[0];
-  };
-  if (!bestSeen || better(design, *bestSeen)) bestSeen = design;
+  if (!bestSeen || betterDesign(problem, design, *bestSeen)) bestSeen = design;
 }
 
 }  // namespace tarnix::cli

@@ -25,6 +25,8 @@ struct BestDesign {
   std::vector<double> x, values;
   double violation = 0;
 };
+// Within the limits before outside them, then the objective, or the violation.
+bool betterDesign(const Problem& problem, const BestDesign& a, const BestDesign& b);
 
 class Evaluations {
  public:

@@ -325,6 +325,10 @@ class Reader {
     Constraint constraint;
     constraint.name = name;
     constraint.line = section.line();
+    const bool variable = std::any_of(problem.variables.begin(), problem.variables.end(),
+                                      [&](const Variable& v) { return v.name == name; });
+    if (variable || name == problem.objective.name)
+      section.issue("the name is taken by the " + std::string(variable ? "variable" : "objective"));
     constraint.unit = section.text("unit").value_or("");
     if (!section.has("value")) section.issue("no 'value'");
     constraint.value = section.expression("value");

@@ -1,6 +1,7 @@
 #include "process.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -28,43 +29,53 @@ sigset_t maskAtStart;
   throw std::system_error(errno, std::generic_category(), what);
 }
 
-// Everything in here happens between fork and exec, on the parent's memory.
-[[noreturn]] void becomeProgram(const char* program, char* const* words, const char* directory,
-                                pid_t parent, int guardPipe, volatile int& error) {
-  const pid_t self = getpid();
+struct Launch {
+  const char* program;
+  char* const* words;
+  const char* directory;
+  pid_t parent;
+  std::atomic<pid_t>& group;
+  volatile int error;  // set by the child, on the parent's memory
+};
+
+// What happens between fork and exec.
+[[noreturn]] void becomeProgram(Launch& launch) {
   setpgid(0, 0);
+  launch.group = getpid();  // known to the guard before the program runs
   prctl(PR_SET_PDEATHSIG, SIGKILL);
-  // The group is known to the guard before the program runs; a write below PIPE_BUF is whole.
-  const bool alive = getppid() == parent && write(guardPipe, &self, sizeof self) == sizeof self;
+  const bool alive = getppid() == launch.parent;
   const auto open3 = [](const char* name, int flags, int target) {
     const int file = open(name, flags | O_CLOEXEC, 0666);
     return file >= 0 && dup2(file, target) >= 0;
   };
-  if (alive && chdir(directory) == 0 && open3("/dev/null", O_RDONLY, 0) &&
+  if (alive && chdir(launch.directory) == 0 && open3("/dev/null", O_RDONLY, 0) &&
       open3("stdout.txt", O_WRONLY | O_CREAT | O_TRUNC, 1) &&
       open3("stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 2)) {
     sigprocmask(SIG_SETMASK, &maskAtStart, nullptr);
-    execv(program, words);
+    execv(launch.program, launch.words);
   }
-  error = errno;
+  launch.error = errno;
   _exit(127);
 }
 
-[[noreturn]] void guardGroups(int pipeEnd) {
+// vfork: the copy of the page tables is the dearest part of a fork, and exec drops it. Not inlined,
+// so that no variable of the caller lives in a register meanwhile.
+[[gnu::noinline]] pid_t startProcess(Launch& launch) {
+  const pid_t child = vfork();
+  if (child == 0) becomeProgram(launch);
+  return child;
+}
+
+[[noreturn]] void guardGroups(int pipeEnd, const std::atomic<pid_t>* groups, std::size_t count) {
   sigset_t all;
   sigfillset(&all);
   sigprocmask(SIG_SETMASK, &all, nullptr);
   setsid();  // what ends the program's own group spares the guard
-  std::vector<pid_t> groups;
-  pid_t message;
-  for (;;) {
-    const ssize_t got = read(pipeEnd, &message, sizeof message);
-    if (got < 0 && errno == EINTR) continue;
-    if (got != sizeof message) break;
-    if (message > 0) groups.push_back(message);
-    else groups.erase(std::remove(groups.begin(), groups.end(), -message), groups.end());
+  char nothing;
+  while (read(pipeEnd, &nothing, 1) < 0 && errno == EINTR) {
   }
-  for (const pid_t group : groups) ::kill(-group, SIGKILL);
+  for (std::size_t i = 0; i < count; ++i)
+    if (const pid_t group = groups[i]; group > 0) kill(-group, SIGKILL);
   _exit(0);
 }
 
@@ -108,13 +119,18 @@ std::string Ending::text() const {
 }
 
 GroupGuard::GroupGuard() {
+  static_assert(Group::is_always_lock_free);
+  void* memory = mmap(nullptr, mostGroups * sizeof(Group), PROT_READ | PROT_WRITE,
+                      MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED) fail("mmap");
+  groups = static_cast<Group*>(memory);  // zero pages: every place is free
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) fail("pipe");
   guard = fork();
   if (guard < 0) fail("fork");
   if (guard == 0) {
     close(ends[1]);
-    guardGroups(ends[0]);
+    guardGroups(ends[0], groups, mostGroups);
   }
   close(ends[0]);
   pipeEnd = ends[1];
@@ -124,6 +140,7 @@ GroupGuard::~GroupGuard() {
   close(pipeEnd);
   while (waitpid(guard, nullptr, 0) < 0 && errno == EINTR) {
   }
+  munmap(groups, mostGroups * sizeof(Group));
 }
 
 pid_t GroupGuard::start(const std::filesystem::path& program, const std::vector<std::string>& words,
@@ -131,16 +148,14 @@ pid_t GroupGuard::start(const std::filesystem::path& program, const std::vector<
   std::vector<char*> arguments;
   for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
-  volatile int error = 0;
-  const pid_t parent = getpid();
-  // vfork: the copy of the page tables is the dearest part of a fork, and exec drops it.
-  const pid_t child = vfork();
-  if (child == 0)
-    becomeProgram(program.c_str(), arguments.data(), directory.c_str(), parent, pipeEnd, error);
+  Group* const place = std::find(groups, groups + mostGroups, 0);
+  if (place == groups + mostGroups) fail("too many processes");
+  Launch launch{program.c_str(), arguments.data(), directory.c_str(), getpid(), *place, 0};
+  const pid_t child = startProcess(launch);
   if (child < 0) fail("cannot start a process");
-  if (error != 0) {
-    leave(child);
-    errno = error;
+  if (launch.error != 0) {
+    finish(child);
+    errno = launch.error;
     fail(("cannot start '" + program.string() + "' in '" + directory.string() + "'").c_str());
   }
   return child;
@@ -151,21 +166,16 @@ std::optional<Ending> GroupGuard::ended(pid_t process) {
   if (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT) != 0)
     fail("waitid");
   if (info.si_pid == 0) return {};
-  leave(process);
+  finish(process);
   return Ending{info.si_code == CLD_EXITED, info.si_status};
 }
 
-void GroupGuard::kill(pid_t process) {
-  leave(process);
-}
-
 // The number of the group stays taken until the process is reaped: nothing else can be hit.
-void GroupGuard::leave(pid_t process) {
-  ::kill(-process, SIGKILL);
-  ::kill(process, SIGKILL);
-  const pid_t message = -process;
-  while (write(pipeEnd, &message, sizeof message) < 0 && errno == EINTR) {
-  }
+void GroupGuard::finish(pid_t process) {
+  kill(-process, SIGKILL);
+  kill(process, SIGKILL);
+  if (Group* place = std::find(groups, groups + mostGroups, process); place != groups + mostGroups)
+    *place = 0;
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
 }

@@ -3,7 +3,7 @@
 
 #include <sys/types.h>
 
-#include <array>
+#include <atomic>
 #include <chrono>
 #include <filesystem>
 #include <optional>
@@ -33,8 +33,8 @@ struct Ending {
   std::string text() const;
 };
 
-// A process of its own that ends all groups when the program is gone, even by SIGKILL: it reads
-// the numbers of the groups from a pipe and acts at the end of file.
+// A process of its own that ends all groups when the program is gone, even by SIGKILL: it waits for
+// the end of a pipe, and finds the groups in memory that both share.
 class GroupGuard {
  public:
   GroupGuard();
@@ -49,10 +49,13 @@ class GroupGuard {
   // Empty while the process runs. Its end also ends what it left behind in its group.
   std::optional<Ending> ended(pid_t process);
   // Ends the whole group and waits for the process.
-  void kill(pid_t process);
+  void finish(pid_t process);
 
  private:
-  void leave(pid_t process);
+  using Group = std::atomic<pid_t>;  // 0: a free place
+  static constexpr std::size_t mostGroups = 1024;
+
+  Group* groups = nullptr;
   int pipeEnd = -1;
   pid_t guard = -1;
 };

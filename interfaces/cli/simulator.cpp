@@ -112,7 +112,7 @@ std::optional<RunOutcome> Simulator::finished(Run& run) {
     else
       outcome.results = reader.read(run.directory, outcome.reason);
   } else if (run.deadline && now >= *run.deadline) {
-    guard->kill(run.process);
+    guard->finish(run.process);
     outcome.reason = "the command was ended after its timeout of " + shortest(command.timeout) + " s";
   } else {
     return {};
@@ -123,7 +123,7 @@ std::optional<RunOutcome> Simulator::finished(Run& run) {
 }
 
 void Simulator::abandon(Run& run) {
-  guard->kill(run.process);
+  guard->finish(run.process);
   std::error_code ignored;
   fs::remove_all(run.directory, ignored);
 }

@@ -150,33 +150,32 @@ void addBest(Json& result, const Problem& problem, const std::optional<BestDesig
 
 // ---- files of a solve --------------------------------------------------------------------------
 
-bool hasRecords(const fs::path& path) {
-  std::string content;
-  return readFile(path, content) && content.find("\n{") != std::string::npos;
+// Renames a file or directory, NAME.EXTENSION to NAME.number.EXTENSION.
+void putAside(const fs::path& path, const std::string& extension, int number) {
+  std::error_code error;
+  if (!fs::exists(path, error)) return;
+  fs::path aside = path;
+  aside.replace_extension();
+  aside += "." + std::to_string(number) + extension;
+  fs::rename(path, aside, error);
+  if (error) throw Failure(exitFiles, path.string() + ": cannot be renamed: " + error.message());
+  std::cerr << "Of the earlier solve: " << aside.string() << "\n";
 }
 
-// A finished history that cost runs of a command is put aside, an unfinished one not touched.
+// A history that cost runs of a command is put aside when it has come to its end, else not touched.
 void makeRoom(const Problem& problem, const Places& places, bool fresh) {
-  if (!problem.command || !hasRecords(places.history)) return;
-  if (!fresh) {
-    std::string content;
-    readFile(places.history, content);
-    if (content.find("\n{\"end\":") == std::string::npos)
-      throw Failure(exitFiles, places.history.string() +
-                                   ": an earlier solve did not come to its end. Go on with 'tarnix "
-                                   "resume', or begin anew with 'tarnix solve --fresh'");
-  }
-  for (int number = 1;; ++number) {
-    fs::path aside = places.history;
-    aside.replace_extension("." + std::to_string(number) + ".jsonl");
-    if (fs::exists(aside)) continue;
-    std::error_code error;
-    fs::rename(places.history, aside, error);
-    if (error)
-      throw Failure(exitFiles, places.history.string() + ": cannot be renamed: " + error.message());
-    std::cerr << "The history of the earlier solve is kept as " << aside.string() << "\n";
-    return;
-  }
+  std::string content;
+  if (!problem.command || !readFile(places.history, content)) return;
+  if (content.find("\"f\":[") == std::string::npos) return;  // nothing that would be lost
+  if (!fresh && content.find("\n{\"end\":") == std::string::npos)
+    throw Failure(exitFiles, places.history.string() +
+                                 ": an earlier solve did not come to its end. Go on with 'tarnix "
+                                 "resume', or begin anew with 'tarnix solve --fresh'");
+  const fs::path stem = fs::path(places.history).replace_extension();  // NAME.history
+  int number = 1;
+  while (fs::exists(fs::path(stem.string() + "." + std::to_string(number) + ".jsonl"))) ++number;
+  putAside(places.history, ".jsonl", number);
+  putAside(places.runs, ".runs", number);
 }
 
 // Directories of runs that a kill has cut short. Those of finished runs are named by the history.
