@@ -5,6 +5,10 @@
 // A problem counts as solved when the result says success and the objective is within 0.1 percent
 // (of 1 where it is smaller than that) of the published one; as wrong when it says success and the
 // objective is not. --list shows every problem that some method did not solve.
+//
+// Ends with 1 when the automatic method does not solve more than either of the others, or leaves a
+// problem without a feasible point; and when what a result says about feasibility is not what the
+// collection's own formulas say.
 
 #include <cmath>
 #include <cstdio>
@@ -42,7 +46,7 @@ struct Count {
 }  // namespace
 
 int main(int argc, char** argv) {
-  bool list = false;
+  bool list = false, honest = true;
   tarnix::Options options;
   int given = 0;
   for (int i = 1; i < argc; ++i) {
@@ -60,6 +64,9 @@ int main(int argc, char** argv) {
     for (int k = 0; k < 3; ++k) {
       options.method = methods[k];
       const tarnix::Result r = solve(p, options);
+      const bool feasible =
+          problemViolation(&p, r.point.x.data(), nullptr) <= options.tolerance;
+      honest = honest && r.feasible == feasible && (feasible || !r.success);
       const double difference = r.objective() - p.fBest;
       const bool right = std::abs(difference) <= 1e-3 * std::fmax(1.0, std::abs(p.fBest));
       counts[k].solved += r.success && right;
@@ -81,7 +88,7 @@ int main(int argc, char** argv) {
   for (int k = 0; k < 3; ++k)
     std::printf("%-10s %8d %8d %8d %12ld\n", tarnix::name(methods[k]), counts[k].solved,
                 counts[k].feasible, counts[k].wrong, counts[k].evaluations);
-  return counts[2].solved > counts[0].solved && counts[2].solved > counts[1].solved &&
+  return honest && counts[2].solved > counts[0].solved && counts[2].solved > counts[1].solved &&
                  counts[2].feasible == problemCount()
              ? 0
              : 1;

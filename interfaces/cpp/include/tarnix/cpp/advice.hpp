@@ -38,6 +38,7 @@ class Advice {
               : "The point lies within its bounds.");
     else
       say("The constraint violated most is " + worstConstraint() + ".");
+    if (!r_.feasible && r_.best) say("A feasible point was seen on the way and is kept as best.");
   }
 
   /// "'stress' = 512.3, above 500".

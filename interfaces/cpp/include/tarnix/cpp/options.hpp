@@ -37,7 +37,7 @@ struct Progress {
   std::int64_t evaluations = 0;  ///< so far
   double bestObjective = 0;      ///< at the best point so far, as the callable gave it
   double worstViolation = 0;     ///< there, relative to the scales; 0 when it is feasible
-  const std::vector<double>* best = nullptr;  ///< that point; null when no value was finite yet
+  const std::vector<double>* best = nullptr;  ///< that point, null when there is none; not kept
   void stop() { stopRequested = true; }       ///< ends the solve at once
   bool stopRequested = false;
 };

@@ -83,7 +83,7 @@ struct Result {
   int iterations = 0;                ///< over all stages
   std::int64_t evaluations = 0;      ///< calls of the callable
   double seconds = 0;                ///< wall clock
-  std::optional<Report> report;
+  std::optional<Report> report;      ///< absent after a limit, a stop, or values not finite
   std::shared_ptr<const Description> description;
 
   double operator[](Variable v) const { return point.x.at(v.index); }
