@@ -327,8 +327,9 @@ void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
                         .basis = {*n, {MIDV, nIndependent}, nDependent, MDDV, {rowList, nRows},
                                   *ld, XJINV, XJAC},
                         .dir = d};
+  int restorationIterations = 0;
   LineSearch line(problem, {activeList, *nActive}, d, GRADOB, *carried,
-                  {BSTDV, BSTDF, xPrev, fPrev});
+                  {BSTDV, BSTDF, xPrev, fPrev}, restorationIterations);
   const SearchEnd end = line.run();
   if (line.resetCurvature()) *hessReset = logicalTrue;
   if (end == SearchEnd::minimumStep)

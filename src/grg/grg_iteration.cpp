@@ -316,7 +316,8 @@ class GrgIteration {
                                   .inverse = storage.inverse,
                                   .jacobian = storage.jacobian},
                         .dir = a.d};
-    LineSearch line(along, lists.active.view(), a.d, a.gObj, length, storage.work);
+    LineSearch line(along, lists.active.view(), a.d, a.gObj, length, storage.work,
+                    restorationIterations);
     const SearchEnd end = line.run();
     if (line.resetCurvature()) hessReset = true;
     if (end != SearchEnd::minimumStep) return unfinished;
@@ -338,6 +339,7 @@ class GrgIteration {
   double length = 0.0;           // of its direction
   // Carried from one iteration to the next.
   bool hessReset = true;
+  int restorationIterations = 0;  // of the last restoration
   double fPrev1 = settings.bigValue, fPrev2 = -settings.bigValue;
   int32_t *qpKept = nullptr, *qpSatisfied = nullptr;
   int32_t nQpKept = 0, nQpSatisfied = 0;

@@ -312,7 +312,8 @@ bool LineSearch::saturate() {
                         scratch_[1], step_, blocking_);
   saturation.run();
   step_ = saturation.step;
-  restorationIterations_ = saturation.restorationIterations;
+  if (saturation.restorationIterations >= 0)
+    restorationIterations = saturation.restorationIterations;
   lastTrial_ = saturation.second;
   return !saturation.terminate && !settings.errorFlag;
 }
@@ -321,6 +322,7 @@ void LineSearch::recordTrial() {
   // A step cut back to 0 is the base point again, not a new pair.
   if (step_ > 0.0 && std::isfinite(objective())) insertPair({step_, objective()});
   improved_ = objective() < bestObjective_;
+  risen_ = risen_ || !improved_;
   if (!improved_) return;
   bestObjective_ = objective();
   bestStep_ = step_;
@@ -341,8 +343,7 @@ void LineSearch::insertPair(StepValue pair) {
   pairs_[at] = pair;
   if (++pairCount_ < 4) return;
   std::array<StepValue, 3> kept;
-  const bool risen = !(objective() < bestObjective_);
-  chooseThree(fits_ > 0 || risen, pairs_, kept);
+  chooseThree(risen_ || !(objective() < bestObjective_), pairs_, kept);
   std::copy(kept.begin(), kept.end(), pairs_.begin());
   pairCount_ = 3;
 }
@@ -370,7 +371,7 @@ bool LineSearch::finished() const {
 // ---- the next step -------------------------------------------------------------------------------
 
 LineSearch::Next LineSearch::nextStep() {
-  if (improved_ && fits_ == 0) return growStep();
+  if (improved_ && !risen_) return growStep();
   if (improved_) {
     if (++fits_ > maxFits) return Next::stop;
     if (tracing(1)) trace::message("FITTING PARABOLA");
@@ -399,7 +400,7 @@ double LineSearch::growthLimit() const {
   constexpr int quickRestoration = 2;
   const double s = step_;
   if (p.binding.count() == 0 && p.satisfied.size() == 0) return std::min(3.0 * s, s + 0.4);
-  return std::min(2.0 * s, s + (restorationIterations_ > quickRestoration ? 0.15 : 0.25));
+  return std::min(2.0 * s, s + (restorationIterations > quickRestoration ? 0.15 : 0.25));
 }
 
 // Where the inequalities that are not held reach zero, linearly through the last two points; an

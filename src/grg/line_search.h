@@ -64,13 +64,15 @@ class LineSearch {
 
   // direction has unit length; active are the inequalities that the binding test looks at.
   LineSearch(SearchProblem& problem, ConstIndex activeInequalities, const double* direction,
-             const double* gradient, double carriedStep, const SearchWork& arrays)
+             const double* gradient, double carriedStep, const SearchWork& arrays,
+             int& lastRestorationIterations)
       : p(problem),
         active(activeInequalities),
         d(direction),
         gObj(gradient),
         carried(carriedStep),
-        work(arrays) {}
+        work(arrays),
+        restorationIterations(lastRestorationIterations) {}
 
   SearchEnd run();
   bool resetCurvature() const { return reset_; }
@@ -115,6 +117,7 @@ class LineSearch {
   const double* gObj;
   const double carried;
   const SearchWork work;
+  int& restorationIterations;  // of the last restoration, that of an earlier search to begin with
   // Work.
   WorkFrame frame_;
   WorkFrame baseFrame_;
@@ -128,11 +131,11 @@ class LineSearch {
   int trial_ = 0;
   Blocking blocking_;
   bool lastTrial_ = false;    // the saturation ends the search after this trial
-  int restorationIterations_ = 0;
   double slope_ = 0.0;        // of the objective along the direction, at entry
   double bestStep_ = 0.0;
   double bestObjective_ = 0.0;
-  bool improved_ = false;
+  bool improved_ = false;     // this trial was the best
+  bool risen_ = false;        // some trial was not: parabolas from there on
   std::array<StepValue, 4> pairs_{};
   int pairCount_ = 0;
   int fits_ = 0;

@@ -21,7 +21,7 @@ void Saturation::run() {
       terminate = true;
       return;
     }
-    const bool bounded = blocking.variable != 0;
+    const bool bounded = blocking.variable != 0 && blocking.step <= step;
     if (crossing.index != 0 && !(bounded && blocking.step <= crossing.step))
       takeUp(crossing);
     else if (bounded)

@@ -64,7 +64,7 @@ struct Saturation {
   // Decided.
   bool terminate = false;   // end the search, the trial does not count
   bool second = false;      // end the search after this trial
-  int restorationIterations = 0;
+  int restorationIterations = -1;  // of the last restoration, -1 when there was none
 
   static constexpr int maxPasses = 4;
   static constexpr int maxHalvings = 5;
