@@ -1,0 +1,445 @@
+"""Tests of the program: cli_test.py PROGRAM EXAMPLES [unittest arguments]."""
+import collections
+import html.parser
+import json
+import math
+import os
+import pathlib
+import pty
+import random
+import re
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+PROGRAM, EXAMPLES = sys.argv.pop(1), pathlib.Path(sys.argv.pop(1))
+ENVIRONMENT = dict(os.environ, PATH=os.path.dirname(sys.executable) + ":" + os.environ["PATH"])
+
+
+def tarnix(*words, **options):
+    return subprocess.run([PROGRAM, *map(str, words)], capture_output=True, text=True, timeout=300,
+                          env=ENVIRONMENT, **options)
+
+
+def lines_with(word, path):
+    return [json.loads(line) for line in path.read_text().splitlines() if f'"{word}":' in line]
+
+
+def designs(history):
+    """Of finished evaluations; a torn last line is none."""
+    text = history.read_text() if history.exists() else ""
+    return [tuple(json.loads(line)["x"]) for line in text.split("\n")[:-1] if '"x":' in line]
+
+
+class Case(unittest.TestCase):
+    def setUp(self):
+        self.scratch = tempfile.TemporaryDirectory()
+        self.dir = pathlib.Path(self.scratch.name)
+        self.addCleanup(self.scratch.cleanup)
+
+    def write(self, name, text, mode=0o644):
+        path = self.dir / name
+        path.write_text(text)
+        path.chmod(mode)
+        return path
+
+    def result(self, *words, code=0):
+        run = tarnix(*words, "--json", "--quiet")
+        self.assertEqual(run.returncode, code, run.stderr + run.stdout)
+        return json.loads(run.stdout)
+
+
+def values(result, kind="variables"):
+    return {entry["name"]: entry["value"] for entry in result[kind]}
+
+
+# Six variables with a fixed one, active bounds, an equality and an inequality. The script notes
+# every start; $SLEEP makes it slow.
+SIMULATOR = r"""#!/bin/sh
+echo "$*" >> "$(dirname "$0")/starts"
+[ -z "$SLEEP" ] || sleep "$SLEEP"
+awk 'BEGIN { for (i = 1; i <= 6; ++i) { x[i] = ARGV[i] + 0
+    f += (x[i] - i)^2 * (1 + 0.3 * i) + 0.1 * sin(x[i] * i) }
+  printf "f = %.17g\ng = %.17g\nh = %.17g\n", f, x[1] * x[2] + x[3] - 7,
+         x[4] + x[5] + x[6] * x[1] - 9 }' "$@"
+"""
+PROBLEM = """
+[variables]
+x1 = { start = 1.1, lower = 0.3, upper = 1.7 }
+x2 = { start = 2, lower = 0.1, upper = 5.3 }
+x3 = { start = 2, lower = 0.1, upper = 2.3 }
+x4 = { value = 3.3 }
+x5 = { start = 2, lower = 0.1, upper = 3.3 }
+x6 = { start = 2, lower = 0.7, upper = 7 }
+[command]
+run = ["sh", "{{dir}}/simulator.sh", "{{x1}}", "{{x2}}", "{{x3}}", "{{x4}}", "{{x5}}", "{{x6}}"]
+[results]
+f = { key = "f" }
+g = { key = "g" }
+h = { key = "h" }
+[objective]
+minimize = "f"
+[constraints]
+ineq = { value = "g", max = 0 }
+eq = { value = "h", equal = 0 }
+"""
+ONE = """[variables]
+x = { start = 1, lower = 0, upper = 4 }
+[command]
+run = RUN
+EXTRA
+[results]
+f = { key = "f" }
+[objective]
+minimize = "(f - 2)^2"
+"""
+
+
+class Examples(Case):
+    def solve(self, name, *words):
+        result = self.result("solve", "-o", self.dir, EXAMPLES / name, *words)
+        self.assertTrue(result["success"] and result["feasible"], result)
+        return result
+
+    def testKnownOptima(self):
+        beam = self.solve("welded_beam.toml")
+        self.assertAlmostEqual(beam["objective"]["value"], 1.724852, delta=1e-3)
+        channel = self.solve("channel.toml")
+        self.assertAlmostEqual(channel["objective"]["value"], 3 * math.sqrt(3), delta=1e-3)
+        self.assertAlmostEqual(values(channel)["slope"], 60, delta=0.5)
+        beam = self.solve("cantilever/cantilever.toml", "-j2")
+        share = [k ** (1 / 6) for k in (61, 37, 19, 7, 1)]
+        tip = (4 * 2000 / 210000 * 200**3 / 5 * sum(s * s for s in share)) ** 0.25
+        for side, s in zip(values(beam).values(), share):
+            self.assertAlmostEqual(side, tip * s, delta=0.02 * tip * s)
+        self.assertAlmostEqual(beam["objective"]["value"],
+                               7.85e-6 * 200 * sum((tip * s) ** 2 for s in share), delta=0.01)
+        truss = self.solve("truss/truss.toml", "-j2")
+        self.assertAlmostEqual(truss["objective"]["value"], 5060.85, delta=3)
+        self.assertEqual(sum(v.get("at") == "lower" for v in truss["variables"]), 3)
+
+        class Tags(html.parser.HTMLParser):
+            def handle_starttag(self, tag, attributes):
+                count[tag] += 1
+        for name in ("welded_beam", "truss/truss"):
+            run = tarnix("report", "-o", self.dir, EXAMPLES / (name + ".toml"))
+            self.assertEqual(run.returncode, 0, run.stderr)
+            page = (self.dir / (os.path.basename(name) + ".report.html")).read_text()
+            count = collections.Counter()
+            Tags().feed(page)
+            free = 4 if name == "welded_beam" else 10
+            self.assertEqual(count["svg"], 2 + free)
+            self.assertNotRegex(page, "https?://|<script|<link|<img|nan|inf\\b")
+            self.assertIn("Active limits", page)
+
+    def testStarters(self):
+        file = self.dir / "new.toml"
+        self.assertEqual(tarnix("init", file).returncode, 0)
+        shown = tarnix("check", file)
+        self.assertRegex(shown.stdout, r"yield +198\.944")
+        self.assertAlmostEqual(self.result("solve", file)["objective"]["value"], 26.4995, delta=1e-3)
+        again = tarnix("init", file)
+        self.assertEqual(again.returncode, 4, again.stderr)
+        command = self.dir / "command.toml"
+        tarnix("init", "--command", command)
+        self.write("input.template", "w {{width:%8.3f}} h {{height}}\n")
+        self.write("simulator.awk", '{ print "mass = " $2 * $4; '
+                   'printf "largest stress  %.17g MPa\\n", 1e6 / $2 / $4^2 > "output.txt" }')
+        shown = tarnix("check", "--run", command)
+        self.assertIn("| w   20.000 h 30\n", shown.stdout)
+        self.assertRegex(shown.stdout, r"objective +600 +kg")
+
+    def testOutput(self):
+        run = tarnix("solve", "-o", self.dir, EXAMPLES / "welded_beam.toml")
+        self.assertRegex(run.stdout, r"\bcost +1\.724\d+ +\$ +minimized")
+        self.assertRegex(run.stdout, r"bar stress +\d+(\.\d+)? +psi +<= 30000, active")
+        self.assertRegex(run.stderr, r"(?m)^  SQP 2  evaluations \d+  cost .*  violation .* s$")
+        run = tarnix("solve", "-q", "-o", self.dir, EXAMPLES / "welded_beam.toml")
+        self.assertEqual(run.stderr, "")
+        main, terminal = pty.openpty()
+        subprocess.run([PROGRAM, "solve", "-o", self.dir, EXAMPLES / "cantilever/cantilever.toml"],
+                       stderr=terminal, stdout=subprocess.DEVNULL, check=True, env=ENVIRONMENT)
+        shown = os.read(main, 100000).decode()
+        self.assertRegex(shown, r"^(\r\x1b\[K  \w[^\n]*evaluations \d+[^\n]*)+\r\x1b\[K$")
+
+
+class Parallel(Case):
+    def testSameBitsAndNothingTwice(self):
+        """Any number of jobs: the same points in the history, the same bits at the end."""
+        self.write("simulator.sh", SIMULATOR)
+        for method, differences, inside, wasted in [
+                ("sqp", "forward", "false", 0), ("sqp", "central", "true", 0),
+                ("grg", "forward", "false", 0), ("grg", "central", "true", 8)]:
+            with self.subTest(method=method, differences=differences, inside=inside):
+                file = self.write("p.toml", PROBLEM + f"""[options]
+                    method = "{method}"\ndifferences = "{differences}"\ninside_bounds = {inside}\n""")
+                seen = []
+                for jobs in (1, 3):
+                    (self.dir / "starts").write_text("")
+                    result = self.result("solve", "--fresh", "-j", jobs, file)
+                    starts = (self.dir / "starts").read_text().splitlines()
+                    self.assertEqual(len(starts), len(set(starts)))
+                    self.assertEqual(result["runs"], len(designs(self.dir / "p.history.jsonl")))
+                    seen.append((values(result), set(starts)))
+                self.assertEqual(seen[0][0], seen[1][0])
+                self.assertLessEqual(len(seen[1][1] - seen[0][1]), wasted)
+                self.assertLessEqual(seen[0][1], seen[1][1])
+                self.assertGreater(result["foreseen_used"], 12)
+                self.assertLessEqual(result["foreseen"] - result["foreseen_used"], wasted)
+                if inside == "true":
+                    x2 = [x[1] for x in designs(self.dir / "p.history.jsonl")]
+                    self.assertTrue(0.1 <= min(x2) and max(x2) <= 5.3)
+
+
+class Kill(Case):
+    def start(self, *words):
+        return subprocess.Popen([PROGRAM, *map(str, words)], stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, text=True,
+                                env=dict(ENVIRONMENT, SLEEP="0.02"))
+
+    def testKillAtRandomMoments(self):
+        self.write("simulator.sh", SIMULATOR)
+        file = self.write("p.toml", PROBLEM)
+        history, starts = self.dir / "p.history.jsonl", self.dir / "starts"
+        whole = self.result("solve", file)
+        moments = random.Random(7)
+        for jobs in (1, 2, 3):
+            for old in self.dir.glob("p.history*"):
+                old.unlink()
+            starts.write_text("")
+            kills = 0
+            while True:
+                known, begun = set(designs(history)), len(starts.read_text().splitlines())
+                process = self.start("resume", "--json", "-q", "-j", jobs, file)
+                try:
+                    output, errors = process.communicate(timeout=moments.uniform(0.02, 0.15))
+                except subprocess.TimeoutExpired:
+                    process.kill()
+                    process.communicate()
+                    kills += 1
+                    time.sleep(0.02)  # what the kill leaves running would log a start
+                    if kills % 3 == 0 and history.exists() and history.stat().st_size > 400:
+                        os.truncate(history, history.stat().st_size - moments.randint(1, 30))
+                        self.assertLess(kills, 200)
+                else:
+                    self.assertEqual(process.returncode, 0, errors)
+                new = [tuple(map(float, s.split())) for s in starts.read_text().splitlines()[begun:]]
+                self.assertFalse(known & set(new), "a finished run was repeated")
+                if process.returncode == 0:
+                    break
+            self.assertGreater(kills, 3)
+            last = json.loads(output)
+            for kind in ("variables", "constraints"):
+                self.assertEqual(last[kind], whole[kind])
+            self.assertEqual(last["objective"], whole["objective"])
+            self.assertEqual(len(list((self.dir / "p.runs").iterdir())), 0)
+
+    def testSignalsAndOrphans(self):
+        """A simulator with a child of its own; nothing of it outlives the program."""
+        mark = f"3{random.randrange(10**8)}"
+        file = self.write("p.toml", ONE.replace("EXTRA", "").replace(
+            "RUN", f'"echo f = {{{{x}}}}; [ $(ls .. | wc -l) -lt 4 ] || {{ sleep {mark} & sleep {mark}; }}"'
+        ).replace("[results]", 'keep = "all"\n[results]'))
+
+        def sleepers():
+            found = []
+            for path in pathlib.Path("/proc").glob("[0-9]*/cmdline"):
+                try:
+                    found += [path] if mark.encode() in path.read_bytes().split(b"\0") else []
+                except OSError:
+                    pass
+            return len(found)
+
+        def wait(count):
+            until = time.time() + 10
+            while sleepers() != count and time.time() < until:
+                time.sleep(0.01)
+            self.assertEqual(sleepers(), count)
+
+        for number, name in ((signal.SIGINT, "Interrupt"), (signal.SIGTERM, "Terminated"),
+                             (signal.SIGKILL, None)):
+            process = self.start("resume", file)
+            wait(2)
+            begun = time.time()
+            process.send_signal(number)
+            output, _ = process.communicate(timeout=10)
+            wait(0)
+            self.assertLess(time.time() - begun, 2)
+            self.assertEqual(process.returncode, -9 if name is None else 128 + number)
+            if name:
+                self.assertIn(f"(interrupted: {name})", output)
+                self.assertRegex(output, r"objective +\S+ +minimized")
+            history = self.dir / "p.history.jsonl"
+            self.assertEqual(history.read_text()[-1], "\n")
+            self.assertEqual(len(designs(history)), 3)
+
+
+class Failures(Case):
+    def one(self, run, extra=""):
+        return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra))
+
+    def testPolicies(self):
+        # Fails at the first attempt of every design.
+        flaky = "f={{dir}}/tried_{{x}}; [ -e $f ] || { touch $f; exit 1; }; echo f = {{x}}"
+        result = self.result("solve", self.one(flaky, 'on_failure = "retry"'))
+        self.assertAlmostEqual(values(result)["x"], 2, delta=0.05)
+        self.assertEqual(result["runs"], 2 * len(designs(self.dir / "p.history.jsonl")))
+        # Beyond 3 there are no values: the penalty keeps the search away.
+        partial = "awk 'BEGIN { x = {{x}}; if (x > 3) exit 1; print \"f = \" x - 1.2 }'"
+        file = self.one(partial, 'on_failure = "penalty"\npenalty = 100')
+        result = self.result("solve", file)
+        self.assertLess(values(result)["x"], 3.3)
+        # A failure that stops: seen to by the user, the solve goes on where it was.
+        broken = self.write("sim.sh", "#!/bin/sh\n[ $(ls .. | wc -l) -lt 3 ] || exit 9\necho f = $1", 0o755)
+        file = self.one(["./sim.sh", "{{x}}"], 'keep = "all"')
+        run = tarnix("solve", "--fresh", file)
+        self.assertEqual(run.returncode, 3)
+        self.assertRegex(run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003")
+        self.assertRegex(run.stdout, "an evaluation failed[^$]*Below the best design so far")
+        broken.write_text("#!/bin/sh\necho f = $1\n")
+        self.assertEqual(self.result("resume", file)["replayed"], 2)
+        again = self.result("resume", file)
+        self.assertEqual((again["runs"], again["success"]), (0, True))
+
+    def testRuns(self):
+        """Thirty ways of a run or a file to go wrong end in their message, and lose nothing."""
+        stop = "tarnix resume"
+        for run, extra, code, message in [
+                ("exit 3; # {{x}}", "", 3, "run 000001: the command ended with exit status 3; see .*000001"),
+                ("echo mesh is bad {{x}} >&2; exit 1", "", 3, "exit status 1; it says: mesh is bad 1;"),
+                ("kill -SEGV $$; # {{x}}", "", 3, r"killed by signal 11 \(Segmentation fault\)"),
+                ("sleep 60; # {{x}}", "timeout = 0.2", 3, "ended after its timeout of 0.2 s"),
+                ("exit 1; # {{x}}", 'on_failure = "retry"\nretries = 3', 3, r"\(attempt 4\)"),
+                (": {{x}}", "", 3, "standard output is empty: no result 'f'"),
+                ("echo g = {{x}}", "", 3, "no line 'f = ...' in standard output"),
+                ("echo f = garbage {{x}}", "", 3, "'garbage 1' in standard output is not a number"),
+                ("echo f = 1,5 {{x}}", "", 3, "'1,5 1' in standard output is not a number"),
+                ("echo f = nan {{x}}", "", 3, "result 'f' is not finite: 'nan 1'"),
+                ("head -c 3000000 /dev/urandom; # {{x}}", "", 3, "no line 'f = ...'")]:
+            with self.subTest(message=message):
+                ended = tarnix("solve", "--fresh", self.one(run, extra), cwd=self.dir)
+                self.assertEqual(ended.returncode, code, ended.stderr)
+                self.assertRegex(ended.stderr, message)
+                self.assertEqual(len(lines_with("failed", self.dir / "p.history.jsonl")), 1)
+        file = self.write("p.toml", ONE.replace("RUN", '["true", "{{x}}"]').replace("EXTRA", "")
+                          .replace('key = "f"', 'key = "f", file = "out.txt"'))
+        self.assertRegex(tarnix("solve", file).stderr, "no file 'out.txt' was written")
+
+        file = self.one("echo f = {{x}}")
+        history = self.dir / "p.history.jsonl"
+        self.assertRegex(tarnix("solve", "-o", file, file).stderr, "p.toml: cannot be made")
+        tarnix("solve", file)
+        good = history.read_text()
+        for text, words, message in [
+                (good.split('{"end"')[0], ["solve"], "an earlier solve did not come to its end"),
+                (good.replace('"f":', '"f" ', 1), ["resume"], "p.history.jsonl:2: damaged line"),
+                (good.replace('"x":[', '"x":[7,', 1), ["resume"], "p.history.jsonl:2: damaged line"),
+                (good.replace('print":"', 'print":"0'), ["report"], "another state of .*p.toml"),
+                (good.replace("{", "", 1), ["resume"], "p.history.jsonl:1: damaged line")]:
+            history.write_text(text)
+            ended = tarnix(*words, file)
+            self.assertEqual(ended.returncode, 4, message)
+            self.assertRegex(ended.stderr, message)
+            self.assertEqual(history.read_text(), text)
+        history.write_text(good)
+        self.assertEqual(tarnix("solve", file).returncode, 0)
+        self.assertEqual((self.dir / "p.history.1.jsonl").read_text(), good)
+
+
+PLAIN = """[variables]
+x = { start = 1, lower = 0, upper = 4 }
+y = { start = 1, lower = 0, upper = 4 }
+[quantities]
+q = "x + y"
+[objective]
+minimize = "(x - 2)^2 + y^2"
+[constraints]
+c = { value = "q", min = 1 }
+"""
+WITH = """[command]
+run = ["echo", "f = {{x}}"]
+[results]
+f = { key = "f" }
+"""
+# What is replaced in PLAIN by what, and the message; a text to be replaced by more is kept by \g<0>.
+WRONG = [
+    (r"\[variables\]", "[variables", r"1: syntax: "),
+    (r"y =", "x =", r"3: syntax: .*redefine"),
+    (r"\[constraints\]", "[constrains]", r"8: problem: unknown key 'constrains'; did you mean 'constraints'\?"),
+    (r"\[variables\]\n.*\n.*\n", "", r": problem: no table \[variables\]"),
+    (r", upper = 4", "", r"2: variable 'x': no 'upper'"),
+    (r"upper = 4", "uper = 4", r"2: variable 'x': unknown key 'uper'; did you mean 'upper'\?"),
+    (r"lower = 0", "lower = 5", r"2: variable 'x': lower bound 5 lies above the upper bound 4"),
+    (r"start = 1", "start = 9", r"2: variable 'x': start 9 lies outside the bounds 0 to 4"),
+    (r"upper = 4", "upper = inf", r"2: variable 'x': 'upper' is not finite"),
+    (r"start = 1", 'start = "1"', r"2: variable 'x': 'start' is not a number"),
+    (r"start = 1", "value = 1, \\g<0>", r"2: variable 'x': 'value' fixes the variable; leave out 'start'"),
+    (r"y = {", '"2y" = {', r"3: variable '2y': a name has letters, digits and _ only"),
+    (r"q =", "x =", r"5: quantity 'x': the name is taken by the variable in line 2"),
+    (r"y = {", "min = {", r"3: variable 'min': the name belongs to a built-in function"),
+    (r"x \+ y", "x + yy", r"5: quantity 'q': unknown name 'yy' in \"x \+ yy\"; did you mean 'y'\?"),
+    (r"x \+ y", "x + (y", r"5: quantity 'q': Missing parenthesis in \"x \+ \(y\""),
+    (r"x \+ y", "x = y", r"5: quantity 'q': '=' would assign"),
+    (r"x \+ y", "x, y", r"5: quantity 'q': .* holds 2 expressions"),
+    (r"x \+ y", 'r"\nr = "q', r"5: quantity 'q': depends on itself: 'q' -> 'r' -> 'q'"),
+    (r"minimize", "minimze", r"6: objective: give either 'minimize' or 'maximize'"),
+    (r"minimize", 'maximize = "x"\n\\g<0>', r"6: objective: give either"),
+    (r", min = 1", "", r"9: constraint 'c': no limit: give 'min', 'max' or 'equal'"),
+    (r"min = 1", "min = 1, max = 0", r"9: constraint 'c': 'min' 1 lies above 'max' 0"),
+    (r"min = 1", "max = 1, equal = 1", r"9: constraint 'c': 'equal' stands alone"),
+    (r"c = {", "x = {", r"9: constraint 'x': the name is taken by the variable"),
+    (r"\Z", '[options]\nmethod = "newton"', r"11: options: 'method' is 'newton', but may be automatic, sqp or grg"),
+    (r"\Z", "[options]\ntolerance = -1", r"11: options: 'tolerance' is not above zero"),
+    (r"\Z", "[options]\nmax_iterations = 2.5", r"11: options: 'max_iterations' is not a whole number"),
+    (r"y = .*\n", "".join(f"v{i} = {{ start = 0, lower = 0, upper = 1 }}\n" for i in range(100)) +
+     "y = { value = 1 }\n", r": .*101 free variables.*100"),
+    (r"\Z", WITH.split("[results]")[0], r"10: problem: \[command\] without \[results\]"),
+    (r"\Z", "[results]" + WITH.split("[results]")[1], r"10: problem: \[results\] without \[command\]"),
+    (r"\Z", WITH.replace("run", "rum"), r"10: command: no 'run': the command to start is missing"),
+    (r"\Z", WITH.replace('"echo"', '"no_such_program"'), r"11: command: program 'no_such_program' is not in PATH"),
+    (r"\Z", WITH.replace('"echo"', '"./sim"'), r"11: command: no file './sim' in "),
+    (r"\Z", WITH.replace('"echo"', '"./p.toml"'), r"11: command: './p.toml' may not be executed"),
+    (r"\Z", WITH.replace("{{x}}", "{{z}}"), r"11: command: unknown name 'z' in {{ }}"),
+    (r"\Z", WITH.replace("{{x}}", "{{x:%d}}"), r"11: command: format '%d' of 'x' is not like"),
+    (r"\Z", WITH.replace("{{x}}", "1"), r"11: command: neither an argument nor a template"),
+    (r"\Z", WITH.replace("[results]", 'templates = [{ from = "none.in", to = "in" }]\n[results]'),
+     r"12: command: no file 'none.in' in "),
+    (r"\Z", WITH.replace("[results]", 'templates = [{ from = "t.in", to = "../in" }]\n[results]'),
+     r"12: command: '../in' lies outside the run directory\n.*t.in:2: unknown name 'lenght' in {{ }}"),
+    (r"\Z", WITH.replace('key = "f"', "regex = 'f = (.*'"), r"13: result 'f': regex 'f = \(\.\*': "),
+    (r"\Z", WITH.replace('key = "f"', "regex = 'f = .*'"), r"13: result 'f': the regex has no group"),
+]
+
+
+class WrongProblems(Case):
+    def testEveryFaultIsNamed(self):
+        self.write("t.in", "first\n{{lenght}}\n")
+        self.assertGreaterEqual(len(WRONG), 30)
+        self.assertEqual(tarnix("solve", "-q", self.write("p.toml", PLAIN)).returncode, 0)
+        kept = (self.dir / "p.history.jsonl").read_text()
+        for pattern, by, message in WRONG:
+            with self.subTest(message=message):
+                file = self.write("p.toml", re.sub(pattern, by, PLAIN, count=1))
+                for command in ("check", "solve"):
+                    run = tarnix(command, file)
+                    self.assertEqual((run.returncode, run.stdout), (2, ""), run.stderr)
+                    self.assertRegex(run.stderr, r"p\.toml:?" + message)
+        self.assertEqual((self.dir / "p.history.jsonl").read_text(), kept)
+        # Several at once, in the order of lines.
+        file = self.write("p.toml", PLAIN.replace("upper = 4", "uper = 4").replace("q = ", "q = 1 #"))
+        self.assertEqual([int(n) for n in re.findall(r"p\.toml:(\d+)", tarnix("check", file).stderr)],
+                         [2, 2, 3, 3])
+        for words, message in [(["check", self.dir / "none.toml"], "none.toml: no such file"),
+                               (["check", self.dir], "cannot be read"),
+                               (["solve"], "FILE is required"), (["solve", file, "-j0"], "--jobs"),
+                               (["sovle", file], ""), ([], "subcommand is required")]:
+            run = tarnix(*words)
+            self.assertEqual(run.returncode, 2)
+            self.assertIn(message, run.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main()
