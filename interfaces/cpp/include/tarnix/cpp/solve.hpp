@@ -124,7 +124,7 @@ class Solver {
     } catch (const EndSolve& end) {
       stage.reason = end.reason;
       stage.status = 0;
-      stage.meaning = std::string("ended early: ") + name(end.reason);
+      stage.meaning = "ended early";
       stage.end = bestSoFar(stage.settings.x);
       goOn = false;
     }
@@ -228,9 +228,9 @@ class Solver {
     // The point is at least as good as any of the stages' ends.
     result_.success = result_.feasible && std::any_of(result_.stages.begin(), result_.stages.end(),
                                                       [&](const Stage& s) { return proper(s); });
+    if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
     if (evaluator_.best() && evaluator_.feasible(*evaluator_.best()))
       result_.best = evaluator_.best();
-    if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
     result_.evaluations = evaluator_.evaluations();
     result_.seconds = evaluator_.seconds();
     result_.advice = Advice(result_, o_, evaluator_).text();
