@@ -1,5 +1,6 @@
-// Whatever the callback does and whatever stands in the settings: a solve ends within its number of
-// evaluations, writes nothing outside its arrays, and gives the work storage back.
+// Whatever the callback does and whatever stands in the settings: a solve by either method ends
+// within its number of evaluations, writes nothing outside its arrays, and gives the work storage
+// back.
 
 #include <atomic>
 #include <cmath>
@@ -8,13 +9,24 @@
 #include <stdexcept>
 #include <thread>
 
+#include "grg/line_search.h"
 #include "sqp/solve.h"
 
 using namespace support;
 
 namespace {
 
-class SqpRobustness : public Library {};
+struct Method {
+  const char* name;
+  decltype(VRK_sqp)* solve;
+  std::vector<int32_t> endings;
+  int32_t stopped;        // of these
+  int gradients, search;  // gradients and evaluations of the search in an iteration, at most
+  VRK_analysis endless;
+
+  friend std::ostream& operator<<(std::ostream& out, const Method& m) { return out << m.name; }
+};
+class Robustness : public Library, public testing::WithParamInterface<Method> {};
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -60,28 +72,66 @@ const struct {
     {"x 1e308", [](const Call& c) { c.sound(), std::fill_n(c.x, c.n, 1e308); }, false},
 };
 
-void runSpoilt(int n, int m1, int m2, int32_t maxIter, Spoil spoil, double farthest) {
+struct Endless {
+  std::atomic<int> calls = 0;
+  int32_t iteration = 0;
+  double value = 0.0;
+};
+
+// A merit value that is not a number is refused for ever.
+void refused(void* user, double*, double* value, double*, double*) {
+  ++static_cast<Endless*>(user)->calls;
+  *value = nan;
+}
+
+// Each trial is better than all before it; the slope, at an iteration's first call, changes its
+// sign.
+void falling(void* user, double*, double* value, double*, double*) {
+  auto& state = *static_cast<Endless*>(user);
+  ++state.calls;
+  const int32_t k = VRK_get_nIter();
+  *value = k != state.iteration ? state.value + (k % 2 ? 1e-4 : -1e-4) : --state.value;
+  state.iteration = k;
+}
+
+const Method methods[] = {
+    {"Sqp", VRK_sqp, {1, 2, 4, 5, 6, 7, 8, 9}, 8, 1, 6, refused},
+    {"Grg",
+     VRK_grg,
+     {1, 2, 3, 4, 5, 6, 8, 10, 11, 12},
+     12,
+     2,
+     tarnix::LineSearch::maxEvaluations,
+     falling},
+};
+INSTANTIATE_TEST_SUITE_P(Methods, Robustness, testing::ValuesIn(methods),
+                         testing::PrintToStringParamName());
+
+void runSpoilt(const Method& method, int n, int m1, int m2, int32_t maxIter, Spoil spoil,
+               double farthest) {
   Solve solve(Values(static_cast<std::size_t>(n), 0.25), m1, m2, nullptr);
   solve.host.fill = [&](double* x, double* f, double* h, double* g) {
     for (int i = 0; i < n; ++i) EXPECT_TRUE(farthest == infinity || std::fabs(x[i]) <= farthest);
     spoil({n, m1, m2, static_cast<int>(solve.host.calls.size()), x, f, h, g});
   };
-  const int32_t status = solve.run(maxIter);
-  EXPECT_TRUE(status >= 1 && status <= 9 && status != 3) << status;
-  EXPECT_LE(VRK_get_nFunEval(), 2 + std::max(maxIter, 0) * (2 * n + 6));
+  const int32_t status = solve.run(maxIter, method.solve);
+  EXPECT_EQ(1, std::count(method.endings.begin(), method.endings.end(), status)) << status;
+  EXPECT_LE(VRK_get_nFunEval(),
+            2 + std::max(maxIter, 0) * (method.gradients * 2 * n + method.search));
   EXPECT_EQ(0, VRK_settings.dblStorageUsed);
 }
 
-TEST_F(SqpRobustness, BadCallbacks) {
-  const auto silence = captured([] {
+TEST_P(Robustness, BadCallbacks) {
+  const auto silence = captured([&] {
     for (const auto& s : spoilers)
       for (const int n : {0, 1, 2, 30, 100})
-        for (const int method : {1, 2})
+        for (const int differences : {1, 2})
           for (const int m : {0, 2}) {
-            SCOPED_TRACE(testing::Message() << s.name << ", n " << n << ", method " << method);
+            SCOPED_TRACE(testing::Message()
+                         << s.name << ", n " << n << ", differences " << differences);
             VRK_setDefaults();
-            VRK_set_diffMeth(method);
-            runSpoilt(n, m / 2, m, 6, s.spoil, s.leavesX ? 1.001 : infinity);
+            VRK_set_diffMeth(differences);
+            runSpoilt(GetParam(), n, m / 2, m, 6, s.spoil, s.leavesX ? 1.001 : infinity);
             EXPECT_EQ(0, VRK_settings.intStorageUsed);
             EXPECT_EQ(0, VRK_settings.errorFlag);
           }
@@ -90,7 +140,7 @@ TEST_F(SqpRobustness, BadCallbacks) {
 }
 
 // After an exception at any evaluation the marks stand as before, and a sound solve has its bits.
-TEST_F(SqpRobustness, ExceptionAtEachEvaluation) {
+TEST_P(Robustness, ExceptionAtEachEvaluation) {
   int throwAt = 0, calls = 0;
   const auto run = [&](int at) {
     throwAt = at, calls = 0;
@@ -98,7 +148,7 @@ TEST_F(SqpRobustness, ExceptionAtEachEvaluation) {
       if (++calls == throwAt) throw std::runtime_error("analysis");
       Call{2, 1, 2, calls, x, f, h, g}.sound();
     });
-    EXPECT_EQ(1, solve.run());
+    EXPECT_EQ(1, solve.run(50, GetParam().solve));
     return solve.x.values();
   };
   const Values expected = run(0);
@@ -113,24 +163,21 @@ TEST_F(SqpRobustness, ExceptionAtEachEvaluation) {
   }
 }
 
-TEST_F(SqpRobustness, StopFromAnotherThread) {
-  std::atomic<int> calls = 0;
+TEST_P(Robustness, StopFromAnotherThread) {
+  Endless state;
   std::thread other([&] {
-    while (calls < 1000) std::this_thread::yield();
+    while (state.calls < 1000) std::this_thread::yield();
     VRK_set_stop(1);
   });
-  // A merit value that is not a number is refused for ever.
-  const auto refuse = [](void* count, double*, double* value, double*, double*) {
-    ++*static_cast<std::atomic<int>*>(count);
-    *value = nan;
-  };
   Doubles x{0.5}, f(1), l{-1}, u{1};
-  EXPECT_EQ(8, VRK_sqp(INT32_MAX, 1, x, l, u, 0, 0, refuse, &calls, f));
+  const Method& method = GetParam();
+  EXPECT_EQ(method.stopped, method.solve(INT32_MAX, 1, x, l, u, 0, 0, method.endless, &state, f));
+  state.calls = 1000;
   other.join();
-  EXPECT_LT(100, VRK_get_nIter());
+  EXPECT_LT(15, VRK_get_nIter());
 }
 
-TEST_F(SqpRobustness, RandomSettings) {
+TEST_P(Robustness, RandomSettings) {
   std::mt19937 random(20240611);
   const auto below = [&](std::size_t limit) { return static_cast<int>(random() % limit); };
   const double odd[] = {0.0,   -0.0,  -1e-3, -1.0, nan,  infinity, -infinity, 1e-300,
@@ -138,8 +185,10 @@ TEST_F(SqpRobustness, RandomSettings) {
   for (int trial = 0; trial < 3000; ++trial) {
     SCOPED_TRACE(trial);
     VRK_setDefaults();
-    for (double* setting : {&VRK_settings.convTol, &VRK_settings.diffPert, &VRK_settings.zeroTol,
-                            &VRK_settings.bigValue, &VRK_settings.maxStepNorm})
+    for (double* setting :
+         {&VRK_settings.convTol, &VRK_settings.diffPert, &VRK_settings.zeroTol,
+          &VRK_settings.bigValue, &VRK_settings.maxStepNorm, &VRK_settings.convTolGrg,
+          &VRK_settings.grgParam1, &VRK_settings.grgSearchParam1, &VRK_settings.grgSearchParam2})
       if (below(3) == 0) *setting = odd[below(std::size(odd))];
     VRK_settings.diffMethod = below(4) - 1;
     VRK_settings.printLevel = below(6) - 1;
@@ -147,7 +196,7 @@ TEST_F(SqpRobustness, RandomSettings) {
     if (below(8) == 0) VRK_settings.intStorageCapacity = below(60) - 10;
     const int n = below(6), m1 = below(4), m2 = below(4), maxIter = below(25) - 1;
     const Spoil spoil = spoilers[below(2) ? 0 : below(std::size(spoilers))].spoil;
-    captured([&] { runSpoilt(n, m1, m2, maxIter, spoil, infinity); });
+    captured([&] { runSpoilt(GetParam(), n, m1, m2, maxIter, spoil, infinity); });
   }
 }
 

@@ -27,8 +27,8 @@ struct Solve {
     std::fill(lower.begin(), lower.end(), -1.0);
     std::fill(upper.begin(), upper.end(), 1.0);
   }
-  int32_t run(int32_t maxIter = 50) {
-    return VRK_sqp(maxIter, n, x, lower, upper, m1, m2, Recorder::analysis, &host, f);
+  int32_t run(int32_t maxIter = 50, decltype(VRK_sqp)* method = VRK_sqp) {
+    return method(maxIter, n, x, lower, upper, m1, m2, Recorder::analysis, &host, f);
   }
 };
 
