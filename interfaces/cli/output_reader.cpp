@@ -105,10 +105,10 @@ std::vector<double> OutputReader::read(const std::filesystem::path& directory,
     double value = 0;
     if (!any) reason = "result '" + result.name + "': " + wanted + where;
     else if (!number(found, value))
-      reason = "result '" + result.name + "': '" + found.substr(0, 40) + "' in " + where +
+      reason = "result '" + result.name + "': '" + printable(found.substr(0, 40)) + "' in " + where +
                " is not a number";
     else if (!std::isfinite(value))
-      reason = "result '" + result.name + "' is not finite: '" + found.substr(0, 40) + "'";
+      reason = "result '" + result.name + "' is not finite: '" + printable(found.substr(0, 40)) + "'";
     if (!reason.empty()) return {};
     values.push_back(value);
   }

@@ -134,7 +134,7 @@ std::string Simulator::lastErrorLine(const Run& run) const {
   if (!readFile(run.directory / "stderr.txt", content)) return {};
   while (!content.empty() && (content.back() == '\n' || content.back() == '\r')) content.pop_back();
   last = content.substr(content.find_last_of('\n') + 1).substr(0, 200);
-  return last.empty() ? "" : "; it says: " + last;
+  return last.empty() ? "" : "; it says: " + printable(last);
 }
 
 void Simulator::leaveDirectory(const Run& run, bool succeeded) const {

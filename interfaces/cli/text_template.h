@@ -36,7 +36,10 @@ class TextTemplate {
   std::size_t numberCount;
 };
 
-// Whole content of a file; empty when it cannot be read.
+// A text of a foreign program, fit for a message: what is neither plain nor whole UTF-8 becomes '?'.
+std::string printable(std::string text);
+
+// Whole content of a file; false when it cannot be read.
 bool readFile(const std::filesystem::path& path, std::string& content);
 
 }  // namespace tarnix::cli
