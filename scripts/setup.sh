@@ -90,6 +90,13 @@ install_missing() {
 need required cmake has_cmake
 need required ninja-build has_builder
 
+# Of the program tarnix; without them everything else is built.
+need optional libcli11-dev has_header CLI/CLI.hpp
+need optional libtomlplusplus-dev has_header toml++/toml.h
+need optional libmuparser-dev has_header muParser.h
+need optional nlohmann-json3-dev has_header nlohmann/json.hpp
+need optional python3 have python3 # its tests, and one of the examples
+
 # --- Building --------------------------------------------------------------------------------
 jobs() { nproc 2>/dev/null || echo 2; }
 
