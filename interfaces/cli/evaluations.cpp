@@ -99,6 +99,8 @@ void Evaluations::foresee(std::span<const double> x) {
     return;
   }
   if (place == expected.end()) {
+    // The base of a pass may be asked for again in between, which costs nothing.
+    if (known.count(keyOf(x))) return;
     // Foreseen but for the last bits: this one is lost, the others of the pass may still be right.
     place = std::find_if(expected.begin(), expected.end(),
                          [&](const auto& other) { return prediction.close(other, x); });

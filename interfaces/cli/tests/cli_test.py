@@ -172,7 +172,7 @@ class Parallel(Case):
         self.write("simulator.sh", SIMULATOR)
         for method, differences, inside, wasted in [
                 ("sqp", "forward", "false", 0), ("sqp", "central", "true", 0),
-                ("grg", "forward", "false", 0), ("grg", "central", "true", 8)]:
+                ("grg", "forward", "false", 0), ("grg", "central", "true", 4)]:
             with self.subTest(method=method, differences=differences, inside=inside):
                 file = self.write("p.toml", PROBLEM + f"""[options]
                     method = "{method}"\ndifferences = "{differences}"\ninside_bounds = {inside}\n""")
