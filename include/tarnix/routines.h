@@ -826,15 +826,14 @@ VRK_API void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const 
 VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s,
                     const double* r);
 
-/* Inverse of a given Jacobian, bordered in its own order without pivoting: an order in which a
- * leading block is singular fails although JAC as a whole may not be. A failure prints "ERROR IN
+/* Inverse of a given Jacobian by elimination with row interchanges. A failure prints "ERROR IN
  * GRGIJI, SINGULAR" when printLevel > 0 and leaves XJINV unfinished.
  *   ld        in    leading dimension of JAC and XJINV, ld >= k
  *   k         in    order; below 1 only singular is set
  *   JAC       in    (ld, k) matrix
  *   XJINV     out   (ld, k) its inverse
  *   singular  out   logical: a pivot with |delta| <= zeroTol
- *   w, y      work  (k) each
+ *   w, y      work  (k) each; y is not touched
  * GRSINV takes w and y from the work storage: 2k + 1 doubles. Its refusal sets singular. */
 VRK_API void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
                     int32_t* singular, double* w, double* y);
@@ -1116,7 +1115,7 @@ VRK_API void GRGINT(const double* s0, const double* g0, const double* s1, const 
  *   n                    in      number of variables
  *   G, colMap            in      (n, .) gradients, (m) column of each function, 0 none
  *   d                    in      (n) direction of unit length
- *   nTrak, MTRAK         in/out  (nTrak + nActive) constraints that are held; new ones are appended
+ *   nTrak, MTRAK         out     (nActive) constraints that are held
  *   LTRAK                in/out  (m) 1 is set for each of them, the rest left as it is
  *   hessReset            in/out  -1 is set, or left as it is */
 VRK_API void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n,

@@ -28,6 +28,10 @@ struct BasisChoice {
     int r = 1;
     while (r <= basis.rows.count()) {
       const int32_t c = basis.rows(r);
+      if (candidates() == 0 || basis.nDep >= basis.ld) {  // nothing left to hold it with
+        dropRow(r);
+        continue;
+      }
       scoreCandidates(c);
       sortCandidates();
       switch (placeRow(c)) {
@@ -70,7 +74,6 @@ struct BasisChoice {
 
   Placed placeRow(int32_t c) {
     const int k = basis.nDep;
-    if (k >= basis.ld) return Placed::junk;  // no room for another row
     for (int failures = 0; failures < candidates(); ++failures) {
       const int32_t v = *firstCandidate();
       for (int i = 1; i <= k; ++i) work.u[i - 1] = gradients(v, basis.rows(i));
@@ -120,6 +123,21 @@ void replaceColumn(MatrixView B, int j, const double* column, double* w) {
       if (i != j) B(i, l) -= w[i - 1] * scaled;
     B(j, l) = scaled;
   }
+}
+
+// One step of an inversion in place: row p becomes row c, and its pivot is divided out.
+void eliminate(MatrixView B, int c, int p) {
+  const int k = B.rows();
+  for (int j = 1; j <= k; ++j) std::swap(B(c, j), B(p, j));
+  const double d = 1.0 / B(c, c);
+  for (int j = 1; j <= k; ++j) {
+    if (j == c) continue;
+    const double t = B(c, j) * d;
+    for (int i = 1; i <= k; ++i)
+      if (i != c) B(i, j) -= B(i, c) * t;
+    B(c, j) = t;
+  }
+  for (int i = 1; i <= k; ++i) B(i, c) = i == c ? d : (0.0 - d) * B(i, c);
 }
 
 }  // namespace
@@ -212,16 +230,25 @@ bool borderInverse(int k, double corner, const double* z, const double* u, doubl
   return true;
 }
 
-bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, double* w, double* y) {
+bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, double* w) {
   const ConstMatrix J{jacobian, ld, k, k};
-  for (int r = 1; r <= k; ++r) {
-    // The new row has the stride of the matrix: it is gathered in the corner's free column.
-    double* row = inverse + static_cast<std::ptrdiff_t>(r - 1) * ld;
-    for (int j = 1; j < r; ++j) row[j - 1] = J(r, j);
-    if (!borderInverse(r - 1, J(r, r), row, J.column(r), inverse, ld, w, y)) {
+  const MatrixView B{inverse, ld, k, k};
+  for (int j = 1; j <= k; ++j) std::copy_n(J.column(j), k, B.column(j));
+  for (int c = 1; c <= k; ++c) {
+    const double* column = B.column(c);
+    const auto larger = [](double a, double b) { return std::fabs(a) < std::fabs(b); };
+    const int p = static_cast<int>(std::max_element(column + c - 1, column + k, larger) - column) + 1;
+    if (!isPivot(B(p, c))) {
       if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
       return false;
     }
+    w[c - 1] = p;
+    eliminate(B, c, p);
+  }
+  // The row interchanges come back as column interchanges of the inverse, the last one first.
+  for (int c = k; c >= 1; --c) {
+    const int p = static_cast<int>(w[c - 1]);
+    if (p != c) std::swap_ranges(B.column(c), B.column(c) + k, B.column(p));
   }
   return true;
 }

@@ -51,9 +51,10 @@ struct BasisScratch {
 [[nodiscard]] bool borderInverse(int k, double corner, const double* z, const double* u,
                                  double* inverse, int ld, double* w, double* y);
 
-// The inverse of a given basis, bordered in its order. False at a pivot within zeroTol of zero.
+// The inverse of a given basis, by elimination with row interchanges. False, with its message, at a
+// pivot within zeroTol of zero. w: work of length k.
 [[nodiscard]] bool invertJacobian(int k, const double* jacobian, double* inverse, int ld,
-                                  double* w, double* y);
+                                  double* w);
 
 // One Newton correction of the dependent variables from the values f at x, held within the box.
 void correctDependents(const Basis& basis, const double* f, Box box, double* x);

@@ -49,7 +49,8 @@ void screen(int inequalities, const double* f, Classification& lists) {
     for (int j = i + 1; j <= count; ++j)
       if (f[kept(j) - 1] > f[kept(i) - 1]) kept.replaceAt(i, kept(j));
   const int active = lists.activeTotal;
-  const double share = std::clamp((count - active) * settings.grgParam1, -1.0 * count, 1.0 * count);
+  const double wanted = (count - active) * settings.grgParam1;
+  const double share = std::isnan(wanted) ? 0.0 : std::clamp(wanted, -1.0 * count, 1.0 * count);
   kept.truncate(std::clamp(active + static_cast<int>(share), 0, count));
 }
 

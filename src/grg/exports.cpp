@@ -171,9 +171,9 @@ void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s, c
 }
 
 void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
-            int32_t* singular, double* w, double* y) {
+            int32_t* singular, double* w, double* /*y*/) {
   *singular = logicalFalse;
-  *singular = toLogical(!invertJacobian(*k, JAC, XJINV, *ld, w, y));
+  *singular = toLogical(!invertJacobian(*k, JAC, XJINV, *ld, w));
 }
 
 void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
@@ -234,6 +234,7 @@ void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, 
            const int32_t* k, const double* xBase, const double* xPrev, const double* tBase,
            const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
            int32_t* iter) {
+  *converged = logicalFalse;
   WorkFrame frame;
   if (!claimDoubles(frame, 2 * cellCount(*nRows) + 1)) return;
   double* dx = frame.carve(*nRows);
@@ -384,6 +385,7 @@ void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n,
             const int32_t* colMap, const double* d, int32_t* nTrak, int32_t* MTRAK,
             int32_t* LTRAK, int32_t* hessReset) {
   IndexList binding{MTRAK, *nTrak};
+  binding.clear();
   if (trackBinding({activeList, *nActive}, *n, {*n, G, colMap}, d, binding, LTRAK))
     *hessReset = logicalTrue;
 }

@@ -177,8 +177,9 @@ bool Saturation::holdWithStepLength(int c, bool& singular) {
   basis.rows.append(c);
   const bool held = restore(k + 1, k) && step >= 0.0;
   basis.rows.removeAt(k + 1);
-  if (held) p.hold(c);
-  return rebuildMatrices() && held;
+  if (!rebuildMatrices() || !held) return false;
+  p.hold(c);
+  return true;
 }
 
 // Constraint c may follow from the rows that are held: then the step can stand once these have been
@@ -316,7 +317,7 @@ bool Saturation::restore(int rows, int nDep) {
 // Jacobian and inverse of the basis anew from the gradients, after a restoration has spoilt them.
 bool Saturation::rebuildMatrices() {
   p.basis.fillJacobian(p.gradients);
-  return invertJacobian(p.basis.nDep, p.basis.jacobian, p.basis.inverse, p.basis.ld, w_, y_);
+  return invertJacobian(p.basis.nDep, p.basis.jacobian, p.basis.inverse, p.basis.ld, w_);
 }
 
 }  // namespace tarnix
