@@ -66,6 +66,10 @@ int main(void) {
   for (size_t i = 0; i < sizeof functions / sizeof functions[0]; ++i)
     expect(functions[i].function != NULL, functions[i].name);
   EXPECT(strcmp(VRK_VERSION_STRING, TARNIX_VERSION) == 0);
+  char version[32];
+  snprintf(version, sizeof version, "%d.%d.%d", VRK_VERSION_MAJOR, VRK_VERSION_MINOR,
+           VRK_VERSION_PATCH);
+  EXPECT(strcmp(version, TARNIX_VERSION) == 0);
 
   const VRK_Settings zero = {0};
   EXPECT(memcmp(&VRK_settings, &zero, sizeof zero) == 0);
