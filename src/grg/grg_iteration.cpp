@@ -56,7 +56,6 @@ class GrgIteration {
 
   // Whatever ends the solve, the caller's f is what the analysis gave.
   int32_t run(int maxIter) {
-    if (!claimLists()) return unfinished;
     const int32_t status = iterate(maxIter);
     target.undoNegation(p.f);
     return status;
@@ -69,6 +68,7 @@ class GrgIteration {
       if (stopRequested()) return stopped;
       if (tracing(1)) traceStart(k);
       chooseObjective();
+      if (k == 1 && !claimLists()) return unfinished;
       if (const int32_t end = direct()) return end;
       if (settings.errorFlag) return unfinished;
       if (const int32_t end = testDirection()) return end;

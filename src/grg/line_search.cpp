@@ -78,6 +78,7 @@ bool SearchStorage::claim(int n, int m, int satisfied, int active) {
 }
 
 SearchEnd LineSearch::run() {
+  reset_ = trackBinding(active, p.n, p.gradients, d, p.binding, p.tracked);
   if (!claimWork() || !prepareBasis()) return SearchEnd::storage;
   start();
   for (trial_ = 1; trial_ <= maxTrials; ++trial_) {
@@ -95,7 +96,7 @@ SearchEnd LineSearch::run() {
     }
     tryPoint();
     if (!saturate()) {
-      if (tracing(2)) trace::message("TERMINATE: GRGSAT");
+      if (tracing(2) && !settings.errorFlag) trace::message("TERMINATE: GRGSAT");
       break;
     }
     recordTrial();
@@ -120,7 +121,6 @@ bool LineSearch::claimWork() {
 
 // The point at step 0 and the tangent have room of their own.
 bool LineSearch::prepareBasis() {
-  reset_ = trackBinding(active, p.n, p.gradients, d, p.binding, p.tracked);
   if (!chooseBasis(p.satisfied, p.binding.view(), p.x, p.box, p.gradients, d, p.basis,
                    {scratch_[0], scratch_[1], scratch_[2]}))
     return false;
@@ -457,7 +457,7 @@ void LineSearch::keepTrial() {
 SearchEnd LineSearch::leaveAtBest(SearchEnd end) {
   std::copy_n(work.bestX, p.n, p.x);
   std::copy_n(work.bestF, p.m, p.f);
-  if (tracing(2)) {
+  if (tracing(2) && end != SearchEnd::storage) {
     trace::vector("BSTDV", {p.x, p.n});
     trace::vector("BSTDF", {p.f, p.m});
   }

@@ -94,16 +94,20 @@ void Saturation::takeUp(const Crossing& crossing) {
   evaluateHere();
   bool singularAgain = true;
   if (holdWithStepLength(c, singularAgain)) return;
-  if (singular && singularAgain && impliedByHeldRows(c, uncut)) {
+  const bool noPivot = singular && singularAgain;
+  if (noPivot && impliedByHeldRows(c, uncut)) {
     second = endedBefore;
     return;
   }
+  if (terminate) return;  // its restoration has said so
+  fail(noPivot ? "SINGULAR JACOBIAN DURING AUGMENT" : "CONVERGE FAIL, GRGNR, NEW CONSTRAINT");
+}
+
+// Ends the search. Exhausted storage has had its message, and nothing else is to be said.
+void Saturation::fail(std::string_view reason) {
   terminate = true;
-  if (!tracing(1)) return;
-  if (singular && singularAgain)
-    trace::message("SINGULAR JACOBIAN DURING AUGMENT");
-  else
-    trace::message("CONVERGE FAIL, GRGNR, NEW CONSTRAINT");
+  if (settings.errorFlag || !tracing(1)) return;
+  trace::message(reason);
   trace::message("FEASIBILITY FAILED IN GRGSAT");
 }
 
@@ -230,11 +234,7 @@ void Saturation::exchangeAtBound() {
   if (step > 0.0) p.x[leaving - 1] = bound;
   evaluateHere();
   if (step <= 0.0) return;
-  if (restore(k, k)) return;
-  terminate = true;
-  if (!tracing(1)) return;
-  trace::message("CONVERGE FAIL, GRGNR");
-  trace::message("FEASIBILITY FAILED IN GRGSAT");
+  if (!restore(k, k)) fail("CONVERGE FAIL, GRGNR");
 }
 
 // ---- the step as it is ---------------------------------------------------------------------------
@@ -258,16 +258,13 @@ void Saturation::restoreOrShorten() {
   for (;;) {
     const bool converged = restore(p.basis.nDep, p.basis.nDep);
     if (converged && (restorationIterations > 0 || feasible())) return;
-    if (settings.errorFlag) return void(terminate = true);
+    if (settings.errorFlag) break;
     if (halvings_ == maxHalvings || !rebuildMatrices()) break;
     ++halvings_;
     moveTo(0.5 * (reference.step + step));
     evaluateHere();
   }
-  terminate = true;
-  if (!tracing(1)) return;
-  trace::message("CONVERGE FAIL, GRGNR");
-  trace::message("FEASIBILITY FAILED IN GRGSAT");
+  fail("CONVERGE FAIL, GRGNR");
 }
 
 // ---- shared steps --------------------------------------------------------------------------------

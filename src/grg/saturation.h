@@ -2,6 +2,8 @@
 // What becomes of a trial step: it stands as it is, or it is cut back at the first inequality that it
 // violates or the first bound that a dependent variable reaches, and feasibility is restored there.
 
+#include <string_view>
+
 #include "api/work_storage.h"
 #include "eval/evaluation.h"
 #include "grg/basis.h"
@@ -82,6 +84,7 @@ struct Saturation {
   bool findCrossing(Crossing& first);
   bool interpolate(int c, Crossing& first);
   void takeUp(const Crossing& crossing);
+  void fail(std::string_view reason);
   bool holdWithNewDependent(int c, bool& singular);
   bool holdWithStepLength(int c, bool& singular);
   bool impliedByHeldRows(int c, double length);

@@ -166,9 +166,9 @@ TEST_F(BasisTest, BorderingAndUpdateByHand) {
     expectClaim(5, [&] { GRSINV(by(3), by(2), J.data(), (K = start).data(), &failed); });
     EXPECT_TRUE(K == B && failed == 0);
   }
-  Values exchange{0, 1, o, 1, 0, o}, same(6, o);
+  Values exchange{0, 1, o, 1, 0, o}, same(6, o), work(2);
   int32_t failed = 7;
-  GRSINV(by(3), by(2), exchange.data(), same.data(), &failed);
+  GRGINV(by(3), by(2), exchange.data(), same.data(), &failed, work.data(), work.data());
   EXPECT_TRUE(same == exchange && failed == 0) << "rows are interchanged";
 
   const double s[] = {1, 2}, r[] = {5, 10};  // s's = 5
