@@ -43,10 +43,10 @@ bool PassPrediction::near(std::size_t i, double a, double b) const {
                                     std::max(std::abs(lower[i]), std::abs(upper[i]));
 }
 
-// What leaves the box by rounding only is put back on its bound before a design is asked for.
+// What is on a bound up to rounding is put there before a design is asked for.
 double PassPrediction::clipped(std::size_t i, double physical) const {
-  if (physical < lower[i] && near(i, physical, lower[i])) return lower[i];
-  if (physical > upper[i] && near(i, physical, upper[i])) return upper[i];
+  if (near(i, physical, lower[i])) return lower[i];
+  if (near(i, physical, upper[i])) return upper[i];
   return physical;
 }
 
@@ -99,7 +99,7 @@ Points PassPrediction::after(std::span<const double> design, bool foreseen) {
   const double step = VRK_settings.diffPert * half(0);
   const bool outsideCore = VRK_settings.nFunEval == lastCount;  // the core counts before it asks
   lastCount = VRK_settings.nFunEval;
-  if (foreseen) return {};  // a step of a pass, and no base of another
+  if (foreseen) return {};
 
   Points predicted;
   for (std::size_t k = 0; k < recent.size() && predicted.empty(); ++k) {
@@ -116,13 +116,14 @@ Points PassPrediction::after(std::span<const double> design, bool foreseen) {
     const bool inner = keepInside && base[0] + step > upper[0] && near(0, x[0], base[0] - step);
     if (predicted.empty() && (forward || inner)) predicted = corePass(x, base);
   }
+  if (!predicted.empty()) return predicted;  // a step of a pass, and no base of another
   if (recent.size() < recentPoints) {
     recent.push_back(x);
   } else {
     recent[oldest] = x;
     oldest = (oldest + 1) % recentPoints;
   }
-  return predicted;
+  return {};
 }
 
 Points PassPrediction::corePass(const Vector& first, const Vector& base) const {
@@ -169,7 +170,8 @@ void PassPrediction::addAsked(const Vector& asked, std::size_t stepped, Points& 
   const bool above = x[stepped] > upper[stepped], below = x[stepped] < lower[stepped];
   if (!keepInside || (!above && !below)) return add(x[stepped]);
   const double size = half(stepped) * VRK_settings.diffPert, step = above ? size : -size;
-  const double base = std::min(std::max(x[stepped] - step, lower[stepped]), upper[stepped]);
+  const double base =
+      clipped(stepped, std::min(std::max(x[stepped] - step, lower[stepped]), upper[stepped]));
   add(base - step);
   if (VRK_settings.diffMethod != 1) add(base - 2 * step);
 }
