@@ -5,6 +5,7 @@
 
 #include "api/settings.h"
 #include "api/work_storage.h"
+#include "base/ordered_dot.h"
 #include "eval/gradients.h"
 #include "grg/classification.h"
 #include "grg/line_search.h"
@@ -256,10 +257,9 @@ class GrgIteration {
 
   // ---- convergence -----------------------------------------------------------------------------
   int32_t testDirection() {
-    double square = 0.0, derivative = 0.0;
-    for (int i = 0; i < n; ++i) square += a.d[i] * a.d[i];
-    for (int i = 0; i < n; ++i) derivative += a.gObj[i] * a.d[i];
-    length = std::sqrt(square);
+    const ConstVector d{a.d, n};
+    const double derivative = orderedDot({a.gObj, n}, d);
+    length = std::sqrt(orderedDot(d, d));
     if (tracing(2))
       trace::message(Line("DIRECT DERIV ")
                          .real(derivative, 14, 5)

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "api/settings.h"
+#include "base/ordered_dot.h"
 #include "base/parabola.h"
 #include "trace/trace.h"
 
@@ -29,12 +30,8 @@ bool trackBinding(ConstIndex active, int n, const Gradients& gradients, const do
   for (const int32_t c : active) {
     if (!gradients.has(c)) continue;
     const double* a = gradients.of(c);
-    double along = 0.0, square = 0.0;
-    for (int i = 0; i < n; ++i) {
-      along += a[i] * d[i];
-      square += a[i] * a[i];
-    }
-    const double length = std::sqrt(square);
+    const double along = orderedDot({a, n}, {d, n});
+    const double length = std::sqrt(orderedDot({a, n}, {a, n}));
     const double cosine = length >= settings.zeroTol ? along / length : along;
     if (!(cosine >= oneDegree)) continue;
     binding.append(c);
@@ -280,8 +277,7 @@ void LineSearch::start() {
   bestObjective_ = objective();
   pairs_[0] = {0.0, bestObjective_};
   pairCount_ = 1;
-  slope_ = 0.0;
-  for (int i = 0; i < p.n; ++i) slope_ += gObj[i] * d[i];
+  slope_ = orderedDot({gObj, p.n}, {d, p.n});
   step_ = std::min(settings.grgSearchParam1, carried);
 }
 

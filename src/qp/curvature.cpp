@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "api/settings.h"
+#include "base/ordered_dot.h"
 #include "trace/trace.h"
 
 namespace tarnix {
@@ -13,12 +14,6 @@ namespace {
 constexpr double negligible = 1e-6f;
 constexpr double dampingTrigger = 0.2f;
 constexpr double dampingFactor = 0.8f;
-
-double orderedDot(ConstVector a, ConstVector b) {
-  double sum = 0.0;
-  for (int i = 1; i <= a.size(); ++i) sum += a(i) * b(i);
-  return sum;
-}
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "api/settings.h"
+#include "base/ordered_dot.h"
 #include "base/parabola.h"
 #include "eval/evaluation.h"
 #include "eval/gradients.h"
@@ -23,12 +24,6 @@ constexpr double shrinkTrigger = 0.1f;
 constexpr double shrinkFactor = 0.1;  // Kept: the reduction takes the double, its test the single
 constexpr double growthLimit = 0.9;
 constexpr int maxTrials = 5;
-
-double sum(ConstVector a, ConstVector b) {
-  double total = 0.0;
-  for (int i = 1; i <= a.size(); ++i) total += a(i) * b(i);
-  return total;
-}
 
 class SqpIteration {
  public:
@@ -179,7 +174,7 @@ class SqpIteration {
   // ---- convergence ---------------------------------------------------------------------------
   bool converged() {
     const double tol = settings.convTol;
-    derivative = sum({a.gObj, n}, d);
+    derivative = orderedDot({a.gObj, n}, d);
     bool violated = false;
     for (int i = 1; i <= mc; ++i)
       if ((i <= mi ? value(i) : std::fabs(value(i))) > tol) violated = true;
@@ -193,7 +188,7 @@ class SqpIteration {
 
   void clipDirection() {
     const double limit = settings.maxStepNorm;
-    const double norm = std::sqrt(sum(d, d));
+    const double norm = std::sqrt(orderedDot(d, d));
     if (!(norm > limit)) return;
     for (double& di : d) di = di * limit / norm;
     if (tracing(2)) trace::message("Clipping Search Vector");
@@ -210,7 +205,7 @@ class SqpIteration {
     // Kept: an equality adds its derivative whatever the sign of its value.
     slope = derivative;
     for (int i = 1; i <= mc; ++i)
-      if (i > mi || value(i) > 0.0) slope += a.weight[i - 1] * sum(gradient(i), d);
+      if (i > mi || value(i) > 0.0) slope += a.weight[i - 1] * orderedDot(gradient(i), d);
   }
 
   // f + sum w max(0, g) + sum w |h|. A value that is not a number makes the merit one.
