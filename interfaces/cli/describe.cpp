@@ -63,8 +63,14 @@ std::string describe(Setup& setup, const Places& places, bool run) {
   std::vector<double> values(setup.model->size(), std::nan(""));
   const bool known = run || !setup.simulator;
   if (known) {
-    if (setup.simulator) setup.simulator->open(places.runs);
+    const std::filesystem::path trial = places.runs / "check";
+    std::error_code ignored;
+    if (setup.simulator) {
+      std::filesystem::remove_all(trial, ignored);
+      setup.simulator->open(trial);
+    }
     values = Evaluations(problem, *setup.model, setup.simulator.get(), nullptr, 1).at(start);
+    if (setup.simulator) std::filesystem::remove(trial, ignored);  // unless a run is kept there
   }
   const auto shown = [&](double value) { return known ? rounded(value) : std::string(); };
 

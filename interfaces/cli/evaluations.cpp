@@ -78,6 +78,7 @@ std::vector<double> Evaluations::at(std::span<const double> x) {
   Known& found = known.at(key);
   if (found.foreseen) ++count.used;
   found.foreseen = false;
+  lastAnswerFailed = !found.failed.empty();
   if (found.values.empty()) throw Failure(exitEvaluation, found.failed);
   return found.values;
 }
@@ -139,6 +140,11 @@ void Evaluations::runUntilKnown(std::span<const double> x, const Key& key) {
     for (const Started& started : runs)
       if (started.run.deadline && (!until || *started.run.deadline < *until))
         until = started.run.deadline;
+    if (onTick) {
+      onTick();
+      const auto soon = Clock::now() + std::chrono::milliseconds(500);
+      until = until ? std::min(*until, soon) : soon;
+    }
     waitForChild(until);
   }
   startAhead();  // the pass goes on while the solve looks at this design

@@ -54,7 +54,10 @@ class Evaluations {
   const Counts& counts() const { return count; }
   int running() const { return static_cast<int>(runs.size()); }
 
+  bool lastFailed() const { return lastAnswerFailed; }  // the last values of at are penalties
+
   std::function<void()> onChange;  // after every finished evaluation
+  std::function<void()> onTick;    // now and then while runs are waited for
 
  private:
   using Key = std::string;  // the bytes of a design: equal bits, equal design
@@ -97,6 +100,7 @@ class Evaluations {
   std::vector<Started> runs;
   long nextRun = 1;
   std::optional<BestDesign> bestSeen;
+  bool lastAnswerFailed = false;
   Counts count;
 };
 

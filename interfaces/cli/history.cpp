@@ -117,6 +117,14 @@ History::~History() {
   if (descriptor >= 0) close(descriptor);
 }
 
+bool History::inUse(const std::filesystem::path& path) {
+  const int probe = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (probe < 0) return false;
+  const bool taken = flock(probe, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  close(probe);
+  return taken;
+}
+
 void History::open(int flags) {
   descriptor = ::open(file.c_str(), flags | O_APPEND | O_CLOEXEC, 0666);
   if (descriptor < 0)

@@ -47,6 +47,9 @@ class History {
   // Only reads; nothing is locked or cut.
   void read(const Problem& problem);
 
+  // True while another process writes to the file.
+  static bool inUse(const std::filesystem::path& path);
+
   void append(const Record& record);
   void appendEnd(const Json& result);
 

@@ -99,7 +99,9 @@ std::string resultTable(const Json& result) {
     if (result.contains("runs"))
       text += ", for them " + count("runs") + " runs of the command";
     if (result.value("replayed", 0L) > 0) text += ", " + count("replayed") + " from the history";
-    text += ", " + rounded(result.value("seconds", 0.0), 3) + " s\n";
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, ", %.1f s\n", result.value("seconds", 0.0));
+    text += seconds;
   }
   if (const std::string advice = textAt(result, "advice"); !success && !advice.empty())
     text += "  " + advice + "\n";

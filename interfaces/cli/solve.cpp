@@ -96,7 +96,9 @@ class ProgressLine {
     if (kind == Progress::live && problem.command)
       line += "  running " + std::to_string(evaluations.running());
     const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
-    return line + "  " + rounded(seconds, 3) + " s";
+    char time[32];
+    std::snprintf(time, sizeof time, "  %.1f s", seconds);
+    return line + time;
   }
 
   const Progress kind;
@@ -166,6 +168,8 @@ void putAside(const fs::path& path, const std::string& extension, int number) {
 void makeRoom(const Problem& problem, const Places& places, bool fresh) {
   std::string content;
   if (!problem.command || !readFile(places.history, content)) return;
+  if (History::inUse(places.history))
+    throw Failure(exitFiles, places.history.string() + ": another solve is writing to it");
   if (content.find("\"f\":[") == std::string::npos) return;  // nothing that would be lost
   if (!fresh && content.find("\n{\"end\":") == std::string::npos)
     throw Failure(exitFiles, places.history.string() +
@@ -241,6 +245,7 @@ Json solve(Setup& setup, const Places& places, const SolveOptions& options, int&
   Evaluations evaluations(problem, *setup.model, setup.simulator.get(), &history, options.jobs);
   ProgressLine progress(options.progress, problem, evaluations);
   evaluations.onChange = [&] { progress.evaluated(); };
+  if (options.progress == Progress::live) evaluations.onTick = evaluations.onChange;
   Json result;
   std::string trouble;
   try {
@@ -249,7 +254,8 @@ Json solve(Setup& setup, const Places& places, const SolveOptions& options, int&
       std::vector<double> start;
       for (const Variable& v : problem.variables) start.push_back(v.start);
       // The design that the method asks for first, so that this one is not evaluated in addition.
-      scale = typicalSize(evaluations.at(PassPrediction(problem).firstAsked(start))[0]);
+      const double value = evaluations.at(PassPrediction(problem).firstAsked(start))[0];
+      scale = evaluations.lastFailed() ? 1 : typicalSize(value);
     }
     tarnix::Options layer = layerOptions(problem.options);
     layer.onIteration = [&](const tarnix::Progress& at) {

@@ -159,6 +159,9 @@ class Examples(Case):
         self.assertRegex(run.stderr, r"(?m)^  SQP 2  evaluations \d+  cost .*  violation .* s$")
         run = tarnix("solve", "-q", "-o", self.dir, EXAMPLES / "welded_beam.toml")
         self.assertEqual(run.stderr, "")
+        readme = pathlib.Path(__file__).parents[1].joinpath("README.md").read_text()
+        shown = readme.split("<!-- output of tarnix solve -q examples/welded_beam.toml -->\n```\n")[1]
+        self.assertEqual(run.stdout, shown.split("```")[0])
         main, terminal = pty.openpty()
         subprocess.run([PROGRAM, "solve", "-o", self.dir, EXAMPLES / "cantilever/cantilever.toml"],
                        stderr=terminal, stdout=subprocess.DEVNULL, check=True, env=ENVIRONMENT)
@@ -263,6 +266,9 @@ class Kill(Case):
                              (signal.SIGKILL, None)):
             process = self.start("resume", file)
             wait(2)
+            second = tarnix("solve", "--fresh", file)
+            self.assertEqual(second.returncode, 4)
+            self.assertIn("another solve is writing to it", second.stderr)
             begun = time.time()
             process.send_signal(number)
             output, _ = process.communicate(timeout=10)
