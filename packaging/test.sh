@@ -20,6 +20,10 @@ equal() { # WHAT EXPECTED FOUND
   diff <(echo "$2") <(echo "$3") || fail "$1 (< expected, > found)"
 }
 
+echo "== version"
+grep -qx "find_package(tarnix ${VERSION%.*} REQUIRED)" README.md || fail "version in README.md"
+grep -m 1 '^## ' CHANGELOG.md | grep -qE "^## ${VERSION//./\\.}( |$)" || fail "top of CHANGELOG.md"
+
 echo "== packages"
 "$CPACK" --config "$BUILD/CPackConfig.cmake" -B "$work/packages" >"$work/cpack.log" 2>&1 ||
   { cat "$work/cpack.log"; exit 1; }
@@ -163,6 +167,12 @@ if [[ " $PACKAGES " == *" tools "* ]]; then
   equal "options in tarnix(1)" "$(for command in '' init check solve resume report; do
     "$tarnix" $command --help | sed '/^First steps/,$d'
   done | options)" "$(zcat "$pages/man1/tarnix.1.gz" | sed 's/\\-/-/g' | options)"
+  keys=$(sed -n '/^## The problem file/,/^- /p' interfaces/cli/README.md | grep '^|' |
+    grep -oE '`[][a-z_]+`' | tr -d '`' | sort -u)
+  [[ $(wc -l <<<"$keys") -gt 20 ]] || fail "no keys found"
+  for key in $keys; do
+    zcat "$pages/man1/tarnix.1.gz" | grep -qwF -- "$key" || fail "no $key in tarnix(1)"
+  done
   mkdir -p "$work/problem"
   example "$pages/man1/tarnix.1.gz" >"$work/problem/rectangle.toml"
   "$tarnix" check "$work/problem/rectangle.toml" || fail "example of tarnix(1)"
