@@ -301,10 +301,13 @@ class Failures(Case):
         # A failure that stops: seen to by the user, the solve goes on where it was.
         broken = self.write("sim.sh", "#!/bin/sh\n[ $(ls .. | wc -l) -lt 3 ] || exit 9\necho f = $1", 0o755)
         file = self.one(["./sim.sh", "{{x}}"], 'keep = "all"')
+        # The step of the difference lies beyond the bound: better, and yet no design.
+        file.write_text(file.read_text().replace("start = 1", "start = 4").replace("(f - 2)^2", "-f"))
         run = tarnix("solve", "--fresh", file)
         self.assertEqual(run.returncode, 3)
         self.assertRegex(run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003")
         self.assertRegex(run.stdout, "an evaluation failed[^$]*Below the best design so far")
+        self.assertRegex(run.stdout, r"x +4 +in 0 .. 4, at its upper bound")
         broken.write_text("#!/bin/sh\necho f = $1\n")
         self.assertEqual(self.result("resume", file)["replayed"], 2)
         again = self.result("resume", file)
@@ -437,6 +440,8 @@ class WrongProblems(Case):
                     self.assertEqual((run.returncode, run.stdout), (2, ""), run.stderr)
                     self.assertRegex(run.stderr, r"p\.toml:?" + message)
         self.assertEqual((self.dir / "p.history.jsonl").read_text(), kept)
+        file = self.write("p.toml", PLAIN.replace('q = "x + y"', 'q = "r + s"\nr = "s * x"\ns = "2 * y"'))
+        self.assertRegex(tarnix("check", file).stdout, r"c +4 +>= 1  with  q")
         # Several at once, in the order of lines.
         file = self.write("p.toml", PLAIN.replace("upper = 4", "uper = 4").replace("q = ", "q = 1 #"))
         self.assertEqual([int(n) for n in re.findall(r"p\.toml:(\d+)", tarnix("check", file).stderr)],
