@@ -44,8 +44,7 @@ int run(const std::vector<std::string>& words, const std::string& output) {
 void writeProblem(const fs::path& file, const std::string& command, int limit) {
   std::ofstream out(file);
   out << "[variables]\n";
-  for (int i = 1; i <= 10; ++i)
-    out << "x" << i << " = { start = -1.2, lower = -3, upper = 3 }\n";
+  for (int i = 1; i <= 10; ++i) out << "x" << i << " = { start = -1.2, lower = -3, upper = 3 }\n";
   out << "[command]\nrun = " << command << "\nkeep = \"none\"\n[results]\nf = { key = \"f\" }\n"
       << "[objective]\nscale = 1\nminimize = \"f";
   for (int i = 1; i < 10; ++i)
@@ -102,7 +101,8 @@ int main(int argc, char** argv) {
 
   writeProblem(file, "\"sleep 0.05; echo f = 1 {{x1}}\"", 120);
   const Timing one = solve(program, file, "1"), two = solve(program, file, "2");
-  std::printf("50 ms command, 10 variables  %7.2f s and %ld runs with one job\n", one.seconds, one.runs);
+  std::printf("50 ms command, 10 variables  %7.2f s and %ld runs with one job\n", one.seconds,
+              one.runs);
   std::printf("                             %7.2f s and %ld runs with two: %.2f times as fast\n",
               two.seconds, two.runs, one.seconds / two.seconds);
   fs::remove_all(directory);

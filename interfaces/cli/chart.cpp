@@ -33,11 +33,20 @@ std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {
     switch (c) {
-      case '&': result += "&amp;"; break;
-      case '<': result += "&lt;"; break;
-      case '>': result += "&gt;"; break;
-      case '"': result += "&quot;"; break;
-      default: result += c;
+      case '&':
+        result += "&amp;";
+        break;
+      case '<':
+        result += "&lt;";
+        break;
+      case '>':
+        result += "&gt;";
+        break;
+      case '"':
+        result += "&quot;";
+        break;
+      default:
+        result += c;
     }
   }
   return result;
@@ -70,13 +79,15 @@ std::string Chart::svg() const {
   };
 
   std::string s = "<svg viewBox=\"0 0 " + std::to_string(width) + " " + std::to_string(height) +
-                  "\" role=\"img\" aria-label=\"" + escaped(title) + "\">\n<text class=\"title\" x=\"" +
-                  std::to_string(left) + "\" y=\"15\">" + escaped(title) + "</text>\n";
+                  "\" role=\"img\" aria-label=\"" + escaped(title) +
+                  "\">\n<text class=\"title\" x=\"" + std::to_string(left) + "\" y=\"15\">" +
+                  escaped(title) + "</text>\n";
   const auto grid = [&](double y, const std::string& label) {
     const std::string at = place(vertical(y));
     s += "<path class=\"grid\" d=\"M" + std::to_string(left) + " " + at + "H" +
          std::to_string(width - right) + "\"/><text class=\"tick\" text-anchor=\"end\" x=\"" +
-         std::to_string(left - 6) + "\" y=\"" + place(vertical(y) + 4) + "\">" + label + "</text>\n";
+         std::to_string(left - 6) + "\" y=\"" + place(vertical(y) + 4) + "\">" + label +
+         "</text>\n";
   };
   if (logarithmic) {
     const int step = std::max(1, static_cast<int>((high - low) / 5));

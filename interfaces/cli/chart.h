@@ -17,7 +17,7 @@ struct Chart {
   std::string title;
   int width = 720, height = 220;
   bool logarithmic = false;
-  double xMax = 1;       // from 1 on
+  double xMax = 1;  // from 1 on
   double yMin = 0, yMax = 1;
   std::vector<double> levels;  // horizontal lines, such as bounds
   std::vector<Series> series;

@@ -20,7 +20,8 @@ std::string limits(const Constraint& c) {
 }
 
 std::string quoted(const std::string& word) {
-  const bool plain = !word.empty() && word.find_first_of(" \t\n'\"\\$&;|<>*?()") == std::string::npos;
+  const bool plain =
+      !word.empty() && word.find_first_of(" \t\n'\"\\$&;|<>*?()") == std::string::npos;
   return plain ? word : "'" + word + "'";
 }
 
@@ -42,7 +43,8 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
                      "; at the start:\n   ";
   for (const std::string& word : preview.words) text += " " + quoted(word);
   text += "\n";
-  for (const auto& [name, content] : preview.files) text += "  with " + name + "\n" + indented(content);
+  for (const auto& [name, content] : preview.files)
+    text += "  with " + name + "\n" + indented(content);
   for (const auto& file : command.files) text += "  with a copy of " + file.string() + "\n";
   text += "  and reads";
   for (const Result& r : setup.problem.results)
@@ -78,7 +80,8 @@ std::string describe(Setup& setup, const Places& places, bool run) {
   std::string text = (problem.title.empty() ? problem.file.string() : problem.title) + "\n\n";
   TextTable table("lrll");
   table.row({"variable", "start", "unit", ""});
-  for (const Variable& v : problem.variables) table.row({v.name, rounded(v.start), v.unit, range(v)});
+  for (const Variable& v : problem.variables)
+    table.row({v.name, rounded(v.start), v.unit, range(v)});
   table.row({"", "", "", ""});
   table.row({"function", known ? "at the start" : "", "unit", ""});
   table.row({objective.name, shown(values[0]), objective.unit,

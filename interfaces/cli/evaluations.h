@@ -31,12 +31,12 @@ bool betterDesign(const Problem& problem, const BestDesign& a, const BestDesign&
 class Evaluations {
  public:
   struct Counts {
-    long asked = 0;      // by the solve
-    long finished = 0;   // evaluations or runs that gave values, in this session
-    long replayed = 0;   // designs known from the history
-    long foreseen = 0;   // runs that were started before the solve asked for them
-    long used = 0;       // of those, the ones that it asked for
-    long failed = 0;     // runs without values
+    long asked = 0;     // by the solve
+    long finished = 0;  // evaluations or runs that gave values, in this session
+    long replayed = 0;  // designs known from the history
+    long foreseen = 0;  // runs that were started before the solve asked for them
+    long used = 0;      // of those, the ones that it asked for
+    long failed = 0;    // runs without values
   };
 
   Evaluations(const Problem& problem, Model& model, Simulator* simulator, History* history,
@@ -90,8 +90,8 @@ class Evaluations {
   const int jobs;
   PassPrediction prediction;
   std::unordered_map<Key, Known> known;
-  std::deque<std::vector<double>> ahead;      // foreseen, not started yet
-  std::deque<std::vector<double>> expected;   // foreseen, not asked for yet
+  std::deque<std::vector<double>> ahead;     // foreseen, not started yet
+  std::deque<std::vector<double>> expected;  // foreseen, not asked for yet
   struct Started {
     Run run;
     Key key;

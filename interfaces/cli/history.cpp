@@ -98,9 +98,8 @@ std::string fingerprint(const Problem& problem) {
     std::string all;
     for (const std::string& word : problem.command->words) all += word;
     for (const TemplateFile& file : problem.command->templates) all += content(file.from);
-    return std::any_of(problem.quantities.begin(), problem.quantities.end(), [&](const auto& q) {
-      return all.find("{{" + q.name) != std::string::npos;
-    });
+    return std::any_of(problem.quantities.begin(), problem.quantities.end(),
+                       [&](const auto& q) { return all.find("{{" + q.name) != std::string::npos; });
   };
   if (!problem.command || filledIn())
     for (const Quantity& q : problem.quantities) add(q.name + '=' + q.value.text);
@@ -128,8 +127,8 @@ bool History::inUse(const std::filesystem::path& path) {
 void History::open(int flags) {
   descriptor = ::open(file.c_str(), flags | O_APPEND | O_CLOEXEC, 0666);
   if (descriptor < 0)
-    throw Failure(exitFiles, file.string() + ": cannot be opened for writing: " +
-                                 std::strerror(errno));
+    throw Failure(exitFiles,
+                  file.string() + ": cannot be opened for writing: " + std::strerror(errno));
   if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
     throw Failure(exitFiles, file.string() + ": another solve is writing to it");
 }
@@ -187,8 +186,11 @@ std::size_t History::parse(const Problem& problem) {
                             " have changed); begin anew with 'tarnix solve --fresh'");
         header = true;
       } else if (entry.contains("x")) {
-        Record record{entry.value("run", 0L), vectorAt(entry, "x"), vectorAt(entry, "r"),
-                      vectorAt(entry, "f"), entry.value("failed", std::string()),
+        Record record{entry.value("run", 0L),
+                      vectorAt(entry, "x"),
+                      vectorAt(entry, "r"),
+                      vectorAt(entry, "f"),
+                      entry.value("failed", std::string()),
                       entry.value("s", 0.0)};
         if (record.x.size() != problem.variables.size() ||
             (record.failed.empty() && record.results.size() != problem.results.size()))
@@ -214,8 +216,10 @@ void History::append(const Record& record) {
   if (record.run > 0) line += "\"run\":" + std::to_string(record.run) + ",";
   line += "\"x\":" + text(record.x);
   if (!record.results.empty()) line += ",\"r\":" + text(record.results);
-  if (!record.failed.empty()) line += ",\"failed\":" + dumped(record.failed);
-  else line += ",\"f\":" + text(record.values);
+  if (!record.failed.empty())
+    line += ",\"failed\":" + dumped(record.failed);
+  else
+    line += ",\"f\":" + text(record.values);
   if (record.run > 0) {
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, ",\"s\":%.4f", record.seconds);

@@ -1,10 +1,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <tarnix/tarnix.h>
 #include <CLI/CLI.hpp>
 #include <fstream>
 #include <iostream>
-#include <tarnix/tarnix.h>
 
 #include "commands.h"
 
@@ -44,8 +44,9 @@ void openStandardStreams() {
 }
 
 int run(int argc, char** argv) {
-  CLI::App app{"Finds the best design under constraints, from expressions or an external simulator.",
-               "tarnix"};
+  CLI::App app{
+      "Finds the best design under constraints, from expressions or an external simulator.",
+      "tarnix"};
   app.footer(footer);
   app.set_version_flag("--version", std::string("tarnix ") + VRK_VERSION_STRING);
   app.require_subcommand(1);
@@ -106,13 +107,15 @@ int run(int argc, char** argv) {
     return exitSolved;
   }
   options.resume = resume->parsed();
-  options.progress = quiet              ? Progress::none
+  options.progress = quiet                   ? Progress::none
                      : isatty(STDERR_FILENO) ? Progress::live
                                              : Progress::lines;
   int exitCode = exitInternal;
   const Json result = solve(setup, places, options, exitCode);
-  if (json) std::cout << result.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
-  else std::cout << resultTable(result);
+  if (json)
+    std::cout << result.dump(2, ' ', false, Json::error_handler_t::replace) << "\n";
+  else
+    std::cout << resultTable(result);
   return exitCode;
 }
 

@@ -16,29 +16,35 @@ double finiteOrPlainNan(double value) {
 std::unique_ptr<mu::Parser> emptyParser() {
   auto parser = std::make_unique<mu::Parser>();
   parser->DefineConst("pi", std::numbers::pi);
-  parser->DefineFun("pow", +[](double base, double power) { return std::pow(base, power); });
+  parser->DefineFun(
+      "pow", +[](double base, double power) { return std::pow(base, power); });
   return parser;
 }
 
 // An assignment would change a variable of every other expression.
 bool assigns(const std::string& text) {
   for (std::size_t i = text.find('='); i != std::string::npos; i = text.find('=', i + 1)) {
-    if (text[i + 1] == '=') ++i;  // a comparison; the terminator is no '='
-    else if (i == 0 || std::string("<>!").find(text[i - 1]) == std::string::npos) return true;
+    if (text[i + 1] == '=')
+      ++i;  // a comparison; the terminator is no '='
+    else if (i == 0 || std::string("<>!").find(text[i - 1]) == std::string::npos)
+      return true;
   }
   return false;
 }
 
 }  // namespace
 
-double Model::Formula::value() const { return finiteOrPlainNan(parser->Eval()); }
+double Model::Formula::value() const {
+  return finiteOrPlainNan(parser->Eval());
+}
 
 Model::Model(const Problem& p, Issues& issues) : problem(p) {
   const auto functions = emptyParser();
   const auto declare = [&](const std::string& name, const std::string& kind, int line) {
     names.push_back(name);
     if (functions->GetFunDef().count(name) || functions->GetConst().count(name))
-      issues.add(line, kind + " '" + name + "': the name belongs to a built-in function or constant");
+      issues.add(line,
+                 kind + " '" + name + "': the name belongs to a built-in function or constant");
   };
   for (const Variable& v : p.variables) declare(v.name, "variable", v.line);
   quantitiesBegin = names.size();
@@ -93,14 +99,17 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
       }
       const auto slot = static_cast<std::size_t>(place - names.begin());
       formula.parser->DefineVar(name, &slots[slot]);
-      if (slot >= resultsBegin) formula.usesResults = true;
-      else if (slot >= quantitiesBegin) uses.push_back(slot - quantitiesBegin);
+      if (slot >= resultsBegin)
+        formula.usesResults = true;
+      else if (slot >= quantitiesBegin)
+        uses.push_back(slot - quantitiesBegin);
     }
     if (!known) return false;
     int count = 0;
     formula.parser->Eval(count);
-    if (count != 1) return wrong("\"" + expression.text + "\" holds " + std::to_string(count) +
-                                 " expressions separated by commas");
+    if (count != 1)
+      return wrong("\"" + expression.text + "\" holds " + std::to_string(count) +
+                   " expressions separated by commas");
   } catch (const mu::ParserError& error) {
     std::string text = error.GetMsg();
     while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
@@ -145,8 +154,7 @@ std::vector<double> Model::inputs(std::span<const double> x) {
   load(x);
   std::vector<double> result(x.begin(), x.end());
   for (const std::size_t i : order)
-    if (!quantities[i].usesResults)
-      result.push_back(*quantities[i].target = quantities[i].value());
+    if (!quantities[i].usesResults) result.push_back(*quantities[i].target = quantities[i].value());
   return result;
 }
 

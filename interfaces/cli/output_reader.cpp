@@ -100,15 +100,18 @@ std::vector<double> OutputReader::read(const std::filesystem::path& directory,
         any = true;
       }
     }
-    const std::string wanted = result.regex.empty() ? "no line '" + result.key + " = ...' in "
-                                                    : "regex '" + result.regex + "' matches nothing in ";
+    const std::string wanted = result.regex.empty()
+                                   ? "no line '" + result.key + " = ...' in "
+                                   : "regex '" + result.regex + "' matches nothing in ";
     double value = 0;
-    if (!any) reason = "result '" + result.name + "': " + wanted + where;
+    if (!any)
+      reason = "result '" + result.name + "': " + wanted + where;
     else if (!number(found, value))
-      reason = "result '" + result.name + "': '" + printable(found.substr(0, 40)) + "' in " + where +
-               " is not a number";
+      reason = "result '" + result.name + "': '" + printable(found.substr(0, 40)) + "' in " +
+               where + " is not a number";
     else if (!std::isfinite(value))
-      reason = "result '" + result.name + "' is not finite: '" + printable(found.substr(0, 40)) + "'";
+      reason =
+          "result '" + result.name + "' is not finite: '" + printable(found.substr(0, 40)) + "'";
     if (!reason.empty()) return {};
     values.push_back(value);
   }

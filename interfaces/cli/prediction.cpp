@@ -38,9 +38,9 @@ double PassPrediction::toScaled(std::size_t i, double physical) const {
 }
 
 bool PassPrediction::near(std::size_t i, double a, double b) const {
-  return std::abs(a - b) <= 1e-13 * (upper[i] - lower[i]) +
-                                8 * std::numeric_limits<double>::epsilon() *
-                                    std::max(std::abs(lower[i]), std::abs(upper[i]));
+  return std::abs(a - b) <=
+         1e-13 * (upper[i] - lower[i]) + 8 * std::numeric_limits<double>::epsilon() *
+                                             std::max(std::abs(lower[i]), std::abs(upper[i]));
 }
 
 // What is on a bound up to rounding is put there before a design is asked for.

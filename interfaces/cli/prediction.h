@@ -1,9 +1,10 @@
 // Foresees the difference points of a gradient pass.
 //
 // The core works on variables scaled to [-1, 1]. A pass steps one of them after the other by h, and
-// at every evaluation maps the whole vector to physical values and back, in place. So from the first
-// point of a pass all the others follow, to the last bit, by the same operations in the same order.
-// The multipliers at the end of a solve take a pass of their own, with steps in physical units.
+// at every evaluation maps the whole vector to physical values and back, in place. So from the
+// first point of a pass all the others follow, to the last bit, by the same operations in the same
+// order. The multipliers at the end of a solve take a pass of their own, with steps in physical
+// units.
 #pragma once
 
 #include <span>

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <toml++/toml.h>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -7,7 +8,6 @@
 #include <map>
 #include <set>
 #include <sstream>
-#include <toml++/toml.h>
 
 #include "problem.h"
 
@@ -17,7 +17,9 @@ namespace tarnix::cli {
 
 namespace {
 
-int lineOf(const toml::node& node) { return static_cast<int>(node.source().begin.line); }
+int lineOf(const toml::node& node) {
+  return static_cast<int>(node.source().begin.line);
+}
 
 std::string asWritten(double value) {
   char text[32];
@@ -51,9 +53,12 @@ class Section {
     const toml::node* node = take(key);
     if (!node) return {};
     const auto value = node->is_number() ? node->value<double>() : std::nullopt;
-    if (!value) issue(key, "'" + key + "' is not a number");
-    else if (!std::isfinite(*value)) issue(key, "'" + key + "' is not finite");
-    else return value;
+    if (!value)
+      issue(key, "'" + key + "' is not a number");
+    else if (!std::isfinite(*value))
+      issue(key, "'" + key + "' is not finite");
+    else
+      return value;
     return {};
   }
 
@@ -76,9 +81,12 @@ class Section {
     const toml::node* node = take(key);
     if (!node) return {};
     auto value = node->value_exact<std::string>();
-    if (!value) issue(key, "'" + key + "' is not a text in quotes");
-    else if (value->empty()) issue(key, "'" + key + "' is empty");
-    else return value;
+    if (!value)
+      issue(key, "'" + key + "' is not a text in quotes");
+    else if (value->empty())
+      issue(key, "'" + key + "' is empty");
+    else
+      return value;
     return {};
   }
 
@@ -122,8 +130,10 @@ class Section {
     if (const toml::array* array = node->as_array())
       for (const toml::node& item : *array) {
         const auto value = item.value_exact<std::string>();
-        if (!value) issues.add(lineOf(item), name + ": '" + key + "' holds something but texts");
-        else result.push_back(*value);
+        if (!value)
+          issues.add(lineOf(item), name + ": '" + key + "' holds something but texts");
+        else
+          result.push_back(*value);
       }
     else
       issue(key, "'" + key + "' is not a list of texts in brackets");
@@ -197,9 +207,8 @@ class Reader {
       if (declare(name, "quantity", lineOf(node)))
         problem.quantities.push_back({name, plain(node, "quantity '" + name + "'")});
     });
-    eachTable("constraints", "constraint", [this](const std::string& name, Section& section) {
-      readConstraint(name, section);
-    });
+    eachTable("constraints", "constraint",
+              [this](const std::string& name, Section& section) { readConstraint(name, section); });
     readCommand();
     readOptions();
     root.finish();
@@ -218,8 +227,10 @@ class Reader {
   void eachIn(const std::string& key, const std::string& kind, Use use) {
     if (const toml::table* entries = tableNamed(key))
       for (const auto& [name, node] : inFileOrder(*entries)) {
-        if (name.empty()) issues.add(lineOf(*node), kind + " without a name");
-        else use(name, *node);
+        if (name.empty())
+          issues.add(lineOf(*node), kind + " without a name");
+        else
+          use(name, *node);
       }
   }
 
@@ -254,7 +265,8 @@ class Reader {
       return false;
     }
     const auto [place, fresh] = declared.emplace(name, kind + " in line " + std::to_string(line));
-    if (!fresh) issues.add(line, kind + " '" + name + "': the name is taken by the " + place->second);
+    if (!fresh)
+      issues.add(line, kind + " '" + name + "': the name is taken by the " + place->second);
     return fresh;
   }
 
@@ -366,9 +378,8 @@ class Reader {
       readCommandKeys(section, *problem.command);
       section.finish();
     }
-    eachTable("results", "result", [this](const std::string& name, Section& section) {
-      readResult(name, section);
-    });
+    eachTable("results", "result",
+              [this](const std::string& name, Section& section) { readResult(name, section); });
     if (problem.results.empty() && issues.empty())
       root.issue("results", "[results] holds no result");
   }
@@ -385,7 +396,8 @@ class Reader {
     };
     if (const toml::node* node = section.take("templates")) {
       const toml::array* list = node->as_array();
-      if (!list) section.issue("templates", "'templates' is not a list: write [{ from, to }]");
+      if (!list)
+        section.issue("templates", "'templates' is not a list: write [{ from, to }]");
       else
         for (const toml::node& item : *list) {
           if (!item.is_table()) {
@@ -462,8 +474,7 @@ class Reader {
     const bool fresh = declare(name, "result", section.line());
     Result result{name, section.text("file").value_or(""), section.text("key").value_or(""),
                   section.text("regex").value_or(""), section.line()};
-    if (section.has("key") == section.has("regex"))
-      section.issue("give either 'key' or 'regex'");
+    if (section.has("key") == section.has("regex")) section.issue("give either 'key' or 'regex'");
     if (!insideDirectory(result.file))
       section.issue("file", "'" + result.file + "' lies outside the run directory");
     if (fresh) problem.results.push_back(result);
@@ -492,7 +503,7 @@ class Reader {
   }
 
   Section root;
-    Problem& problem;
+  Problem& problem;
   Issues& issues;
   std::map<std::string, std::string> declared;
 };

@@ -57,13 +57,16 @@ class Page {
   }
 
   std::string text() const {
-    const std::string title = problem.title.empty() ? problem.file.filename().string() : problem.title;
-    std::string html = "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta "
-                       "name=\"viewport\" content=\"width=device-width\">\n<title>" +
-                       escaped(title) + "</title>\n<style>" + style + "</style></head><body>\n<h1>" +
-                       escaped(title) + "</h1>\n";
-    html += head() + "<h2>Course</h2>\n" + course() + "<h2>Variables</h2>\n<div class=\"small\">\n" +
-            variables() + "</div>\n" + active() + table();
+    const std::string title =
+        problem.title.empty() ? problem.file.filename().string() : problem.title;
+    std::string html =
+        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta "
+        "name=\"viewport\" content=\"width=device-width\">\n<title>" +
+        escaped(title) + "</title>\n<style>" + style + "</style></head><body>\n<h1>" +
+        escaped(title) + "</h1>\n";
+    html += head() + "<h2>Course</h2>\n" + course() +
+            "<h2>Variables</h2>\n<div class=\"small\">\n" + variables() + "</div>\n" + active() +
+            table();
     return html + "</body></html>\n";
   }
 
@@ -102,8 +105,10 @@ class Page {
                                    : "Not solved") +
                        "</b>: " + escaped(result.value("reason", std::string())) + "</p>\n";
     if (result.contains("method"))
-      html += "<p>" + escaped(result.value("method", std::string()) + ": " +
-                              result.value("meaning", std::string())) + "</p>\n";
+      html += "<p>" +
+              escaped(result.value("method", std::string()) + ": " +
+                      result.value("meaning", std::string())) +
+              "</p>\n";
     if (const std::string advice = result.value("advice", std::string()); !advice.empty())
       html += "<p>" + escaped(advice) + "</p>\n";
     return html + "<p class=\"soft\">" + std::to_string(number.size()) +
@@ -187,7 +192,8 @@ class Page {
   }
 
   std::string table() const {
-    if (!result.contains("variables")) return "<p class=\"bad\">No design has been evaluated.</p>\n";
+    if (!result.contains("variables"))
+      return "<p class=\"bad\">No design has been evaluated.</p>\n";
     const Json& goal = result.at("objective");
     std::string html = "<h2>Final design</h2>\n<table>\n" +
                        row({name(), rounded(numberOf(goal.at("value")), 10),
@@ -199,10 +205,11 @@ class Page {
     for (const Json& c : result.at("constraints")) {
       const double by = numberOf(c.at("violation"));
       const bool violated = !(by <= problem.options.tolerance);
-      html += row({c.value("name", std::string()), rounded(numberOf(c.at("value")), 10),
-                   c.value("unit", std::string()),
-                   limit(c) + (violated ? ", violated by " + rounded(by, 2) + " of its scale" : "")},
-                  violated);
+      html +=
+          row({c.value("name", std::string()), rounded(numberOf(c.at("value")), 10),
+               c.value("unit", std::string()),
+               limit(c) + (violated ? ", violated by " + rounded(by, 2) + " of its scale" : "")},
+              violated);
     }
     return html + "</table>\n";
   }

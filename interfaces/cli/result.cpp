@@ -54,11 +54,17 @@ Json resultOfBest(const Problem& problem, const std::optional<BestDesign>& best,
   result["variables"] = Json::array();
   for (std::size_t i = 0; i < problem.variables.size(); ++i) {
     const Variable& v = problem.variables[i];
-    Json entry{{"name", v.name},   {"value", exact(best->x[i])}, {"unit", v.unit},
-               {"lower", v.lower}, {"upper", v.upper}};
-    if (v.lower == v.upper) entry["at"] = "fixed";
-    else if (best->x[i] == v.lower) entry["at"] = "lower";
-    else if (best->x[i] == v.upper) entry["at"] = "upper";
+    Json entry{{"name", v.name},
+               {"value", exact(best->x[i])},
+               {"unit", v.unit},
+               {"lower", v.lower},
+               {"upper", v.upper}};
+    if (v.lower == v.upper)
+      entry["at"] = "fixed";
+    else if (best->x[i] == v.lower)
+      entry["at"] = "lower";
+    else if (best->x[i] == v.upper)
+      entry["at"] = "upper";
     result["variables"].push_back(entry);
   }
   result["constraints"] = Json::array();
@@ -96,8 +102,7 @@ std::string resultTable(const Json& result) {
             count("iterations") + " iterations\n";
   if (result.contains("evaluations")) {
     text += "  " + count("evaluations") + " evaluations";
-    if (result.contains("runs"))
-      text += ", for them " + count("runs") + " runs of the command";
+    if (result.contains("runs")) text += ", for them " + count("runs") + " runs of the command";
     if (result.value("replayed", 0L) > 0) text += ", " + count("replayed") + " from the history";
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, ", %.1f s\n", result.value("seconds", 0.0));
@@ -128,7 +133,8 @@ std::string resultTable(const Json& result) {
     std::string rest = limitText(c);
     if (numberAt(c, "violation") > result.value("tolerance", 0.0))
       rest += ", VIOLATED by " + rounded(numberAt(c, "violation"), 2) + " of its scale";
-    else if (c.value("active", false)) rest += ", active";
+    else if (c.value("active", false))
+      rest += ", active";
     table.row({textAt(c, "name"), rounded(numberAt(c, "value")), textAt(c, "unit"),
                rest + perPercent(c, name)});
   }

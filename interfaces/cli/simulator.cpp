@@ -113,7 +113,8 @@ std::optional<RunOutcome> Simulator::finished(Run& run) {
       outcome.results = reader.read(run.directory, outcome.reason);
   } else if (run.deadline && now >= *run.deadline) {
     guard->finish(run.process);
-    outcome.reason = "the command was ended after its timeout of " + shortest(command.timeout) + " s";
+    outcome.reason =
+        "the command was ended after its timeout of " + shortest(command.timeout) + " s";
   } else {
     return {};
   }

@@ -23,13 +23,19 @@ tarnix::Problem layerProblem(const Problem& problem, double objectiveScale) {
   tarnix::Problem p;
   for (const Variable& v : problem.variables) p.variable(v.name, v.start, v.lower, v.upper);
   const Objective& objective = problem.objective;
-  if (objective.maximize) p.maximize(objective.name, objectiveScale);
-  else p.minimize(objective.name, objectiveScale);
+  if (objective.maximize)
+    p.maximize(objective.name, objectiveScale);
+  else
+    p.minimize(objective.name, objectiveScale);
   for (const Constraint& c : problem.constraints) {
-    if (c.equality) p.equal(c.name, *c.max, c.scale);
-    else if (c.min && c.max) p.between(c.name, *c.min, *c.max, c.scale);
-    else if (c.max) p.atMost(c.name, *c.max, c.scale);
-    else if (c.min) p.atLeast(c.name, *c.min, c.scale);
+    if (c.equality)
+      p.equal(c.name, *c.max, c.scale);
+    else if (c.min && c.max)
+      p.between(c.name, *c.min, *c.max, c.scale);
+    else if (c.max)
+      p.atMost(c.name, *c.max, c.scale);
+    else if (c.min)
+      p.atLeast(c.name, *c.min, c.scale);
   }
   return p;
 }
@@ -112,8 +118,8 @@ class ProgressLine {
 // ---- results -----------------------------------------------------------------------------------
 
 Json resultOf(const Problem& problem, const tarnix::Result& r) {
-  Json result =
-      resultOfBest(problem, BestDesign{r.point.x, r.point.values, r.point.violation}, name(r.reason));
+  Json result = resultOfBest(problem, BestDesign{r.point.x, r.point.values, r.point.violation},
+                             name(r.reason));
   result["success"] = r.success;
   result["feasible"] = r.feasible;
   result["method"] = name(r.method);
@@ -206,8 +212,7 @@ Setup::Setup(const fs::path& file) {
     if (problem.command) simulator = std::make_unique<Simulator>(problem, *model, issues);
   }
   if (issues.empty())
-    for (const Issue& issue :
-         layerProblem(problem, 1).check(layerOptions(problem.options)))
+    for (const Issue& issue : layerProblem(problem, 1).check(layerOptions(problem.options)))
       issues.add(0, issue.message);
   if (!issues.empty()) throw Failure(exitBadProblem, issues.text());
 }
@@ -228,7 +233,8 @@ Json solve(Setup& setup, const Places& places, const SolveOptions& options, int&
   if (const fs::path directory = places.history.parent_path(); !directory.empty()) {
     std::error_code error;
     fs::create_directories(directory, error);
-    if (error) throw Failure(exitFiles, directory.string() + ": cannot be made: " + error.message());
+    if (error)
+      throw Failure(exitFiles, directory.string() + ": cannot be made: " + error.message());
   }
   History history(places.history);
   if (options.resume) {

@@ -6,7 +6,9 @@ namespace tarnix::cli {
 
 namespace {
 
-const char* const withExpressions = R"toml(# A problem for tarnix. Check it with   tarnix check FILE   and run it with   tarnix solve FILE
+const char* const withExpressions =
+    R"toml(# A problem for tarnix.
+# Check it with   tarnix check FILE   and run it with   tarnix solve FILE
 
 title = "Tubular column"
 
@@ -48,8 +50,9 @@ max_iterations = 200        # of one method
 # target = 27               # stop at a design within the limits that is this good
 )toml";
 
-const char* const withCommand = R"toml(# A problem for tarnix whose values come from a program. Check it with   tarnix check --run FILE
-# and run it with   tarnix solve --jobs 2 FILE
+const char* const withCommand =
+    R"toml(# A problem for tarnix whose values come from a program.
+# Check it with   tarnix check --run FILE   and run it with   tarnix solve --jobs 2 FILE
 
 title = "My simulator"
 

@@ -23,7 +23,8 @@ class TextTable {
   std::string text(const std::string& indent = "  ") const {
     std::vector<std::size_t> widths(alignment.size());
     for (const auto& cells : rows)
-      for (std::size_t i = 0; i < cells.size(); ++i) widths[i] = std::max(widths[i], length(cells[i]));
+      for (std::size_t i = 0; i < cells.size(); ++i)
+        widths[i] = std::max(widths[i], length(cells[i]));
     std::string all;
     for (const auto& cells : rows) {
       std::string line = indent;
@@ -40,8 +41,9 @@ class TextTable {
  private:
   // Characters, not bytes: units like mm² are UTF-8.
   static std::size_t length(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
+    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+      return (static_cast<unsigned char>(c) & 0xc0) != 0x80;
+    }));
   }
   std::string alignment;
   std::vector<std::vector<std::string>> rows;

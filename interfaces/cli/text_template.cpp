@@ -90,7 +90,10 @@ std::string printable(std::string text) {
     }
     if (following > 0) spoil(first, i);
     first = i;
-    following = c >= 0xc2 && c < 0xe0 ? 1 : c >= 0xe0 && c < 0xf0 ? 2 : c >= 0xf0 && c < 0xf5 ? 3 : 0;
+    following = c >= 0xc2 && c < 0xe0   ? 1
+                : c >= 0xe0 && c < 0xf0 ? 2
+                : c >= 0xf0 && c < 0xf5 ? 3
+                                        : 0;
     if (following == 0 && (c < ' ' || c >= 0x7f)) text[i] = '?';
   }
   if (following > 0) spoil(first, text.size());

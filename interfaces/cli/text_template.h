@@ -36,7 +36,8 @@ class TextTemplate {
   std::size_t numberCount;
 };
 
-// A text of a foreign program, fit for a message: what is neither plain nor whole UTF-8 becomes '?'.
+// A text of a foreign program, fit for a message: what is neither plain nor whole UTF-8 becomes
+// '?'.
 std::string printable(std::string text);
 
 // Whole content of a file; false when it cannot be read.

@@ -273,7 +273,7 @@ class Kill(Case):
             process.send_signal(number)
             output, _ = process.communicate(timeout=10)
             wait(0)
-            self.assertLess(time.time() - begun, 2)
+            self.assertLess(time.time() - begun, 5)
             self.assertEqual(process.returncode, -9 if name is None else 128 + number)
             if name:
                 self.assertIn(f"(interrupted: {name})", output)
