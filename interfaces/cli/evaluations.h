@@ -32,7 +32,7 @@ class Evaluations {
  public:
   struct Counts {
     long asked = 0;     // by the solve
-    long finished = 0;  // evaluations or runs that gave values, in this session
+    long finished = 0;  // evaluations or runs that gave values, by this start of the program
     long replayed = 0;  // designs known from the history
     long foreseen = 0;  // runs that were started before the solve asked for them
     long used = 0;      // of those, the ones that it asked for
