@@ -207,6 +207,13 @@ static EVALUATION(hs71) {
   ineq[0] = 25 - x[0] * x[1] * x[2] * x[3];
 }
 
+/* Sampling rates of a stratified population. */
+static EVALUATION(hs72) {
+  *f = 1 + x[0] + x[1] + x[2] + x[3];
+  ineq[0] = 4 / x[0] + 2.25 / x[1] + 1 / x[2] + 0.25 / x[3] - 0.0401;
+  ineq[1] = 0.16 / x[0] + 0.36 / x[1] + 0.64 / x[2] + 0.64 / x[3] - 0.010085;
+}
+
 /* Cattle feed. */
 static EVALUATION(hs73) {
   *f = 24.55 * x[0] + 26.75 * x[1] + 39 * x[2] + 40.5 * x[3];
@@ -645,6 +652,13 @@ static const Problem table[] = {
      .start = VALUES(1, 5, 5, 1), .lower = allOne, .upper = VALUES(5, 5, 5, 5),
      .best = VALUES(1, 4.7429996372603265, 3.821149984190218, 1.3794082931719314),
      .fBest = 17.01401728915629},
+    {.name = "HS72", .source = BOOK "72",
+     .n = 4, .nEq = 0, .nIneq = 2, .evaluate = hs72, .flags = PROBLEM_INFEASIBLE_START,
+     .start = VALUES(1, 1, 1, 1), .lower = VALUES(0.001, 0.001, 0.001, 0.001),
+     .upper = VALUES(4e5, 3e5, 2e5, 1e5),
+     .best = VALUES(193.40742727194637, 179.5470760322746, 185.01806335815155,
+                    168.70679112724056),
+     .fBest = 727.679357789613},
     {.name = "HS73", .source = BOOK "73; box added",
      .n = 4, .nEq = 1, .nIneq = 2, .evaluate = hs73,
      .flags = PROBLEM_INFEASIBLE_START | PROBLEM_ACTIVE_BOUNDS,

@@ -411,7 +411,8 @@ VRK_API void QPSDIR(const int32_t* p, const int32_t* n, const int32_t* m, const 
 /* Step length:
  *     t1 = min of -XLAG(k)/r(k) over r(k) < -zeroTol   (k drops; of equals the last),
  *     t2 = -s/q  when curvature > zeroTol and |q| > zeroTol,
- * neither below 0. The full step is taken when t2 <= t1.
+ * The full step is taken when t2 <= t1. Either may be negative: along a curvature within zeroTol
+ * only the dual step exists, which may pass the row's limit by far; the next step returns to it.
  *   r          in   (nact) of QPSDIR
  *   q          in   n_p'z, negative
  *   curvature  in   z'H z, the curvature along z; -q when z comes from QPSDIR

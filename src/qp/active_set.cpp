@@ -197,9 +197,9 @@ StepLength stepLength(int nact, const double* multiplier, const double* r, doubl
   }
   const bool hasPartial = drop != 0;
   const bool hasFull = curvature > zeroTol && std::fabs(q) > zeroTol;
-  partial = partial < 0.0 ? 0.0 : partial;
-  double full = hasFull ? -s / q : settings.bigValue;
-  full = full < 0.0 ? 0.0 : full;
+  // Either may be negative: a step along a curvature within zeroTol may pass row p's limit by far,
+  // and the next one has to come back.
+  const double full = hasFull ? -s / q : settings.bigValue;
 
   using Kind = StepLength::Kind;
   if (hasFull && (!hasPartial || full <= partial)) return {full, Kind::full, nact + 1};

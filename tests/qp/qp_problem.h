@@ -107,12 +107,11 @@ struct Solved {
 inline const Rows solved{0, 0, 0}, infeasible{-1, 0, 0}, notDefinite{0, -1, 0}, failed{0, 0, -1};
 
 // A strictly convex problem has one minimum, and these conditions are met there alone.
-inline void expectOptimal(Qp q, Solved& s) {
+inline void expectOptimal(Qp q, Solved& s, double tolerance = 1e-10) {
   ASSERT_EQ(s.flags(), solved);
   ASSERT_TRUE(0 <= s.nact && s.nact <= q.n) << s.nact;
   const auto rows = q.rows();
   const double* u = s.multiplier;
-  double tolerance = 1e-10;
   for (int k = 0; k < s.nact; ++k) tolerance = std::max(tolerance, 1e-10 * std::fabs(u[k]));
   std::vector<bool> seen(rows.size());
   for (int k = 0; k < s.nact; ++k) {

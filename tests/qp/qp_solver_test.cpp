@@ -76,6 +76,27 @@ TEST_F(QpSolver, OptimalityOnRandomProblems) {
   EXPECT_GT(s.nact, 30);
 }
 
+// With a stiff Hessian many curvatures are within zeroTol: steps along them pass the limits, and
+// only a step back mends that. An answer without a flag is the minimum all the same.
+TEST_F(QpSolver, StiffHessians) {
+  Random random(11);
+  int answers = 0;
+  for (int trial = 0; trial < 3000 && !HasFailure(); ++trial) {
+    SCOPED_TRACE(trial);
+    Qp q = randomQp(random, 1 + trial % 12, Data::general);
+    const double stiffness = std::pow(10.0, 6.0 + trial % 3 * 0.5 + 0.25 * std::fabs(random.real()));
+    for (int j = 0; j < q.n; ++j) {
+      q.g[j] *= stiffness;
+      for (int i = 0; i <= j; ++i) q.h(i, j) *= stiffness;
+    }
+    Solved s(q);
+    if (s.flags() != solved) continue;
+    ++answers;
+    expectOptimal(q, s, 1e-10 * stiffness);
+  }
+  EXPECT_GT(answers, 1500);
+}
+
 TEST_F(QpSolver, Infeasible) {
   Random random(6);
   for (int trial = 0; trial < 72; ++trial) {

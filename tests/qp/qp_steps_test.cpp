@@ -143,8 +143,8 @@ TEST_F(QpSteps, StepLength) {
       {{1e30}, {-1}, -1, 1, 2e30, 1e30, 2, 1},  // the big value itself
       {{2e30}, {-1}, 0, 0, 1, 0, 0, 0},
       {{}, {}, -1, 1, 2e30, 2e30, 3, 1},
-      {{-1}, {-1}, -1, 1, 1, 0, 2, 1},  // neither length below zero
-      {{1}, {-1}, -1, 1, -1, 0, 3, 2},
+      {{-1}, {-1}, -1, 1, 1, -1, 2, 1},  // either length may lead back
+      {{1}, {-1}, -1, 1, -1, -1, 3, 2},
       {{NAN}, {NAN}, NAN, NAN, 1, 0, 0, 0}};
   int number = 0;
   for (const auto& [u, r, slope, curvature, s, length, kindWanted, position] : cases) {

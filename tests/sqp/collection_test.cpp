@@ -19,10 +19,13 @@ struct Ending {
   int32_t status;
   double objective;
   const char* reason;
+  int iterations = 0, evaluations = 0;  // where they are known; 0: any
 };
 
 constexpr const char* absoluteTolerance =
     "the slope along d is within the absolute tolerance on a flat floor or narrow valley";
+constexpr const char* smallConstraints =
+    "the constraints are of the size of 0.04 and 0.01: the absolute tolerance is a part of that";
 constexpr const char* unsignedSlope =
     "the merit slope takes equalities without their sign: steps are cut wrongly until the merit "
     "value no longer changes";
@@ -60,6 +63,7 @@ const Method sqp = {
         {"HS55", {1, 20.0 / 3.0, "another local minimiser, at the start's x(1) = 1"}},
         {"HS61", {9, -169.155, unsignedSlope}},
         {"HS63", {9, 400.0, halvedWeights}},
+        {"HS72", {1, 710.912, smallConstraints, 13, 73}},
         {"HS80", {9, 0.05252, stalledMerit}},
         {"waechter_biegler", {9, -10.0, halvedWeights}},
         {"speed_reducer", {1, 2999.74, "the last step only restores a constraint, which raises f"}},
@@ -83,6 +87,7 @@ const Method grg = {
         {"HS38", {1, 0.00223, absoluteTolerance}},
         {"HS55", {1, 20.0 / 3.0, "another local minimiser, at the start's x(1) = 1"}},
         {"HS61", {4, -60.448, stationaryViolation}},
+        {"HS72", {3, 2036.27, smallConstraints}},
         {"HS111", {1, -47.659, absoluteTolerance}},
         {"waechter_biegler", {4, -1.0, stationaryViolation}},
         {"sphere_quartic_50", {3, 1.925, stalledObjective}},
@@ -125,6 +130,10 @@ TEST_P(Collection, EveryProblemEndsAsExpected) {
       EXPECT_FALSE(solved) << "no longer an exception: " << e->second.reason;
       EXPECT_EQ(e->second.status, status) << e->second.reason;
       EXPECT_TRUE(near(e->second.objective, objective)) << objective << ": " << e->second.reason;
+      if (e->second.iterations > 0) {
+        EXPECT_EQ(e->second.iterations, VRK_get_nIter());
+        EXPECT_EQ(e->second.evaluations, VRK_get_nFunEval());
+      }
     } else {
       EXPECT_TRUE(solved) << "f " << objective << " for " << p.fBest << ", violation " << violation;
       EXPECT_TRUE(method.endings.contains(status)) << status;
