@@ -2,61 +2,34 @@
 
 #include <algorithm>
 #include <limits>
-#include <memory>
-#include <new>
 #include <numeric>
 
-#include "api/problem.h"
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/problem.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "eval/evaluation.h"
 #include "grg/grg_iteration.h"
 #include "sqp/front_end.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
-
-template <class T>
-class Array {
- public:
-  Array() = default;
-  explicit Array(int64_t size) : cells_(new (std::nothrow) T[static_cast<std::size_t>(size)]) {}
-  T* get() const { return cells_.get(); }
-  explicit operator bool() const { return cells_ != nullptr; }
-
- private:
-  std::unique_ptr<T[]> cells_;
-};
-
-// The second group's list of the solves without a first group. It is not released at their return:
-// the next such solve takes it again and lets it grow.
-struct KeptList {
-  Array<int32_t> cells;
-  int64_t size = 0;
-};
-KeptList keptList;
 
 // Temporary arrays of one solve: the scaled bounds, and the positions in f of both groups.
 class ScaledProblem {
  public:
   ScaledProblem(int32_t n, int32_t m1, int32_t m2)
-      : lower_(n), upper_(n), complete_(lower_ && upper_) {
-    if (lower_) std::fill_n(lower_.get(), n, -1.0);
-    if (upper_) std::fill_n(upper_.get(), n, 1.0);
+      : lower_(doubles_.claim(n)), upper_(doubles_.claim(n)) {
+    complete_ = lower_ != nullptr && upper_ != nullptr;
+    if (lower_ != nullptr) std::fill_n(lower_, n, -1.0);
+    if (upper_ != nullptr) std::fill_n(upper_, n, 1.0);
     if (tooMany(m1) || tooMany(m2)) return;
-    if (m1 > 0) first_ = makeList(ownFirst_, m1, 2);
-    if (m2 > 0) {
-      if (m1 == 0 && keptList.size < m2) {
-        keptList.cells = Array<int32_t>(m2);
-        keptList.size = keptList.cells ? m2 : 0;
-      }
-      second_ = m1 == 0 ? fill(keptList.cells, m2, 2) : makeList(ownSecond_, m2, int64_t{m1} + 2);
-    }
+    if (m1 > 0) first_ = fill(indices_.claim(m1), m1, 2);
+    if (m2 > 0) second_ = fill(m1 == 0 ? keptCells(m2) : indices_.claim(m2), m2, int64_t{m1} + 2);
   }
 
-  const double* lower() const { return lower_.get(); }
-  const double* upper() const { return upper_.get(); }
+  const double* lower() const { return lower_; }
+  const double* upper() const { return upper_; }
   const int32_t* first() const { return first_; }
   const int32_t* second() const { return second_; }
   bool complete() const { return complete_; }
@@ -66,23 +39,24 @@ class ScaledProblem {
   // list is read, and none is made.
   static bool tooMany(int32_t count) { return count > DoubleStorage::limit; }
 
-  const int32_t* makeList(Array<int32_t>& list, int32_t count, int64_t firstPosition) {
-    list = Array<int32_t>(count);
-    return fill(list, count, firstPosition);
+  static int32_t* keptCells(int32_t count) {
+    session().keptList.giveBack({});
+    return session().keptList.claim(count);
   }
-  const int32_t* fill(const Array<int32_t>& list, int32_t count, int64_t firstPosition) {
-    if (list)
-      std::iota(list.get(), list.get() + count, static_cast<int32_t>(firstPosition));
+  const int32_t* fill(int32_t* list, int32_t count, int64_t firstPosition) {
+    if (list != nullptr)
+      std::iota(list, list + count, static_cast<int32_t>(firstPosition));
     else
       complete_ = false;
-    return list.get();
+    return list;
   }
 
-  Array<double> lower_, upper_;
-  Array<int32_t> ownFirst_, ownSecond_;
+  PrivateFrame<double> doubles_{session().privateDoubles};
+  PrivateFrame<int32_t> indices_{session().privateIndices};
+  double *lower_, *upper_;
   const int32_t* first_ = nullptr;
   const int32_t* second_ = nullptr;
-  bool complete_;
+  bool complete_ = false;
 };
 
 constexpr int32_t objectivePosition = 1;
@@ -127,6 +101,7 @@ int32_t solve(Method method, int32_t maxIter, UserProblem user) {
   if (user.n > VRK_MAX_VARIABLES) return VRK_TOO_MANY_VARIABLES;
   // A negative count stands for none.
   for (int32_t* count : {&user.n, &user.m1, &user.m2}) *count = std::max(*count, 0);
+  Problem& problem = session().problem;
   problem.analysis = user.analysis;
   problem.user = user.user;
   problem.m1 = user.m1;
@@ -140,11 +115,11 @@ int32_t solve(Method method, int32_t maxIter, UserProblem user) {
     status = method == Method::grg ? runGrgMethod(maxIter, user, scaled)
                                    : runSqpMethod(maxIter, user, scaled);
   else
-    settings.errorFlag = logicalTrue;  // out of memory: nothing was evaluated
+    settings->errorFlag = logicalTrue;  // out of memory: nothing was evaluated
   constexpr int32_t grgError = VRK_GRG_STORAGE, sqpError = VRK_SQP_STORAGE;
-  if (settings.errorFlag) status = method == Method::grg ? grgError : sqpError;
+  if (settings->errorFlag) status = method == Method::grg ? grgError : sqpError;
   unscaleResult(user.n, user.x);
   return status;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

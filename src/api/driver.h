@@ -4,7 +4,7 @@
 
 #include <tarnix/tarnix.h>
 
-namespace tarnix {
+namespace tarnix::core {
 
 enum class Method { grg, sqp };
 
@@ -22,4 +22,4 @@ struct UserProblem {
 
 int32_t solve(Method method, int32_t maxIter, UserProblem user);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,13 +1,11 @@
 #include <tarnix/routines.h>
 #include <tarnix/tarnix.h>
 
-#include <atomic>
-
 #include "api/driver.h"
-#include "api/problem.h"
-#include "api/settings.h"
+#include "state/problem.h"
+#include "state/settings.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 extern "C" {
 
@@ -16,22 +14,20 @@ int32_t VRK_setDefaults(void) {
   return 0;
 }
 
-void VRK_set_stop(int32_t value) {
-  std::atomic_ref<int32_t>(settings.stopRequest).store(value, std::memory_order_relaxed);
-}
+void VRK_set_stop(int32_t value) { requestStop(session(), value); }
 
-void VRK_set_print(int32_t level) { settings.printLevel = level; }
-void VRK_set_diffMeth(int32_t method) { settings.diffMethod = method; }
-void VRK_set_diffPert(double pert) { settings.diffPert = pert; }
+void VRK_set_print(int32_t level) { settings->printLevel = level; }
+void VRK_set_diffMeth(int32_t method) { settings->diffMethod = method; }
+void VRK_set_diffPert(double pert) { settings->diffPert = pert; }
 
 // Kept: one setter for the tolerances of both methods.
 void VRK_set_convTol(double tol) {
-  settings.convTolGrg = tol;
-  settings.convTol = tol;
+  settings->convTolGrg = tol;
+  settings->convTol = tol;
 }
 
-int32_t VRK_get_nIter(void) { return settings.nIter; }
-int32_t VRK_get_nFunEval(void) { return settings.nFunEval; }
+int32_t VRK_get_nIter(void) { return settings->nIter; }
+int32_t VRK_get_nFunEval(void) { return settings->nFunEval; }
 
 int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower, const double* upper,
                 int32_t m1, int32_t m2, VRK_analysis cb, void* user, double* f) {

@@ -5,7 +5,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 class IndexList {
  public:
@@ -47,4 +47,4 @@ class IndexList {
   int32_t* count_;
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

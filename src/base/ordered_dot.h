@@ -3,7 +3,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 inline double orderedDot(ConstVector a, ConstVector b) {
   double sum = 0.0;
@@ -11,4 +11,4 @@ inline double orderedDot(ConstVector a, ConstVector b) {
   return sum;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

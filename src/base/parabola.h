@@ -3,7 +3,7 @@
 
 #include <cmath>
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Minimiser in [0, a2] of the parabola through (a1, f1) with slope g1 and through (a2, f2); 0 when
 // its curvature c is within zeroTol of zero.
@@ -15,4 +15,4 @@ inline double parabolaStep(double a1, double a2, double f1, double f2, double g1
   return step > a2 ? a2 : step;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,15 +1,15 @@
 #include "eval/evaluation.h"
 
-#include "api/problem.h"
-#include "api/settings.h"
+#include "state/problem.h"
+#include "state/settings.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 void evaluate(int n, double* x, double* f) {
-  ++settings.nFunEval;
+  ++settings->nFunEval;
   toPhysical(n, x);
   callAnalysis(x, f);
   toScaled(n, x);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Which entry of a fresh function vector is negated: f(k), in mode 3 alone. The feasibility phase of
 // the reduced gradient method minimises a negative equality that way.
@@ -26,4 +26,4 @@ inline void evaluate(int n, double* x, double* f, Negation negation) {
   negation.apply(f);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,10 +1,10 @@
 #include <tarnix/routines.h>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "eval/evaluation.h"
 #include "eval/gradients.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 namespace {
 
@@ -54,7 +54,7 @@ void DDSGRA(const int32_t* n, double* x, const int32_t* m, double* f, const void
 
 void DDBGRA(const int32_t* n, double* x, const int32_t* m, double* f, const void*,
             const int32_t* list, const int32_t* ld, double* G, double* fSave, double* fWork) {
-  ++settings.nGradEval;
+  ++settings->nGradEval;
   differenceGradients({*n, x, *m, f, {}}, ColumnSelection::list(list, *m), *ld, G, {fSave, fWork});
 }
 

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -24,7 +24,7 @@ void storeQuotients(const DifferencePoint& at, ColumnSelection columns, int ld, 
 void forwardDifferences(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
                         const double* saved) {
   for (int i = 1; i <= at.n; ++i) {
-    const double h = settings.diffPert;
+    const double h = settings->diffPert;
     double& xi = at.x[i - 1];
     xi = xi + h;
     evaluate(at.n, at.x, at.f, at.negation);
@@ -36,7 +36,7 @@ void forwardDifferences(const DifferencePoint& at, ColumnSelection columns, int 
 void centralDifferences(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
                         double* forward) {
   for (int i = 1; i <= at.n; ++i) {
-    const double h = settings.diffPert;
+    const double h = settings->diffPert;
     double& xi = at.x[i - 1];
     xi = xi + h;
     evaluate(at.n, at.x, forward, at.negation);
@@ -59,7 +59,7 @@ double gradientScale(ConstVector gObj) {
 void differenceGradients(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
                          DifferenceScratch scratch) {
   std::copy_n(at.f, std::max(at.m, 0), scratch.saved);
-  if (settings.diffMethod == 1)
+  if (settings->diffMethod == 1)
     forwardDifferences(at, columns, ld, G, scratch.saved);
   else
     centralDifferences(at, columns, ld, G, scratch.spare);
@@ -69,13 +69,13 @@ void differenceGradients(const DifferencePoint& at, ColumnSelection columns, int
 bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, int ld, double* G) {
   WorkFrame frame;
   if (!frame.reserve(1 + 2 * cellCount(at.m))) {
-    if (settings.printLevel > 0)
+    if (settings->printLevel > 0)
       trace::message(
           Line("Error:  Double precision b storage exceeded").integer(frame.needed(), 10));
-    settings.errorFlag = logicalTrue;
+    settings->errorFlag = logicalTrue;
     return false;
   }
-  ++settings.nGradEval;
+  ++settings->nGradEval;
   double* saved = frame.carve(at.m);
   double* spare = frame.carve(at.m);
   differenceGradients(at, columns, ld, G, {saved, spare});
@@ -110,4 +110,4 @@ void copyGradient(const double* G, int n, int column, double* out) {
   std::copy_n(G + static_cast<std::ptrdiff_t>(column - 1) * n, std::max(n, 0), out);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

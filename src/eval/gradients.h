@@ -6,7 +6,7 @@
 #include "base/views.h"
 #include "eval/evaluation.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Which column of the gradient matrix function j goes to; 0 means none.
 class ColumnSelection {
@@ -71,4 +71,4 @@ bool listedGradients(const DifferencePoint& point, ConstIndex list1, ConstIndex 
 
 void copyGradient(const double* G, int n, int column, double* out);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -5,15 +5,15 @@
 #include <numeric>
 #include <utility>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
-bool isPivot(double value) { return std::fabs(value) > settings.zeroTol; }
+bool isPivot(double value) { return std::fabs(value) > settings->zeroTol; }
 
 // Walks the rows and keeps the candidates behind the dependent variables in varList.
 struct BasisChoice {
@@ -300,11 +300,11 @@ void updateJacobian(MatrixView jacobian, const double* s, const double* r) {
   const int k = jacobian.rows();
   double den = 0.0;
   for (int i = 0; i < k; ++i) den += s[i] * s[i];
-  if (!(std::fabs(den) > settings.zeroTol)) return;
+  if (!(std::fabs(den) > settings->zeroTol)) return;
   for (int j = 1; j <= k; ++j)
     for (int i = 1; i <= k; ++i)
       jacobian(i, j) = jacobian(i, j) - r[i - 1] * s[j - 1] / den;
   if (tracing(3)) trace::matrix("UPDATED JACOBIAN", jacobian);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -5,7 +5,7 @@
 
 #include "grg/lists.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct Basis {
   int n;
@@ -75,4 +75,4 @@ void exchangeDependent(Basis& basis, int position, int entering, const Gradients
 // JAC := JAC - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
 void updateJacobian(MatrixView jacobian, const double* s, const double* r);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 void classify(ConstIndex inequalities, ConstIndex equalities, const double* f,
               Classification& out) {
-  const double tol = settings.convTol;
+  const double tol = settings->convTol;
   out.kept.clear();
   out.active.clear();
   out.satisfied.clear();
@@ -40,7 +40,7 @@ void classify(ConstIndex inequalities, ConstIndex equalities, const double* f,
 void screen(int inequalities, const double* f, Classification& lists) {
   constexpr double noScreening = 0.99;
   constexpr int fewest = 25;
-  if (!(settings.grgParam1 <= noScreening && inequalities > fewest)) return;
+  if (!(settings->grgParam1 <= noScreening && inequalities > fewest)) return;
   IndexList& kept = lists.kept;
   const int count = kept.count();
   // Kept: the larger entry overwrites the earlier one and then stands twice; which constraints
@@ -49,13 +49,13 @@ void screen(int inequalities, const double* f, Classification& lists) {
     for (int j = i + 1; j <= count; ++j)
       if (f[kept(j) - 1] > f[kept(i) - 1]) kept.replaceAt(i, kept(j));
   const int active = lists.activeTotal;
-  const double wanted = (count - active) * settings.grgParam1;
+  const double wanted = (count - active) * settings->grgParam1;
   const double share = std::isnan(wanted) ? 0.0 : std::clamp(wanted, -1.0 * count, 1.0 * count);
   kept.truncate(std::clamp(active + static_cast<int>(share), 0, count));
 }
 
 bool Target::reached(const double* f) const {
-  const double tol = settings.convTol;
+  const double tol = settings->convTol;
   const double value = f[index - 1];
   return (mode == violatedInequality && value <= tol) || std::fabs(value) <= tol;
 }
@@ -72,10 +72,10 @@ void Target::choose(const Classification& lists, double* f) {
 }
 
 bool Target::flipIfOvershot(double* f) {
-  if (!equalityTarget(mode) || !(f[index - 1] < -settings.convTol)) return false;
+  if (!equalityTarget(mode) || !(f[index - 1] < -settings->convTol)) return false;
   mode = mode == negatedEquality ? positiveEquality : negatedEquality;
   negate(f);
   return true;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -4,7 +4,7 @@
 
 #include "grg/lists.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct Classification {
   IndexList kept;           // inequalities that are not violated, in index order
@@ -44,4 +44,4 @@ struct Target {
   bool flipIfOvershot(double* f);
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "base/parabola.h"
 #include "grg/classification.h"
 #include "grg/grg_iteration.h"
@@ -13,7 +13,7 @@
 #include "grg/saturation.h"
 #include "trace/trace.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 namespace {
 
@@ -356,7 +356,7 @@ void GRSSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
 
 void GRGPR2(const double* a1, const double* a2, const double* f1, const double* f2,
             const double* g1, double* astar) {
-  *astar = parabolaStep(*a1, *a2, *f1, *f2, *g1, settings.zeroTol);
+  *astar = parabolaStep(*a1, *a2, *f1, *f2, *g1, settings->zeroTol);
 }
 
 void GRGPR3(const double* s1, const double* f1, const double* s2, const double* f2,

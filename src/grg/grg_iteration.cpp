@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "base/ordered_dot.h"
 #include "eval/gradients.h"
 #include "grg/classification.h"
@@ -14,7 +14,7 @@
 #include "qp/qp_solver.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -65,16 +65,16 @@ class GrgIteration {
  private:
   int32_t iterate(int maxIter) {
     for (int k = 1; k <= maxIter; ++k) {
-      settings.nIter = k;
+      settings->nIter = k;
       if (stopRequested()) return stopped;
       if (tracing(1)) traceStart(k);
       chooseObjective();
       if (k == 1 && !claimLists()) return unfinished;
       if (const int32_t end = direct()) return end;
-      if (settings.errorFlag) return unfinished;
+      if (settings->errorFlag) return unfinished;
       if (const int32_t end = testDirection()) return end;
       if (const int32_t end = search()) return end;
-      if (settings.errorFlag) return unfinished;
+      if (settings->errorFlag) return unfinished;
       if (const int32_t end = testProgress()) return end;
     }
     return iterationLimit;
@@ -85,7 +85,7 @@ class GrgIteration {
     trace::message(Line("BEGINNING ITERATION ").integer(k, 4));
     trace::vector("DV", {p.x, n});
     trace::vector("DF", {p.f, p.m});
-    trace::message(Line("NO. ANALYSIS CALLS ").integer(settings.nFunEval, 4));
+    trace::message(Line("NO. ANALYSIS CALLS ").integer(settings->nFunEval, 4));
   }
 
   // The lists of the last subproblem: its active rows are numbered by them when the Lagrangian
@@ -138,8 +138,8 @@ class GrgIteration {
   }
 
   void forgetValues() {
-    fPrev1 = settings.bigValue;
-    fPrev2 = -settings.bigValue;
+    fPrev1 = settings->bigValue;
+    fPrev2 = -settings->bigValue;
   }
 
   // ---- gradients, curvature and direction ------------------------------------------------------
@@ -226,7 +226,7 @@ class GrgIteration {
     if (!listedGradients({n, p.x, p.m, p.f, {target.mode, objective}}, lists.kept.view(),
                          lists.satisfied.view(), a.columns, G, a.gObj, scale))
       return false;
-    if (settings.errorFlag) return false;
+    if (settings->errorFlag) return false;
     // Screening may list a function twice: only its later column has been written.
     for (int i = 1; i <= nKept; ++i)
       if (const int column = a.columns[lists.kept(i) - 1]; column != i)
@@ -267,7 +267,7 @@ class GrgIteration {
                          .text(" LENGTH SEARCH VEC ")
                          .real(length, 14, 5));
     // A direction without length leads nowhere.
-    if (std::fabs(derivative) < settings.convTolGrg || length == 0.0)
+    if (std::fabs(derivative) < settings->convTolGrg || length == 0.0)
       return optimizingNow() ? converged : noFeasiblePoint;
     if (!std::isfinite(length) || !std::isfinite(derivative)) return failure;
     std::copy_n(p.x, std::max(n, 0), a.xOld);
@@ -279,7 +279,7 @@ class GrgIteration {
   bool optimizingNow() const { return target.mode == optimizing; }
 
   int32_t testProgress() {
-    const double tol = settings.convTolGrg;
+    const double tol = settings->convTolGrg;
     const double fNew = p.f[objective - 1];
     if (std::fabs(fNew - fPrev1) <= tol && std::fabs(fPrev1 - fPrev2) <= tol) {
       if (optimizingNow()) return objectiveStalled;
@@ -340,7 +340,7 @@ class GrgIteration {
   // Carried from one iteration to the next.
   bool hessReset = true;
   int restorationIterations = 0;  // of the last restoration
-  double fPrev1 = settings.bigValue, fPrev2 = -settings.bigValue;
+  double fPrev1 = settings->bigValue, fPrev2 = -settings->bigValue;
   int32_t *qpKept = nullptr, *qpSatisfied = nullptr;
   int32_t nQpKept = 0, nQpSatisfied = 0;
   IndexFrame listFrame;
@@ -413,4 +413,4 @@ DirectionEnd findDirection(const Subproblem& qp, double* d, double* multiplier,
   return DirectionEnd::solved;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

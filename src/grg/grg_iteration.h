@@ -4,7 +4,7 @@
 
 #include "grg/lists.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct GrgProblem {
   int n;
@@ -64,4 +64,4 @@ struct Subproblem {
 [[nodiscard]] DirectionEnd findDirection(const Subproblem& qp, double* d, double* multiplier,
                                          int32_t* activeRows, int32_t& nact);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

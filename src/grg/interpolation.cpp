@@ -3,17 +3,17 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 bool parabolaVertex(const std::array<StepValue, 3>& at, double& vertex) {
   const auto [s1, f1] = at[0];
   const auto [s2, f2] = at[1];
   const auto [s3, f3] = at[2];
   const double denominator = (s2 - s3) * f1 + (s3 - s1) * f2 + (s1 - s2) * f3;
-  if (!(std::fabs(denominator) >= settings.zeroTol)) {
+  if (!(std::fabs(denominator) >= settings->zeroTol)) {
     if (tracing(1)) trace::message("ERROR IN GRGPR3, ZERO DENOM");
     return false;
   }
@@ -40,11 +40,11 @@ bool chooseThree(bool forParabola, const std::array<StepValue, 4>& from,
 }
 
 CrossingEnd crossingStep(double s0, double g0, double s1, double g1, double& crossing) {
-  if (!(std::fabs(g1 - g0) >= settings.zeroTol)) {
+  if (!(std::fabs(g1 - g0) >= settings->zeroTol)) {
     if (tracing(1)) trace::message("ERROR2 IN GRGINT");
     return CrossingEnd::flat;
   }
-  const double t = (settings.convTol - g0) / (g1 - g0);
+  const double t = (settings->convTol - g0) / (g1 - g0);
   if (!(t >= 0.0 && t <= 1.0)) {
     if (tracing(1)) trace::message("ERROR1 IN GRGINT");
     return CrossingEnd::outside;
@@ -53,4 +53,4 @@ CrossingEnd crossingStep(double s0, double g0, double s1, double g1, double& cro
   return CrossingEnd::found;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

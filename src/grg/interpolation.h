@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct StepValue {
   double s;  // step length
@@ -24,4 +24,4 @@ bool chooseThree(bool forParabola, const std::array<StepValue, 4>& from,
 enum class CrossingEnd : int32_t { found = 0, outside = 1, flat = 2 };
 CrossingEnd crossingStep(double s0, double g0, double s1, double g1, double& crossing);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

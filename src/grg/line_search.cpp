@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "base/ordered_dot.h"
 #include "base/parabola.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -32,7 +32,7 @@ bool trackBinding(ConstIndex active, int n, const Gradients& gradients, const do
     const double* a = gradients.of(c);
     const double along = orderedDot({a, n}, {d, n});
     const double length = std::sqrt(orderedDot({a, n}, {a, n}));
-    const double cosine = length >= settings.zeroTol ? along / length : along;
+    const double cosine = length >= settings->zeroTol ? along / length : along;
     if (!(cosine >= oneDegree)) continue;
     binding.append(c);
     tracked[c - 1] = 1;
@@ -93,7 +93,7 @@ SearchEnd LineSearch::run() {
     }
     tryPoint();
     if (!saturate()) {
-      if (tracing(2) && !settings.errorFlag) trace::message("TERMINATE: GRGSAT");
+      if (tracing(2) && !settings->errorFlag) trace::message("TERMINATE: GRGSAT");
       break;
     }
     recordTrial();
@@ -102,7 +102,7 @@ SearchEnd LineSearch::run() {
     if (next == Next::flat) return leaveAtBest(SearchEnd::flatParabola);
     if (next == Next::stop) break;
   }
-  return leaveAtBest(settings.errorFlag ? SearchEnd::storage : SearchEnd::bestPoint);
+  return leaveAtBest(settings->errorFlag ? SearchEnd::storage : SearchEnd::bestPoint);
 }
 
 // ---- preparation -------------------------------------------------------------------------------
@@ -181,7 +181,7 @@ void LineSearch::improveBasis() {
 void LineSearch::freeBlockedBasis() {
   for (int exchanges = 0; exchanges < p.basis.nDep; ++exchanges) {
     const Blocking first = firstBound(p.basis.dependent(), p.x, p.box, p.dir);
-    if (first.variable == 0 || !(first.step < settings.grgSearchParam2)) return;
+    if (first.variable == 0 || !(first.step < settings->grgSearchParam2)) return;
     const int position = p.basis.positionOf(first.variable);
     const int entering = exchangePartner(p.basis, position, p.x, p.box, p.gradients);
     if (entering == 0) return;
@@ -212,9 +212,9 @@ void LineSearch::formTangent() {
 
 // Largest violation of what was satisfied at entry; bigValue where a value is not a number.
 double LineSearch::violation() const {
-  double worst = std::isfinite(objective()) ? 0.0 : settings.bigValue;
+  double worst = std::isfinite(objective()) ? 0.0 : settings->bigValue;
   const auto consider = [&](double value) {
-    if (!(value <= worst)) worst = std::isnan(value) ? settings.bigValue : value;
+    if (!(value <= worst)) worst = std::isnan(value) ? settings->bigValue : value;
   };
   for (const int32_t c : p.kept) consider(p.f[c - 1]);
   for (const int32_t c : p.satisfied) consider(std::fabs(p.f[c - 1]));
@@ -236,7 +236,7 @@ bool LineSearch::takeCorrection() {
   for (int v = 1; v <= p.n; ++v) p.x[v - 1] = p.box.clip(v, p.x[v - 1] + carried * d[v - 1]);
   evaluateHere();
   const double after = violation();
-  if (after < 0.5 * before && after <= settings.convTol) {
+  if (after < 0.5 * before && after <= settings->convTol) {
     start();
     return true;
   }
@@ -255,10 +255,10 @@ void LineSearch::restoreEntry() {
     return worst;
   };
   const double before = residual();
-  if (!(before > negligible * settings.convTol)) return;
+  if (!(before > negligible * settings->convTol)) return;
   correctDependents(basis, p.f, p.box, p.x);
   evaluateHere();
-  if (residual() < before && violation() <= settings.convTol)
+  if (residual() < before && violation() <= settings->convTol)
     start();
   else
     returnToEntry();
@@ -278,7 +278,7 @@ void LineSearch::start() {
   pairs_[0] = {0.0, bestObjective_};
   pairCount_ = 1;
   slope_ = orderedDot({gObj, p.n}, {d, p.n});
-  step_ = std::min(settings.grgSearchParam1, carried);
+  step_ = std::min(settings->grgSearchParam1, carried);
 }
 
 // ---- one trial ---------------------------------------------------------------------------------
@@ -311,7 +311,7 @@ bool LineSearch::saturate() {
   if (saturation.restorationIterations >= 0)
     restorationIterations = saturation.restorationIterations;
   lastTrial_ = saturation.second;
-  return !saturation.terminate && !settings.errorFlag;
+  return !saturation.terminate && !settings->errorFlag;
 }
 
 void LineSearch::recordTrial() {
@@ -351,15 +351,15 @@ bool LineSearch::finished() const {
     if (tracing(2)) trace::message("TERMINATE PARAB=1 STPLEN>.5");
     return true;
   }
-  if (fits_ == 0 && std::fabs(bestObjective_ - base_.f[p.objective.k - 1]) <= settings.convTolGrg / 5.0 &&
+  if (fits_ == 0 && std::fabs(bestObjective_ - base_.f[p.objective.k - 1]) <= settings->convTolGrg / 5.0 &&
       (step_ > longStep || trial_ > manyTrials)) {
     if (tracing(2)) trace::message("TERMINATE OBJ NOT CHANGING");
     return true;
   }
   switch (p.objective.mode) {
-    case violatedInequality: return objective() <= settings.convTol;
+    case violatedInequality: return objective() <= settings->convTol;
     case positiveEquality:
-    case negatedEquality: return std::fabs(objective()) <= settings.convTol;
+    case negatedEquality: return std::fabs(objective()) <= settings->convTol;
     default: return false;
   }
 }
@@ -431,7 +431,7 @@ LineSearch::Next LineSearch::fitParabola() {
   if (pairCount_ < 3) {
     // The first trial was worse already: the parabola through both points and the slope at entry.
     const double vertex = parabolaStep(0.0, pairs_[1].s, pairs_[0].f, pairs_[1].f, slope_,
-                                       settings.zeroTol);
+                                       settings->zeroTol);
     step_ = std::clamp(vertex, 0.1 * pairs_[1].s, 0.5 * pairs_[1].s);
     return Next::goOn;
   }
@@ -460,4 +460,4 @@ SearchEnd LineSearch::leaveAtBest(SearchEnd end) {
   return end;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

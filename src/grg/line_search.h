@@ -8,7 +8,7 @@
 #include "grg/interpolation.h"
 #include "grg/saturation.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 enum class SearchEnd { bestPoint, minimumStep, flatParabola, storage };
 
@@ -88,7 +88,7 @@ class LineSearch {
   void start();
   void restoreEntry();
   bool takeCorrection();
-  bool tooShort() const { return step_ < settings.grgSearchParam2; }
+  bool tooShort() const { return step_ < settings->grgSearchParam2; }
   void tryPoint();
   bool saturate();
   double violation() const;
@@ -141,4 +141,4 @@ class LineSearch {
   int fits_ = 0;
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -7,7 +7,7 @@
 #include "base/index_list.h"
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct Box {
   const double* lower;  // (n) scaled
@@ -46,4 +46,4 @@ inline bool equalityTarget(int32_t mode) {
   return mode == positiveEquality || mode == negatedEquality;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -2,9 +2,9 @@
 
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 bool moveIndependent(ConstIndex variables, Box box, double alpha, const double* d, double* x,
                      StepPoint base) {
@@ -26,10 +26,10 @@ struct Prediction {
 };
 
 Prediction extrapolated(int i, Box box, double alpha, StepPoint base, StepPoint previous) {
-  const double zeroTol = settings.zeroTol;
+  const double zeroTol = settings->zeroTol;
   const double slope = (base.x[i - 1] - previous.x[i - 1]) / (base.step - previous.step);
   const double intercept = base.x[i - 1] - base.step * slope;
-  double boundStep = settings.bigValue;
+  double boundStep = settings->bigValue;
   if (slope > zeroTol)
     boundStep = (box.upperOf(i) - intercept) / slope;
   else if (slope < -zeroTol)
@@ -41,9 +41,9 @@ Prediction extrapolated(int i, Box box, double alpha, StepPoint base, StepPoint 
 Prediction onTangent(int i, double alpha, const double* dxdt, StepPoint base) {
   const double slope = dxdt[i - 1];
   const double value = (alpha - base.step) * slope + base.x[i - 1];
-  const double zeroStep = std::fabs(slope) > settings.zeroTol
+  const double zeroStep = std::fabs(slope) > settings->zeroTol
                               ? (0.0 - base.x[i - 1]) / slope + base.step
-                              : settings.bigValue;
+                              : settings->bigValue;
   return {value, zeroStep};
 }
 
@@ -51,10 +51,10 @@ Prediction onTangent(int i, double alpha, const double* dxdt, StepPoint base) {
 
 Blocking predictDependent(ConstIndex variables, Box box, double alpha, const double* dxdt,
                           double* x, StepPoint base, StepPoint previous) {
-  const double zeroTol = settings.zeroTol;
+  const double zeroTol = settings->zeroTol;
   const bool twoPoints = std::fabs(base.step - previous.step) > zeroTol;
-  Blocking first{0, settings.bigValue};
-  double shortest = settings.bigValue;
+  Blocking first{0, settings->bigValue};
+  double shortest = settings->bigValue;
   for (const int32_t i : variables) {
     const Prediction p = twoPoints ? extrapolated(i, box, alpha, base, previous)
                                    : onTangent(i, alpha, dxdt, base);
@@ -84,7 +84,7 @@ namespace {
 
 void meetBound(int32_t i, const double* x, Box box, const double* d, Blocking& first) {
   const double speed = d[i - 1];
-  if (!(std::fabs(speed) > settings.zeroTol)) return;
+  if (!(std::fabs(speed) > settings->zeroTol)) return;
   const double bound = speed > 0.0 ? box.upperOf(i) : box.lowerOf(i);
   const double step = (bound - x[i - 1]) / speed;
   if (step < first.step) first = {i, step};
@@ -93,15 +93,15 @@ void meetBound(int32_t i, const double* x, Box box, const double* d, Blocking& f
 }  // namespace
 
 Blocking firstBound(ConstIndex variables, const double* x, Box box, const double* d) {
-  Blocking first{0, settings.bigValue};
+  Blocking first{0, settings->bigValue};
   for (const int32_t i : variables) meetBound(i, x, box, d, first);
   return first;
 }
 
 Blocking firstBound(int n, const double* x, Box box, const double* d) {
-  Blocking first{0, settings.bigValue};
+  Blocking first{0, settings->bigValue};
   for (int32_t i = 1; i <= n; ++i) meetBound(i, x, box, d, first);
   return first;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

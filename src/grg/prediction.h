@@ -4,7 +4,7 @@
 
 #include "grg/lists.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // A point and the step length at which it lies.
 struct StepPoint {
@@ -38,4 +38,4 @@ Blocking firstBound(ConstIndex variables, const double* x, Box box, const double
 // The same over all n variables.
 Blocking firstBound(int n, const double* x, Box box, const double* d);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -2,28 +2,28 @@
 
 #include <cmath>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "grg/basis.h"
 #include "qp/curvature.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 void Restoration::run() {
-  double previousNorm = settings.bigValue;
+  double previousNorm = settings->bigValue;
   for (iteration = 1; iteration <= maxIter; ++iteration) {
     if (satisfied()) {
       converged = true;
       // Kept: level 2 alone prints the point.
-      if (settings.printLevel == 2) {
+      if (settings->printLevel == 2) {
         trace::vector("DV RETURN NR", {x, n});
         trace::vector("DF RETURN NR", {f, m});
       }
       if (tracing(1)) trace::message(Line("NR ITERATIONS= ").integer(evaluations, 4));
       return;
     }
-    if (iteration == 1) ++settings.nNewton1;
+    if (iteration == 1) ++settings->nNewton1;
     bool atBound = false;
     const double norm = correct(atBound);
     if (allAtBound) return;
@@ -40,7 +40,7 @@ void Restoration::run() {
 
 bool Restoration::satisfied() const {
   for (const int32_t c : rows)
-    if (!(std::fabs(f[c - 1]) <= settings.convTol)) return false;
+    if (!(std::fabs(f[c - 1]) <= settings->convTol)) return false;
   return true;
 }
 
@@ -89,7 +89,7 @@ bool Restoration::moveStep(int i, bool& atBound) {
   }
   if (stepVariable != 0) return true;
   const double width = base.step - previous.step;
-  const bool secant = std::fabs(width) > settings.zeroTol;
+  const bool secant = std::fabs(width) > settings->zeroTol;
   for (int l = 1; l <= nDep; ++l) {
     const int v = variables[l - 1];
     const double slope =
@@ -104,7 +104,7 @@ bool Restoration::moveStep(int i, bool& atBound) {
 }
 
 void Restoration::evaluateHere() {
-  ++settings.nNewton2;
+  ++settings->nNewton2;
   ++evaluations;
   evaluate(n, x, f, negation);
   if (tracing(3)) {
@@ -122,9 +122,9 @@ bool Restoration::refreshMatrices() {
   const VectorView w = frame.vector(k);
   const VectorView v = frame.vector(k);
   updateInverse({inverse, ld, k, k}, {r, k}, {dx, k}, w, v);
-  if (settings.errorFlag) return false;
+  if (settings->errorFlag) return false;
   updateJacobian({jacobian, ld, nDep, nDep}, dx, r);
   return true;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

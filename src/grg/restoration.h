@@ -5,7 +5,7 @@
 #include "eval/evaluation.h"
 #include "grg/prediction.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct Restoration {
   // Given.
@@ -49,4 +49,4 @@ struct Restoration {
   bool refreshMatrices();
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

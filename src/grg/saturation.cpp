@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "grg/interpolation.h"
 #include "grg/restoration.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Every pass leaves, ends the search, or has restored the point once; the next pass then looks
 // again for what the restoration has violated.
@@ -63,7 +63,7 @@ bool Saturation::findCrossing(Crossing& first) {
       reference.f[target - 1] * p.f[target - 1] < 0.0 && !interpolate(target, first))
     return false;
   for (const int32_t c : p.kept) {
-    if (p.isTracked(c) || !(p.f[c - 1] > settings.convTol)) continue;
+    if (p.isTracked(c) || !(p.f[c - 1] > settings->convTol)) continue;
     if (!interpolate(c, first)) return false;
   }
   return true;
@@ -89,7 +89,7 @@ void Saturation::takeUp(const Crossing& crossing) {
   if (cut <= 0.0) return;
   bool singular = true;
   if (holdWithNewDependent(c, singular)) return;
-  if (settings.errorFlag) return void(terminate = true);
+  if (settings->errorFlag) return void(terminate = true);
   moveTo(cut);
   evaluateHere();
   bool singularAgain = true;
@@ -106,7 +106,7 @@ void Saturation::takeUp(const Crossing& crossing) {
 // Ends the search. Exhausted storage has had its message, and nothing else is to be said.
 void Saturation::fail(std::string_view reason) {
   terminate = true;
-  if (settings.errorFlag || !tracing(1)) return;
+  if (settings->errorFlag || !tracing(1)) return;
   trace::message(reason);
   trace::message("FEASIBILITY FAILED IN GRGSAT");
 }
@@ -194,7 +194,7 @@ bool Saturation::impliedByHeldRows(int c, double length) {
   evaluateHere();
   restoreOrShorten();
   if (terminate) return false;
-  if (p.f[c - 1] > settings.convTol) {
+  if (p.f[c - 1] > settings->convTol) {
     // c may be on a larger scale than the rows: what is within tolerance for them is not for it.
     correctDependents(p.basis, p.f, p.box, p.x);
     evaluateHere();
@@ -210,7 +210,7 @@ void Saturation::exchangeAtBound() {
   Basis& basis = p.basis;
   const int leaving = blocking.variable;
   const double limit = blocking.step;
-  if (!(std::fabs(step - limit) > settings.zeroTol)) {
+  if (!(std::fabs(step - limit) > settings->zeroTol)) {
     if (tracing(1)) trace::message("STPDEL ERROR IN GRGSAT, BND");
     blocking = {};
     return;
@@ -240,7 +240,7 @@ void Saturation::exchangeAtBound() {
 // ---- the step as it is ---------------------------------------------------------------------------
 
 bool Saturation::feasible() const {
-  const double tol = settings.convTol;
+  const double tol = settings->convTol;
   for (const int32_t c : p.binding)
     if (!(p.f[c - 1] <= tol)) return false;
   for (const int32_t c : p.satisfied)
@@ -258,7 +258,7 @@ void Saturation::restoreOrShorten() {
   for (;;) {
     const bool converged = restore(p.basis.nDep, p.basis.nDep);
     if (converged && (restorationIterations > 0 || feasible())) return;
-    if (settings.errorFlag) break;
+    if (settings->errorFlag) break;
     if (halvings_ == maxHalvings || !rebuildMatrices()) break;
     ++halvings_;
     moveTo(0.5 * (reference.step + step));
@@ -317,4 +317,4 @@ bool Saturation::rebuildMatrices() {
   return invertJacobian(p.basis.nDep, p.basis.jacobian, p.basis.inverse, p.basis.ld, w_);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -4,12 +4,12 @@
 
 #include <string_view>
 
-#include "api/work_storage.h"
+#include "state/work_storage.h"
 #include "eval/evaluation.h"
 #include "grg/basis.h"
 #include "grg/prediction.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // The problem along one search direction.
 struct SearchProblem {
@@ -109,4 +109,4 @@ struct Saturation {
   int halvings_ = 0;
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "qp/kernels.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -135,11 +135,11 @@ int mostViolated(int m, int m1, int nb, const double* res, const IndexList& acti
     return active.contains(r) || (other != 0 && active.contains(other));
   };
   const int count = m + nb + mirrored;
-  int p = firstLargest(res, count, settings.zeroTol);
+  int p = firstLargest(res, count, settings->zeroTol);
   if (p == 0 || !taken(p)) return p;
   // Rare, for an active row is violated by rounding only.
   p = 0;
-  double best = settings.zeroTol;
+  double best = settings->zeroTol;
   for (int r = 1; r <= count; ++r) {
     if (!(res[r - 1] > best) || taken(r)) continue;
     best = res[r - 1];
@@ -184,8 +184,8 @@ double curvature(const ActiveSet& active) {
 
 StepLength stepLength(int nact, const double* multiplier, const double* r, double q,
                       double curvature, double s) {
-  const double zeroTol = settings.zeroTol;
-  double partial = settings.bigValue;
+  const double zeroTol = settings->zeroTol;
+  double partial = settings->bigValue;
   int drop = 0;
   for (int k = 1; k <= nact; ++k) {
     if (!(r[k - 1] < -zeroTol)) continue;
@@ -199,7 +199,7 @@ StepLength stepLength(int nact, const double* multiplier, const double* r, doubl
   const bool hasFull = curvature > zeroTol && std::fabs(q) > zeroTol;
   // Either may be negative: a step along a curvature within zeroTol may pass row p's limit by far,
   // and the next one has to come back.
-  const double full = hasFull ? -s / q : settings.bigValue;
+  const double full = hasFull ? -s / q : settings->bigValue;
 
   using Kind = StepLength::Kind;
   if (hasFull && (!hasPartial || full <= partial)) return {full, Kind::full, nact + 1};
@@ -229,7 +229,7 @@ bool addRow(ActiveSet& active, int p, double up) {
     return false;
   }
   const int k = active.bordering();
-  if (!(active.T(k, k) >= settings.zeroTol)) {
+  if (!(active.T(k, k) >= settings->zeroTol)) {
     if (tracing(1))
       trace::message("ERROR: NONPOSITIVE GRADGT*BINV*GRADV MATRIX, SHOULD NOT HAPPEN");
     return false;
@@ -250,4 +250,4 @@ void dropRow(ActiveSet& active, int k) {
   active.rows.removeAt(k);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

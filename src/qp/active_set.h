@@ -9,7 +9,7 @@
 #include "qp/packed_factor.h"
 #include "qp/rows.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Given, never written.
 struct QpRows {
@@ -82,4 +82,4 @@ void borderFactor(const QpRows& qp, int p, const ActiveSet& active);
 // Drops position k. The bordering column of W moves along.
 void dropRow(ActiveSet& active, int k);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -2,11 +2,11 @@
 
 #include <cmath>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "base/ordered_dot.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -63,10 +63,10 @@ void updateInverse(MatrixView B, ConstVector a, ConstVector b, VectorView u, Vec
   for (int j = 1; j <= m; ++j) w(j) = orderedDot({B.column(j), m}, b);
   double delta = 0.0;
   for (int i = 1; i <= m; ++i) delta += b(i) * (u(i) + b(i));
-  if (!(std::fabs(delta) > settings.zeroTol)) return;
+  if (!(std::fabs(delta) > settings->zeroTol)) return;
   for (int j = 1; j <= m; ++j)
     for (int i = 1; i <= m; ++i) B(i, j) = B(i, j) - u(i) * w(j) / delta;
   if (tracing(3)) trace::matrix("UPDATED INVERSE JACOBIAN", B);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

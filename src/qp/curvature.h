@@ -4,7 +4,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct UpdateWork {
   VectorView u, r, v;  // (n) each: H s, the damped gradient change, H's
@@ -22,4 +22,4 @@ void setScaledIdentity(double diagonal, MatrixView H);
 // Sherman-Morrison form on the inverse. Nothing happens unless |delta| > zeroTol.
 void updateInverse(MatrixView B, ConstVector a, ConstVector b, VectorView u, VectorView w);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

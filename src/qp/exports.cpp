@@ -1,7 +1,7 @@
 #include <tarnix/routines.h>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "qp/active_set.h"
 #include "qp/curvature.h"
 #include "qp/lagrangian.h"
@@ -9,7 +9,7 @@
 #include "qp/qp_solver.h"
 #include "trace/trace.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 namespace {
 

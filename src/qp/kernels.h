@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Two lanes: what every 64-bit target has. Lane arithmetic is the scalar IEEE arithmetic.
 using Pair = double __attribute__((vector_size(16)));
@@ -139,4 +139,4 @@ inline void subtractColumns4Down(double* __restrict y, const double* const a[4],
   }
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace tarnix {
+namespace tarnix::core {
 
 int lagrangianGradient(int n, const ActiveRows& active, const double* g, const double* J,
                        double* gl) {
@@ -40,4 +40,4 @@ int lagrangianGradient(int n, const ActiveRows& active, const double* g, const d
   return missing;
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

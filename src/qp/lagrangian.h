@@ -3,7 +3,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Active rows are numbered in one range: the constraints of the first kind through map1, those of
 // the second kind through map2, then two bound rows per variable, +e(j) (odd) and -e(j) (even).
@@ -20,4 +20,4 @@ struct ActiveRows {
 int lagrangianGradient(int n, const ActiveRows& active, const double* g, const double* J,
                        double* gl);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

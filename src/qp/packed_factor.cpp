@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "qp/kernels.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -83,7 +83,7 @@ void reduceColumn(PackedUpper P, int k) {
 }
 
 bool factorColumns(PackedUpper P, int n, int k0) {
-  const double zeroTol = settings.zeroTol;
+  const double zeroTol = settings->zeroTol;
   for (int k = k0; k <= n; ++k) {
     reduceColumn(P, k);
     if (!(P(k, k) >= zeroTol)) return false;
@@ -92,7 +92,7 @@ bool factorColumns(PackedUpper P, int n, int k0) {
 }
 
 bool factorWhole(PackedUpper P, int n) {
-  const double zeroTol = settings.zeroTol;
+  const double zeroTol = settings->zeroTol;
   for (int first = 1; first <= n; first += 4) {
     const int last = std::min(first + 3, n);
     for (int i = 0; i + 4 < first; i += 4)
@@ -195,4 +195,4 @@ void deleteRow(PackedUpper P, int n, int k, double* work) {
   }
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -4,7 +4,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Reduces column k against the factor in columns 1..k-1: U(1..k-1, k) and the pivot d(k). The pivot
 // is not tested.
@@ -29,4 +29,4 @@ void solveUnitUpper(ConstPacked P, double* x, int n);
 // the columns before k stay. work holds n - k doubles.
 void deleteRow(PackedUpper P, int n, int k, double* work);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,10 +1,10 @@
 #include "qp/qp_solver.h"
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -106,4 +106,4 @@ QpEnd solveQp(const QpProblem& problem, const QpResult& result) {
   return DualActiveSet(problem, result, nb, frame).run(problem);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -6,7 +6,7 @@
 
 #include "qp/active_set.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct QpProblem {
   int n, m, m1;
@@ -30,4 +30,4 @@ enum class QpEnd { solved, noSolution, notPositiveDefinite, failure };
 
 [[nodiscard]] QpEnd solveQp(const QpProblem& problem, const QpResult& result);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,6 +1,6 @@
 #include "qp/rows.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 Row boundRow(int t, int n, const int32_t* codes) {
   int q = 0;
@@ -29,4 +29,4 @@ RowNumbering solverRows(int n, int m, int m1, int nb, const int32_t* codes) {
   return {m, nb, m1, n, codes, everyBound};
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

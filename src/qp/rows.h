@@ -7,7 +7,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Per-variable bound codes. A variable with both bounds has its upper row first.
 enum BoundCode : int32_t { boundBoth = 1, boundLower = 2, boundUpper = 3 };
@@ -44,4 +44,4 @@ struct RowNumbering {
 // mirrored.
 RowNumbering solverRows(int n, int m, int m1, int nb, const int32_t* codes);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

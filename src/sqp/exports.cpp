@@ -1,10 +1,10 @@
 #include <tarnix/routines.h>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "base/parabola.h"
 #include "sqp/front_end.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 extern "C" {
 
@@ -52,7 +52,7 @@ void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* 
 
 void SQPPR2(const double* a1, const double* a2, const double* f1, const double* f2,
             const double* g1, double* astar) {
-  *astar = parabolaStep(*a1, *a2, *f1, *f2, *g1, settings.zeroTol);
+  *astar = parabolaStep(*a1, *a2, *f1, *f2, *g1, settings->zeroTol);
 }
 
 void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,

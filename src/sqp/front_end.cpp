@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <limits>
 
-#include "api/settings.h"
-#include "api/work_storage.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -32,7 +32,7 @@ int32_t solveSqp(int maxIter, const SqpProblem& p) {
   if (!doubles.reserve(1 + 3 * L + cellProduct(n, nfun) + mc + cellProduct(n, n) + vectors * n)) {
     const int32_t status = refuse("SQP: Double precision storage exceeded, ", doubles.needed());
     // Kept: the integer mark is left at the double requirement until the defaults are stored.
-    settings.intStorageUsed = static_cast<int32_t>(
+    settings->intStorageUsed = static_cast<int32_t>(
         std::min<int64_t>(doubles.needed(), std::numeric_limits<int32_t>::max()));
     return status;
   }
@@ -54,4 +54,4 @@ int32_t solveSqp(int maxIter, const SqpProblem& p) {
   return static_cast<int32_t>(runSqp(maxIter, p, a));
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -3,9 +3,9 @@
 
 #include "sqp/sqp_iteration.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Its status for the caller, 7 when the storage is too small.
 int32_t solveSqp(int maxIter, const SqpProblem& problem);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <optional>
 
-#include "api/settings.h"
+#include "state/settings.h"
 #include "base/ordered_dot.h"
 #include "base/parabola.h"
 #include "eval/evaluation.h"
@@ -14,7 +14,7 @@
 #include "qp/qp_solver.h"
 #include "trace/trace.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -39,7 +39,7 @@ class SqpIteration {
   SqpEnd run(int maxIter) {
     start();
     for (int k = 1; k <= maxIter; ++k) {
-      settings.nIter = k;
+      settings->nIter = k;
       if (stopRequested()) return SqpEnd::stopped;
       if (!refreshModel()) return SqpEnd::storage;
       if (const auto end = solveSubproblem()) return *end;
@@ -69,8 +69,8 @@ class SqpIteration {
     std::fill_n(a.column, std::max(p.nfun, 0), 0);
     for (int i = 1; i <= mc; ++i) a.column[position(i) - 1] = i;
     a.column[p.objective - 1] = p.nfun;
-    meritOlder = settings.bigValue;
-    meritNewer = -settings.bigValue;
+    meritOlder = settings->bigValue;
+    meritNewer = -settings->bigValue;
   }
 
   // Position in f of constraint i, inequalities first.
@@ -173,7 +173,7 @@ class SqpIteration {
 
   // ---- convergence ---------------------------------------------------------------------------
   bool converged() {
-    const double tol = settings.convTol;
+    const double tol = settings->convTol;
     derivative = orderedDot({a.gObj, n}, d);
     bool violated = false;
     for (int i = 1; i <= mc; ++i)
@@ -187,7 +187,7 @@ class SqpIteration {
   }
 
   void clipDirection() {
-    const double limit = settings.maxStepNorm;
+    const double limit = settings->maxStepNorm;
     const double norm = std::sqrt(orderedDot(d, d));
     if (!(norm > limit)) return;
     for (double& di : d) di = di * limit / norm;
@@ -219,7 +219,7 @@ class SqpIteration {
   }
 
   bool meritStalled() {
-    const double tol = settings.convTol;
+    const double tol = settings->convTol;
     if (tol > std::fabs(meritOlder - merit) && tol > std::fabs(meritNewer - merit)) {
       if (tracing(3)) trace::message("TERMINATE: PENALTY NOT CHANGING");
       return true;
@@ -263,7 +263,7 @@ class SqpIteration {
   }
 
   double reducedStep(double alpha, double trialMerit) {
-    const double astar = parabolaStep(0.0, alpha, merit, trialMerit, slope, settings.zeroTol);
+    const double astar = parabolaStep(0.0, alpha, merit, trialMerit, slope, settings->zeroTol);
     if (tracing(3)) {
       trace::vector("xmu", {a.weight, mc});
       trace::message(Line("Pender= ").real(slope, 14, 5).text(" Astar= ").real(astar, 14, 5));
@@ -304,4 +304,4 @@ SqpEnd runSqp(int maxIter, const SqpProblem& problem, const SqpArrays& arrays) {
   return SqpIteration(problem, arrays).run(maxIter);
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -7,7 +7,7 @@
 
 #include "base/views.h"
 
-namespace tarnix {
+namespace tarnix::core {
 
 enum class SqpEnd : int32_t {
   converged = 1,
@@ -63,4 +63,4 @@ struct SqpArrays {
 
 [[nodiscard]] SqpEnd runSqp(int maxIter, const SqpProblem& problem, const SqpArrays& arrays);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

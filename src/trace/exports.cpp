@@ -4,7 +4,7 @@
 
 #include "trace/trace.h"
 
-using namespace tarnix;
+using namespace tarnix::core;
 
 extern "C" {
 

@@ -5,7 +5,7 @@
 #include <cmath>
 #include <cstring>
 
-namespace tarnix {
+namespace tarnix::core {
 
 namespace {
 
@@ -67,4 +67,4 @@ std::string_view Line::padded(int count) const {
   return {buffer_, static_cast<std::size_t>(std::max(count, length_))};
 }
 
-}  // namespace tarnix
+}  // namespace tarnix::core

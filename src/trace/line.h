@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace tarnix {
+namespace tarnix::core {
 
 // Writes value right-aligned in width characters and returns the characters written (more than
 // width when it does not fit). Fixed notation for 0 and 0.1 <= |value| < 1e6, otherwise an exponent;
@@ -30,4 +30,4 @@ class Line {
   int length_ = 0;
 };
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "api/settings.h"
+#include "state/settings.h"
 
-namespace tarnix::trace {
+namespace tarnix::core::trace {
 
 namespace {
 
@@ -45,8 +45,8 @@ void writeReals(int count, ValueAt value) {
 }
 
 void storageExceeded(std::string_view text, int64_t needed) {
-  if (settings.printLevel > 0) message(Line(text).integer(needed, 10));
-  settings.errorFlag = logicalTrue;
+  if (settings->printLevel > 0) message(Line(text).integer(needed, 10));
+  settings->errorFlag = logicalTrue;
 }
 
 }  // namespace
@@ -104,4 +104,4 @@ void integerStorageExceeded(int64_t needed) {
   storageExceeded("ERROR:  INTEGER STORAGE EXCEEDED", needed);
 }
 
-}  // namespace tarnix::trace
+}  // namespace tarnix::core::trace

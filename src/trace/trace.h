@@ -7,7 +7,7 @@
 #include "base/views.h"
 #include "trace/line.h"
 
-namespace tarnix::trace {
+namespace tarnix::core::trace {
 
 void vector(std::string_view title, ConstVector v);
 void list(std::string_view title, ConstIndex v);
@@ -20,4 +20,4 @@ inline void message(const Line& line) { message(line.view()); }
 void doubleStorageExceeded(int64_t needed);
 void integerStorageExceeded(int64_t needed);
 
-}  // namespace tarnix::trace
+}  // namespace tarnix::core::trace

@@ -74,7 +74,7 @@ const Method sqp = {
 
 const Method grg = {
     VRK_grg,
-    tarnix::LineSearch::maxEvaluations,
+    tarnix::core::LineSearch::maxEvaluations,
     {1, 2, 3},
     {1, 2, 3},
     {

@@ -101,7 +101,7 @@ const Method methods[] = {
      {1, 2, 3, 4, 5, 6, 8, 10, 11, 12},
      12,
      2,
-     tarnix::LineSearch::maxEvaluations,
+     tarnix::core::LineSearch::maxEvaluations,
      falling},
 };
 INSTANTIATE_TEST_SUITE_P(Methods, Robustness, testing::ValuesIn(methods),

@@ -4,7 +4,7 @@
 
 #include <tarnix/tarnix.h>
 
-namespace tarnix {
+namespace tarnix::core {
 
 struct Problem {
   double lowerBound[VRK_MAX_VARIABLES];
@@ -14,8 +14,7 @@ struct Problem {
   int32_t m1;  // size of the first constraint group: where the second one starts
 };
 
-extern Problem problem;
-
+// All of them work with the problem of the session in use.
 // x := ((u - l) x + (u + l)) / 2, as every evaluation maps to physical units.
 void toPhysical(int n, double* x);
 // x := (x - (u + l)/2) / ((u - l)/2), the way back.
@@ -27,4 +26,4 @@ void unscaleResult(int n, double* x);
 // Hands x (physical) to the recorded callback; without one f stays as it is.
 void callAnalysis(double* x, double* f);
 
-}  // namespace tarnix
+}  // namespace tarnix::core

@@ -1,0 +1,112 @@
+#pragma once
+// The work storage of the session in use, handed out as a stack. A frame notes the mark at its first
+// claim and puts it back on every exit, an exception out of the callback included.
+
+#include <algorithm>
+#include <cstdint>
+
+#include "state/settings.h"
+#include "base/views.h"
+
+namespace tarnix::core {
+
+// Which of the two storages: its cells, their number, and its mark and capacity in the settings.
+struct DoubleStorage {
+  using Cell = double;
+  static Storage<double>& memory() { return session().doubles; }
+  static constexpr int64_t limit = VRK_DBL_STORAGE_LIMIT;
+  static int32_t& used() { return settings->dblStorageUsed; }
+  static int32_t capacity() { return settings->dblStorageCapacity; }
+};
+
+struct IndexStorage {
+  using Cell = int32_t;
+  static Storage<int32_t>& memory() { return session().indices; }
+  static constexpr int64_t limit = VRK_INT_STORAGE_LIMIT;
+  static int32_t& used() { return settings->intStorageUsed; }
+  static int32_t capacity() { return settings->intStorageCapacity; }
+};
+
+// Cells for a count of 32 bits; a negative one stands for none.
+inline int64_t cellCount(int64_t count) { return std::max<int64_t>(count, 0); }
+// Cells of a matrix, cut where the sum of a few of them would leave 64 bits.
+inline int64_t cellProduct(int64_t rows, int64_t columns) {
+  constexpr int64_t most = int64_t{1} << 61;
+  return std::min(cellCount(rows) * cellCount(columns), most);
+}
+
+template <class Which>
+class StorageFrame {
+ public:
+  using Cell = typename Which::Cell;
+
+  StorageFrame() = default;
+  ~StorageFrame() { release(); }
+  StorageFrame(const StorageFrame&) = delete;
+  StorageFrame& operator=(const StorageFrame&) = delete;
+
+  // Claims the cells above the mark, in place of an earlier claim, or leaves the storage as it was
+  // before the first one and says no. Totals are 64-bit, so that no count wraps, and a capacity
+  // beyond the limit is taken as the limit.
+  [[nodiscard]] bool reserve(int64_t cells) {
+    release();
+    mark_ = Which::used();
+    const int64_t from = cellCount(mark_);
+    needed_ = from + cells;
+    if (needed_ > std::min<int64_t>(Which::capacity(), Which::limit)) return false;
+    Storage<Cell>& memory = Which::memory();
+    top_ = memory.blocks.top();
+    next_ = memory.fixed != nullptr ? memory.fixed + from : memory.blocks.claim(cells);
+    if (next_ == nullptr) return false;
+    end_ = next_ + cells;
+    claimed_ = true;
+    Which::used() = static_cast<int32_t>(needed_);
+    return true;
+  }
+  void release() {
+    if (!claimed_) return;
+    Which::used() = mark_;
+    Which::memory().blocks.giveBack(top_);
+    claimed_ = false;
+  }
+  int64_t needed() const { return needed_; }
+
+  // The next stretch of the claim; stretches are carved in the order in which they are named.
+  Cell* carve(int64_t cells) {
+    Cell* stretch = next_;
+    next_ += cellCount(cells);
+    assert(next_ <= end_);
+    return stretch;
+  }
+  BasicVector<Cell> vector(int size) { return {carve(size), size}; }
+
+ private:
+  bool claimed_ = false;
+  int32_t mark_ = 0;
+  int64_t needed_ = 0;
+  typename Arena<Cell>::Position top_;
+  Cell *next_ = nullptr, *end_ = nullptr;
+};
+
+using WorkFrame = StorageFrame<DoubleStorage>;
+using IndexFrame = StorageFrame<IndexStorage>;
+
+// Arrays beside the two storages, which no mark counts and no capacity limits: what the storages'
+// totals have no place for.
+template <class T>
+class PrivateFrame {
+ public:
+  explicit PrivateFrame(Arena<T>& arena) : arena_(arena), top_(arena.top()) {}
+  ~PrivateFrame() { arena_.giveBack(top_); }
+  PrivateFrame(const PrivateFrame&) = delete;
+  PrivateFrame& operator=(const PrivateFrame&) = delete;
+
+  // Null when there is no memory for them.
+  T* claim(int64_t cells) { return arena_.claim(cellCount(cells)); }
+
+ private:
+  Arena<T>& arena_;
+  const typename Arena<T>::Position top_;
+};
+
+}  // namespace tarnix::core
