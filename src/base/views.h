@@ -28,6 +28,12 @@ class BasicVector {
   int size() const { return size_; }
   T* begin() const { return data_; }
   T* end() const { return data_ + (size_ > 0 ? size_ : 0); }
+  // The first entries, and a stretch of them that begins at one.
+  BasicVector head(int count) const { return part(1, count); }
+  BasicVector part(int first, int count) const {
+    assert(first >= 1 && first - 1 + (count > 0 ? count : 0) <= (size_ > 0 ? size_ : 0));
+    return {data_ + (first - 1), count};
+  }
 
  private:
   T* data_ = nullptr;
@@ -36,7 +42,7 @@ class BasicVector {
 
 using VectorView = BasicVector<double>;
 using ConstVector = BasicVector<const double>;
-using IndexView = BasicVector<int32_t>;
+using IndexVector = BasicVector<int32_t>;
 using ConstIndex = BasicVector<const int32_t>;
 
 // Column-major matrix, leading dimension ld >= rows.
@@ -52,9 +58,17 @@ class BasicMatrix {
 
   T& operator()(int i, int j) const {
     assert(1 <= i && i <= rows_ && 1 <= j && j <= columns_);
-    return column(j)[i - 1];
+    return data_[static_cast<std::ptrdiff_t>(j - 1) * ld_ + (i - 1)];
   }
-  T* column(int j) const { return data_ + static_cast<std::ptrdiff_t>(j - 1) * ld_; }
+  BasicVector<T> column(int j) const {
+    assert(1 <= j && j <= columns_);
+    return {data_ + static_cast<std::ptrdiff_t>(j - 1) * ld_, rows_};
+  }
+  // The leading rows and columns.
+  BasicMatrix block(int rows, int columns) const {
+    assert(rows <= rows_ && columns <= columns_);
+    return {data_, ld_, rows, columns};
+  }
   T* data() const { return data_; }
   int ld() const { return ld_; }
   int rows() const { return rows_; }

@@ -233,9 +233,9 @@ bool borderInverse(int k, double corner, const double* z, const double* u, doubl
 bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, double* w) {
   const ConstMatrix J{jacobian, ld, k, k};
   const MatrixView B{inverse, ld, k, k};
-  for (int j = 1; j <= k; ++j) std::copy_n(J.column(j), k, B.column(j));
+  for (int j = 1; j <= k; ++j) std::copy_n(J.column(j).data(), k, B.column(j).data());
   for (int c = 1; c <= k; ++c) {
-    const double* column = B.column(c);
+    const double* column = B.column(c).data();
     const auto larger = [](double a, double b) { return std::fabs(a) < std::fabs(b); };
     const int p = static_cast<int>(std::max_element(column + c - 1, column + k, larger) - column) + 1;
     if (!isPivot(B(p, c))) {
@@ -248,7 +248,7 @@ bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, doub
   // The row interchanges come back as column interchanges of the inverse, the last one first.
   for (int c = k; c >= 1; --c) {
     const int p = static_cast<int>(w[c - 1]);
-    if (p != c) std::swap_ranges(B.column(c), B.column(c) + k, B.column(p));
+    if (p != c) std::swap_ranges(B.column(c).data(), B.column(c).data() + k, B.column(p).data());
   }
   return true;
 }

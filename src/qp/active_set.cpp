@@ -15,7 +15,7 @@ namespace {
 double rowDot(const QpRows& qp, const Row& row, const double* v) {
   switch (row.kind) {
     case Row::Kind::general:
-      return row.sign * dot(qp.A.column(row.index), v, qp.n);
+      return row.sign * dot(qp.A.column(row.index).data(), v, qp.n);
     case Row::Kind::bound:
       return row.sign * v[row.index - 1];
     case Row::Kind::none:
@@ -27,7 +27,7 @@ double rowDot(const QpRows& qp, const Row& row, const double* v) {
 // w := gradient of the row; returns its first position that may be nonzero.
 int loadGradient(const QpRows& qp, const Row& row, double* w) {
   if (row.kind == Row::Kind::general) {
-    const double* a = qp.A.column(row.index);
+    const double* a = qp.A.column(row.index).data();
     for (int i = 0; i < qp.n; ++i) w[i] = row.sign * a[i];
     return 1;
   }
@@ -47,12 +47,12 @@ void subtractActive(const ActiveSet& active, const double* coefficient, double* 
   const int count = active.count();
   int k = 1;
   for (; k + 3 <= count; k += 4) {
-    const double* const w = active.W.column(k);
+    const double* const w = active.W.column(k).data();
     const int n = active.n;
     const double* const columns[4] = {w, w + n, w + 2 * n, w + 3 * n};
     subtractColumns4(z, columns, coefficient + (k - 1), n);
   }
-  for (; k <= count; ++k) subtractColumn(z, active.W.column(k), coefficient[k - 1], active.n);
+  for (; k <= count; ++k) subtractColumn(z, active.W.column(k).data(), coefficient[k - 1], active.n);
 }
 
 // One-based position of the largest entry above the limit, the first of equals; 0 without one.
@@ -81,7 +81,7 @@ int firstLargest(const double* v, int n, double limit) {
 }  // namespace
 
 bool unconstrainedMinimizer(int n, ConstMatrix H, const double* g, PackedUpper P, double* d) {
-  for (int k = 1; k <= n; ++k) std::copy_n(H.column(k), k, P.column(k));
+  for (int k = 1; k <= n; ++k) std::copy_n(H.column(k).data(), k, P.column(k));
   if (!factorWhole(P, n)) return false;
   for (int i = 0; i < n; ++i) d[i] = -g[i];
   solveFactored(P, d, n);
@@ -91,7 +91,7 @@ bool unconstrainedMinimizer(int n, ConstMatrix H, const double* g, PackedUpper P
 void residuals(const QpRows& qp, const double* d, double* res) {
   int r = 1;
   for (; r + 3 <= qp.m; r += 4) {
-    const double* const a = qp.A.column(r);
+    const double* const a = qp.A.column(r).data();
     const std::ptrdiff_t ld = qp.A.ld();
     const double* const columns[4] = {a, a + ld, a + 2 * ld, a + 3 * ld};
     double sum[4];
@@ -100,7 +100,7 @@ void residuals(const QpRows& qp, const double* d, double* res) {
     storePair(res + r - 1, Pair{sum[0], sum[1]} - loadPair(b));
     storePair(res + r + 1, Pair{sum[2], sum[3]} - loadPair(b + 2));
   }
-  for (; r <= qp.m; ++r) res[r - 1] = dot(qp.A.column(r), d, qp.n) - qp.b[r - 1];
+  for (; r <= qp.m; ++r) res[r - 1] = dot(qp.A.column(r).data(), d, qp.n) - qp.b[r - 1];
 
   double* out = res + std::max(qp.m, 0);
   if (qp.row.everyBound) {
@@ -117,7 +117,7 @@ void residuals(const QpRows& qp, const double* d, double* res) {
 double residual(const QpRows& qp, int r, const double* d) {
   const Row row = qp.row(r);
   if (row.kind == Row::Kind::general)
-    return row.sign * (dot(qp.A.column(row.index), d, qp.n) - qp.b[row.index - 1]);
+    return row.sign * (dot(qp.A.column(row.index).data(), d, qp.n) - qp.b[row.index - 1]);
   if (row.kind == Row::Kind::none) return 0.0;
   const int j = row.index - 1;
   return row.sign > 0.0 ? d[j] - qp.du[j] : qp.dl[j] - d[j];
@@ -153,7 +153,7 @@ void directions(const QpRows& qp, int p, ConstPacked P, const ActiveSet& active,
   const int nact = active.count();
   const Row row = qp.row(p);
   const bool full = active.full();
-  double* w = full ? z : active.W.column(active.bordering());
+  double* w = full ? z : active.W.column(active.bordering()).data();
   if (full || !keepColumn) {
     const int first = loadGradient(qp, row, w);
     solveFactored(P, w, qp.n, first);
@@ -216,7 +216,7 @@ void takeStep(int n, double t, const double* z, double* d, int nact, const doubl
 
 void borderFactor(const QpRows& qp, int p, const ActiveSet& active) {
   const int k = active.bordering();
-  const double* w = active.W.column(k);
+  const double* w = active.W.column(k).data();
   double* column = active.T.column(k);
   activeDots(qp, active, w, column);
   column[k - 1] = rowDot(qp, qp.row(p), w);
@@ -242,10 +242,10 @@ bool addRow(ActiveSet& active, int p, double up) {
 void dropRow(ActiveSet& active, int k) {
   const int count = active.count();
   // The column of the dropped row serves as work before the later ones move over it.
-  deleteRow(active.T, count, k, active.W.column(k));
+  deleteRow(active.T, count, k, active.W.column(k).data());
   const int last = std::min(count + 1, active.n);
   if (k < last)
-    std::copy(active.W.column(k + 1), active.W.column(last) + active.n, active.W.column(k));
+    std::copy(active.W.column(k + 1).data(), active.W.column(last).data() + active.n, active.W.column(k).data());
   std::copy(active.multiplier + k, active.multiplier + count, active.multiplier + (k - 1));
   active.rows.removeAt(k);
 }

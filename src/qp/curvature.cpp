@@ -20,7 +20,7 @@ constexpr double dampingFactor = 0.8f;
 bool dampedUpdate(ConstVector s, ConstVector y, MatrixView H, const UpdateWork& work) {
   const int n = s.size();
   const auto [u, r, v] = work;
-  for (int j = 1; j <= n; ++j) v(j) = orderedDot({H.column(j), n}, s);
+  for (int j = 1; j <= n; ++j) v(j) = orderedDot(H.column(j), s);
   const double sHs = orderedDot(v, s);
   const double sy = orderedDot(s, y);
   if (std::fabs(sHs) < negligible) return false;
@@ -60,7 +60,7 @@ void updateInverse(MatrixView B, ConstVector a, ConstVector b, VectorView u, Vec
     for (int j = 1; j <= m; ++j) sum += B(i, j) * a(j);
     u(i) = -sum;
   }
-  for (int j = 1; j <= m; ++j) w(j) = orderedDot({B.column(j), m}, b);
+  for (int j = 1; j <= m; ++j) w(j) = orderedDot(B.column(j), b);
   double delta = 0.0;
   for (int i = 1; i <= m; ++i) delta += b(i) * (u(i) + b(i));
   if (!(std::fabs(delta) > settings->zeroTol)) return;
