@@ -80,7 +80,7 @@ int32_t runSqpMethod(int32_t maxIter, const UserProblem& user, const ScaledProbl
 
 // This method starts from the values at its point: they are evaluated here.
 int32_t runGrgMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
-  evaluate(user.n, user.x, user.f);
+  evaluate({user.x, user.n}, {user.f, functionCount(user.m1, user.m2)});
   int32_t status = 0;
   (void)solveGrg(maxIter,
                  {.n = user.n,
@@ -109,7 +109,7 @@ int32_t solve(Method method, int32_t maxIter, UserProblem user) {
   std::copy_n(user.upper, user.n, problem.upperBound);
 
   const ScaledProblem scaled(user.n, user.m1, user.m2);
-  toScaled(user.n, user.x);
+  toScaled({user.x, user.n});
   int32_t status = 0;
   if (scaled.complete())
     status = method == Method::grg ? runGrgMethod(maxIter, user, scaled)
@@ -118,7 +118,7 @@ int32_t solve(Method method, int32_t maxIter, UserProblem user) {
     settings->errorFlag = logicalTrue;  // out of memory: nothing was evaluated
   constexpr int32_t grgError = VRK_GRG_STORAGE, sqpError = VRK_SQP_STORAGE;
   if (settings->errorFlag) status = method == Method::grg ? grgError : sqpError;
-  unscaleResult(user.n, user.x);
+  unscaleResult({user.x, user.n});
   return status;
 }
 

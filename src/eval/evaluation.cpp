@@ -1,15 +1,15 @@
 #include "eval/evaluation.h"
 
 #include "state/problem.h"
-#include "state/settings.h"
 
 namespace tarnix::core {
 
-void evaluate(int n, double* x, double* f) {
+void evaluate(VectorView x, VectorView f, const Objective& objective) {
   ++settings->nFunEval;
-  toPhysical(n, x);
+  toPhysical(x);
   callAnalysis(x, f);
-  toScaled(n, x);
+  toScaled(x);
+  objective.applyMode(f);
 }
 
 }  // namespace tarnix::core

@@ -3,49 +3,147 @@
 #include <algorithm>
 #include <cmath>
 
-#include "state/settings.h"
-#include "state/work_storage.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
 namespace {
 
-void storeQuotients(const DifferencePoint& at, ColumnSelection columns, int ld, double* G, int i,
-                    const double* forward, const double* backward, double width) {
-  for (int j = 1; j <= at.m; ++j) {
-    const int c = columns.column(j);
-    if (c == 0) continue;
-    G[static_cast<std::ptrdiff_t>(c - 1) * ld + (i - 1)] =
-        (forward[j - 1] - backward[j - 1]) / width;
-  }
-}
+class GradientPass {
+ public:
+  GradientPass(const DifferencePoint& point, ColumnSelection selection, MatrixView gradients,
+               DifferenceScratch arrays)
+      : at(point), columns(selection), G(gradients), scratch(arrays) {}
 
-void forwardDifferences(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
-                        const double* saved) {
-  for (int i = 1; i <= at.n; ++i) {
-    const double h = settings->diffPert;
-    double& xi = at.x[i - 1];
-    xi = xi + h;
-    evaluate(at.n, at.x, at.f, at.negation);
-    storeQuotients(at, columns, ld, G, i, at.f, saved, h);
-    xi = xi - h;
+  void run() {
+    std::ranges::copy(at.f, scratch.saved.begin());
+    askHost();
+    if (session().hooks.batch == nullptr || !batched()) oneByOne();
+    std::ranges::copy(scratch.saved, at.f.begin());
   }
-}
 
-void centralDifferences(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
-                        double* forward) {
-  for (int i = 1; i <= at.n; ++i) {
-    const double h = settings->diffPert;
-    double& xi = at.x[i - 1];
-    xi = xi + h;
-    evaluate(at.n, at.x, forward, at.negation);
-    xi = (xi - h) - h;
-    evaluate(at.n, at.x, at.f, at.negation);
-    storeQuotients(at, columns, ld, G, i, forward, at.f, h + h);
-    xi = xi + h;
+ private:
+  int n() const { return at.x.size(); }
+
+  void askHost() {
+    if (session().hooks.gradient == nullptr) return;
+    const int m = at.f.size();
+    double* x = memory.claim(n());
+    double* gradients = memory.claim(int64_t{n()} * m);
+    if (x == nullptr || gradients == nullptr) return;  // differences need no memory
+    std::ranges::copy(at.x, x);
+    toPhysical({x, n()});
+    const MatrixView all{gradients, n(), n(), m};
+    if (callGradient({x, n()}, all)) given = all;
   }
-}
+
+  bool isGiven(int i, int j) const { return given.columns() > 0 && !std::isnan(given(i, j)); }
+
+  // Some derivative by variable i is still to be found.
+  bool needed(int i) const {
+    if (given.columns() == 0) return true;
+    for (int j = 1; j <= at.f.size(); ++j)
+      if (columns.column(j) != 0 && !isGiven(i, j)) return true;
+    return false;
+  }
+
+  double scaledGiven(int i, int j) const {
+    const double g = given(i, j) * halfRange(i);
+    return at.objective.mode == negatedEquality && at.objective.index == j ? 0.0 - g : g;
+  }
+
+  void store(int i, ConstVector forward, ConstVector backward, double width) const {
+    for (int j = 1; j <= at.f.size(); ++j) {
+      const int c = columns.column(j);
+      if (c == 0) continue;
+      G(i, c) = isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
+    }
+  }
+
+  void oneByOne() {
+    for (int i = 1; i <= n(); ++i) {
+      const double h = settings->diffPert;
+      double& xi = at.x(i);
+      if (!needed(i)) {
+        store(i, at.f, at.f, h);
+      } else if (forwardOnly) {
+        xi = xi + h;
+        evaluate(at.x, at.f, at.objective);
+        store(i, at.f, scratch.saved, h);
+        xi = xi - h;
+      } else {
+        xi = xi + h;
+        evaluate(at.x, scratch.spare, at.objective);
+        xi = (xi - h) - h;
+        evaluate(at.x, at.f, at.objective);
+        store(i, scratch.spare, at.f, h + h);
+        xi = xi + h;
+      }
+    }
+  }
+
+  // The points are those of single calls, to the bit: x goes to physical units and back for each of
+  // them. False, with nothing done, when there is no memory for them.
+  bool batched() {
+    const double h = settings->diffPert;
+    int variables = 0;
+    for (int i = 1; i <= n(); ++i) variables += needed(i);
+    const int count = forwardOnly ? variables : 2 * variables, m = at.f.size();
+    double* points = memory.claim(int64_t{n()} * count);
+    double* values = memory.claim(int64_t{m} * count);
+    if (points == nullptr || values == nullptr) return false;
+    const MatrixView X{points, n(), n(), count}, F{values, m, m, count};
+
+    int k = 0;
+    const auto notePoint = [&] {
+      toPhysical(at.x);
+      std::ranges::copy(at.x, X.column(++k).begin());
+      std::ranges::copy(scratch.saved, F.column(k).begin());
+      toScaled(at.x);
+    };
+    for (int i = 1; i <= n(); ++i) {
+      if (!needed(i)) continue;
+      double& xi = at.x(i);
+      xi = xi + h;
+      notePoint();
+      if (forwardOnly) {
+        xi = xi - h;
+        continue;
+      }
+      xi = (xi - h) - h;
+      notePoint();
+      xi = xi + h;
+    }
+    settings->nFunEval += count;
+    if (count > 0) callBatch(X, F);
+    for (k = 1; k <= count; ++k) at.objective.applyMode(F.column(k));
+
+    k = 0;
+    for (int i = 1; i <= n(); ++i) {
+      if (!needed(i)) {
+        store(i, at.f, at.f, h);
+        continue;
+      }
+      const ConstVector first = F.column(++k);
+      if (forwardOnly)
+        store(i, first, scratch.saved, h);
+      else
+        store(i, first, F.column(++k), h + h);
+    }
+    return true;
+  }
+
+  // Given.
+  const DifferencePoint& at;
+  const ColumnSelection columns;
+  const MatrixView G;
+  const DifferenceScratch scratch;
+  const bool forwardOnly = settings->diffMethod == 1;
+  // Work.
+  PrivateFrame<double> memory{session().privateDoubles};
+  // Decided.
+  ConstMatrix given;  // (n, m) the host's derivatives, empty when it has none here
+};
 
 double gradientScale(ConstVector gObj) {
   double sum = 0.0;
@@ -56,19 +154,21 @@ double gradientScale(ConstVector gObj) {
 
 }  // namespace
 
-void differenceGradients(const DifferencePoint& at, ColumnSelection columns, int ld, double* G,
-                         DifferenceScratch scratch) {
-  std::copy_n(at.f, std::max(at.m, 0), scratch.saved);
-  if (settings->diffMethod == 1)
-    forwardDifferences(at, columns, ld, G, scratch.saved);
-  else
-    centralDifferences(at, columns, ld, G, scratch.spare);
-  std::copy_n(scratch.saved, std::max(at.m, 0), at.f);
+int ColumnSelection::columns() const {
+  int highest = 0;
+  for (int j = 1; j <= entries_.size(); ++j) highest = std::max(highest, column(j));
+  return highest;
 }
 
-bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, int ld, double* G) {
+void differenceGradients(const DifferencePoint& at, ColumnSelection columns, MatrixView G,
+                         DifferenceScratch scratch) {
+  GradientPass(at, columns, G, scratch).run();
+}
+
+bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, MatrixView G) {
+  const int m = at.f.size();
   WorkFrame frame;
-  if (!frame.reserve(1 + 2 * cellCount(at.m))) {
+  if (!frame.reserve(1 + 2 * cellCount(m))) {
     if (settings->printLevel > 0)
       trace::message(
           Line("Error:  Double precision b storage exceeded").integer(frame.needed(), 10));
@@ -76,38 +176,32 @@ bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, int
     return false;
   }
   ++settings->nGradEval;
-  double* saved = frame.carve(at.m);
-  double* spare = frame.carve(at.m);
-  differenceGradients(at, columns, ld, G, {saved, spare});
+  const VectorView saved = frame.vector(m);
+  const VectorView spare = frame.vector(m);
+  differenceGradients(at, columns, G, {saved, spare});
   return true;
 }
 
-bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns, double* G) {
-  const int64_t block = cellCount(at.m) + 1;
-  WorkFrame first;
-  if (!first.reserve(block)) return trace::doubleStorageExceeded(first.needed()), false;
-  WorkFrame second;
-  if (!second.reserve(block)) return trace::doubleStorageExceeded(second.needed()), false;
-  differenceGradients(at, columns, at.n, G, {first.carve(at.m), second.carve(at.m)});
+bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns, MatrixView G) {
+  const int m = at.f.size();
+  const int64_t block = cellCount(m) + 1;
+  WorkFrame first, second;
+  if (!trace::claim(first, block) || !trace::claim(second, block)) return false;
+  differenceGradients(at, columns, G, {first.vector(m), second.vector(m)});
   return true;
 }
 
-bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2, int32_t* map,
-                     double* G, double* gObj, double& gScale) {
-  const int k = at.negation.k;
-  const int m1 = std::max(list1.size(), 0), m2 = std::max(list2.size(), 0);
-  std::fill_n(map, std::max(at.m, 0), 0);
-  for (int i = 1; i <= m1; ++i) map[list1(i) - 1] = i;
-  for (int i = 1; i <= m2; ++i) map[list2(i) - 1] = m1 + i;
-  map[k - 1] = m1 + m2 + 1;
+bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2,
+                     IndexVector map, MatrixView G, VectorView gObj, double& gScale) {
+  std::ranges::fill(map, 0);
+  int column = 0;
+  for (const ConstIndex& list : {list1, list2})
+    for (const int32_t c : list) map(c) = ++column;
+  map(at.objective.index) = column + 1;
   const bool evaluated = gradientsInTwoBlocks(at, ColumnSelection::map(map), G);
-  copyGradient(G, at.n, map[k - 1], gObj);
-  gScale = gradientScale({gObj, at.n});
+  std::ranges::copy(G.column(map(at.objective.index)), gObj.begin());
+  gScale = gradientScale(gObj);
   return evaluated;
-}
-
-void copyGradient(const double* G, int n, int column, double* out) {
-  std::copy_n(G + static_cast<std::ptrdiff_t>(column - 1) * n, std::max(n, 0), out);
 }
 
 }  // namespace tarnix::core

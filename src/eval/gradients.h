@@ -1,9 +1,7 @@
 #pragma once
-// Forward- and central-difference gradients of chosen functions, one scaled variable at a time.
+// Gradients of chosen functions: what the host gives, and forward or central differences for the
+// rest, one scaled variable at a time.
 
-#include <cstdint>
-
-#include "base/views.h"
 #include "eval/evaluation.h"
 
 namespace tarnix::core {
@@ -12,26 +10,24 @@ namespace tarnix::core {
 class ColumnSelection {
  public:
   // Function j goes to column entries(j) unless that is 0.
-  static ColumnSelection map(const int32_t* entries) { return {entries, Form::map}; }
+  static ColumnSelection map(ConstIndex entries) { return {entries, Form::map}; }
   // A first entry of -1 takes every function in order; otherwise entries above 0 are columns.
-  static ColumnSelection list(const int32_t* entries, int m) {
-    return {entries, m > 0 && entries[0] == -1 ? Form::everyFunction : Form::list};
+  static ColumnSelection list(ConstIndex entries) {
+    return {entries, entries.size() > 0 && entries(1) == -1 ? Form::everyFunction : Form::list};
   }
 
   int column(int j) const {
-    switch (form_) {
-      case Form::everyFunction: return j;
-      case Form::list: return entries_[j - 1] > 0 ? entries_[j - 1] : 0;
-      case Form::map: break;
-    }
-    return entries_[j - 1];
+    if (form_ == Form::everyFunction) return j;
+    return form_ == Form::map || entries_(j) > 0 ? entries_(j) : 0;
   }
+  // The highest column.
+  int columns() const;
 
  private:
   enum class Form { map, list, everyFunction };
-  ColumnSelection(const int32_t* entries, Form form) : entries_(entries), form_(form) {}
+  ColumnSelection(ConstIndex entries, Form form) : entries_(entries), form_(form) {}
 
-  const int32_t* entries_;
+  ConstIndex entries_;
   Form form_;
 };
 
@@ -39,36 +35,32 @@ class ColumnSelection {
 // its bound is evaluated beyond it. f holds its entry values again afterwards; x is restored by
 // adding and subtracting the step and may differ in its last bits.
 struct DifferencePoint {
-  int n;
-  double* x;
-  int m;
-  double* f;
-  Negation negation;
+  VectorView x;  // (n)
+  VectorView f;  // (m)
+  Objective objective{};
 };
 
 struct DifferenceScratch {
-  double* saved;   // (m) the values at the point
-  double* spare;   // (m) the values on the forward side, central differences only
+  VectorView saved;  // (m) the values at the point
+  VectorView spare;  // (m) the values on the forward side, central differences only
 };
 
-// G(i, c) = derivative of the function with column c by scaled variable i; leading dimension ld.
-void differenceGradients(const DifferencePoint& point, ColumnSelection columns, int ld, double* G,
+// G(i, c) = derivative of the function with column c by scaled variable i.
+void differenceGradients(const DifferencePoint& at, ColumnSelection columns, MatrixView G,
                          DifferenceScratch scratch);
 
 // The same with its scratch from the work storage, claimed in one block (the message in mixed case)
 // or in two, the second refused by itself. False when the storage is exceeded, with the message
 // printed and errorFlag set; nothing is evaluated then. One block also counts in nGradEval.
-[[nodiscard]] bool gradientsInOneBlock(const DifferencePoint& point, ColumnSelection columns,
-                                       int ld, double* G);
-[[nodiscard]] bool gradientsInTwoBlocks(const DifferencePoint& point, ColumnSelection columns,
-                                        double* G);
+[[nodiscard]] bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns,
+                                       MatrixView G);
+[[nodiscard]] bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns,
+                                        MatrixView G);
 
-// Gradients of the functions of both lists and, in the last column, of f(k), k of the negation; map
-// (m) becomes their column map. gObj (n) is that last column, gScale = max(1, mean |gObj(i)|).
+// Gradients of the functions of both lists and, in the last column, of the objective; map (m)
+// becomes their column map. gObj (n) is that last column, gScale = max(1, mean |gObj(i)|).
 // Kept: gObj and gScale are also set after a refused claim, from whatever G holds.
-bool listedGradients(const DifferencePoint& point, ConstIndex list1, ConstIndex list2, int32_t* map,
-                     double* G, double* gObj, double& gScale);
-
-void copyGradient(const double* G, int n, int column, double* out);
+bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2,
+                     IndexVector map, MatrixView G, VectorView gObj, double& gScale);
 
 }  // namespace tarnix::core

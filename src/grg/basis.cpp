@@ -7,7 +7,7 @@
 
 #include "state/settings.h"
 #include "state/work_storage.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
@@ -79,8 +79,7 @@ struct BasisChoice {
       for (int i = 1; i <= k; ++i) work.u[i - 1] = gradients(v, basis.rows(i));
       for (int j = 1; j <= k; ++j) work.z[j - 1] = gradients(basis.dependent()(j), c);
       WorkFrame frame;
-      if (!frame.reserve(1 + 2 * cellCount(k)))
-        return trace::doubleStorageExceeded(frame.needed()), Placed::noStorage;
+      if (!trace::claim(frame, 1 + 2 * cellCount(k))) return Placed::noStorage;
       double* w = frame.carve(k);
       double* y = frame.carve(k);
       if (borderInverse(k, gradients(v, c), work.z, work.u, basis.inverse, basis.ld, w, y)) {

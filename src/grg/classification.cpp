@@ -54,27 +54,19 @@ void screen(int inequalities, const double* f, Classification& lists) {
   kept.truncate(std::clamp(active + static_cast<int>(share), 0, count));
 }
 
-bool Target::reached(const double* f) const {
-  const double tol = settings->convTol;
-  const double value = f[index - 1];
-  return (mode == violatedInequality && value <= tol) || std::fabs(value) <= tol;
+Objective chooseTarget(const Classification& lists, VectorView f) {
+  if (lists.worstInequality > lists.worstEquality)
+    return {lists.worstInequalityIndex, violatedInequality};
+  const int32_t worst = lists.worstEqualityIndex;
+  const Objective target{worst, f(worst) > 0.0 ? positiveEquality : negatedEquality};
+  target.applyMode(f);
+  return target;
 }
 
-void Target::choose(const Classification& lists, double* f) {
-  if (lists.worstInequality > lists.worstEquality) {
-    mode = violatedInequality;
-    index = lists.worstInequalityIndex;
-    return;
-  }
-  index = lists.worstEqualityIndex;
-  mode = f[index - 1] > 0.0 ? positiveEquality : negatedEquality;
-  if (mode == negatedEquality) negate(f);
-}
-
-bool Target::flipIfOvershot(double* f) {
-  if (!equalityTarget(mode) || !(f[index - 1] < -settings->convTol)) return false;
-  mode = mode == negatedEquality ? positiveEquality : negatedEquality;
-  negate(f);
+bool flipIfOvershot(Objective& target, VectorView f) {
+  if (!target.isEquality() || !(f(target.index) < -settings->convTol)) return false;
+  target.mode = target.mode == negatedEquality ? positiveEquality : negatedEquality;
+  target.negate(f);
   return true;
 }
 

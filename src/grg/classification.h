@@ -2,6 +2,7 @@
 // Sorts the constraints at a point into violated, active and inactive ones, and picks the temporary
 // objective of the feasibility phase.
 
+#include "eval/objective.h"
 #include "grg/lists.h"
 
 namespace tarnix::core {
@@ -26,22 +27,10 @@ void classify(ConstIndex inequalities, ConstIndex equalities, const double* f, C
 // more than 25 inequalities.
 void screen(int inequalities, const double* f, Classification& lists);
 
-// The temporary objective: its index in f (0 when none) and its mode.
-struct Target {
-  int32_t index = 0;
-  int32_t mode = optimizing;
-
-  void negate(double* f) const { f[index - 1] = 0.0 - f[index - 1]; }
-  // The stored value back to what the analysis gave.
-  void undoNegation(double* f) const {
-    if (mode == negatedEquality) negate(f);
-  }
-  // Reached: at most convTol (inequality), or absolutely at most convTol.
-  bool reached(const double* f) const;
-  // The worst constraint; an equality wins a tie.
-  void choose(const Classification& lists, double* f);
-  // An equality that overshot is minimised from its other side. True when it did.
-  bool flipIfOvershot(double* f);
-};
+// The worst constraint as the temporary objective, its value negated as its mode asks; an equality
+// wins a tie.
+Objective chooseTarget(const Classification& lists, VectorView f);
+// An equality that overshot is minimized from its other side. True when it did.
+bool flipIfOvershot(Objective& target, VectorView f);
 
 }  // namespace tarnix::core

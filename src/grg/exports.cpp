@@ -11,16 +11,22 @@
 #include "grg/line_search.h"
 #include "grg/restoration.h"
 #include "grg/saturation.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 using namespace tarnix::core;
 
 namespace {
 
 bool claimDoubles(WorkFrame& frame, int64_t cells) {
-  if (frame.reserve(cells)) return true;
-  trace::doubleStorageExceeded(frame.needed());
-  return false;
+  return trace::claim(frame, cells);
+}
+
+// The length of f, as far as the lists tell.
+int highestOf(ConstIndex list1, ConstIndex list2) {
+  int32_t highest = 0;
+  for (const ConstIndex& list : {list1, list2})
+    for (const int32_t c : list) highest = std::max(highest, c);
+  return highest;
 }
 
 }  // namespace
@@ -90,16 +96,17 @@ void GRGCON(const int32_t* nIneq, const int32_t* ineqList, const int32_t* nEq,
             int32_t* feasMode) {
   Classification lists{{keepList, *nKeep}, {activeList, *nActive}, {eqSatList, *nEqSat}, *nIneq};
   classify({ineqList, *nIneq}, {eqList, *nEq}, f, lists);
-  Target target{*tempObj, *feasMode};
+  Objective target{*tempObj, *feasMode};
+  const VectorView values{f, highestOf({ineqList, *nIneq}, {eqList, *nEq})};
   // Unlike the iteration, a negated value is not undone before another target is chosen, and the
   // target keeps its number when all constraints are satisfied.
   if (lists.feasible()) {
-    target.undoNegation(f);
+    target.applyMode(values);
     target.mode = optimizing;
-  } else if (target.index != 0 && !target.reached(f)) {
-    target.flipIfOvershot(f);
+  } else if (target.index != 0 && !target.reached(values)) {
+    flipIfOvershot(target, values);
   } else {
-    target.choose(lists, f);
+    target = chooseTarget(lists, values);
   }
   *tempObj = target.index;
   *feasMode = target.mode;
@@ -197,7 +204,7 @@ void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, 
            const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
            int32_t* iter, double* dx, double* r) {
   *converged = logicalFalse;
-  Restoration newton{.negation = {*mode, *k},
+  Restoration newton{.objective = {*k, *mode},
                      .broyden = *broyden != 0,
                      .maxIter = *maxIter,
                      .rows = {rowList, *nRows},
@@ -256,7 +263,7 @@ void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const i
             int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
             const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second,
             double* dx, double* r) {
-  SearchProblem problem{.objective = {*feasMode, *k},
+  SearchProblem problem{.objective = {*k, *feasMode},
                         .n = *n,
                         .x = x,
                         .m = *m,
@@ -314,7 +321,7 @@ void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
             double* fPrev) {
   int32_t nBinding = 0, nIndependent = 0, nDependent = 0, nRows = 0;
   std::fill_n(LTRAK, std::max(*m, 0), 0);
-  SearchProblem problem{.objective = {*feasMode, *objIndex},
+  SearchProblem problem{.objective = {*objIndex, *feasMode},
                         .n = *n,
                         .x = x,
                         .m = *m,

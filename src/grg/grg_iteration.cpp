@@ -12,7 +12,7 @@
 #include "qp/curvature.h"
 #include "qp/lagrangian.h"
 #include "qp/qp_solver.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
@@ -33,15 +33,11 @@ enum Status : int32_t {
 };
 
 bool claim(WorkFrame& frame, int64_t cells) {
-  if (frame.reserve(cells)) return true;
-  trace::doubleStorageExceeded(frame.needed());
-  return false;
+  return trace::claim(frame, cells);
 }
 
 bool claim(IndexFrame& frame, int64_t cells) {
-  if (frame.reserve(cells)) return true;
-  trace::integerStorageExceeded(frame.needed());
-  return false;
+  return trace::claim(frame, cells);
 }
 
 class GrgIteration {
@@ -58,7 +54,7 @@ class GrgIteration {
   // Whatever ends the solve, the caller's f is what the analysis gave.
   int32_t run(int maxIter) {
     const int32_t status = iterate(maxIter);
-    target.undoNegation(p.f);
+    target.applyMode({p.f, p.m});
     return status;
   }
 
@@ -122,7 +118,7 @@ class GrgIteration {
   }
 
   bool leaveFeasibilityPhase() {
-    target.undoNegation(p.f);
+    target.applyMode({p.f, p.m});
     const bool found = target.index != 0;
     target = {};
     if (found && tracing(1))
@@ -131,9 +127,9 @@ class GrgIteration {
   }
 
   bool pursueFeasibility() {
-    if (target.index != 0 && !target.reached(p.f)) return target.flipIfOvershot(p.f);
-    target.undoNegation(p.f);
-    target.choose(lists, p.f);
+    if (target.index != 0 && !target.reached({p.f, p.m})) return flipIfOvershot(target, {p.f, p.m});
+    target.applyMode({p.f, p.m});
+    target = chooseTarget(lists, {p.f, p.m});
     return target.index != previousTarget;
   }
 
@@ -223,14 +219,16 @@ class GrgIteration {
   bool computeGradients(double& scale) {
     if (!claim(gradientFrame, static_cast<int64_t>(n) * gradientCount() + 1)) return false;
     G = gradientFrame.carve(static_cast<int64_t>(n) * gradientCount());
-    if (!listedGradients({n, p.x, p.m, p.f, {target.mode, objective}}, lists.kept.view(),
-                         lists.satisfied.view(), a.columns, G, a.gObj, scale))
+    if (!listedGradients({{p.x, n}, {p.f, p.m}, {objective, target.mode}}, lists.kept.view(),
+                         lists.satisfied.view(), {a.columns, p.m}, {G, n, n, gradientCount()},
+                         {a.gObj, n}, scale))
       return false;
     if (settings->errorFlag) return false;
     // Screening may list a function twice: only its later column has been written.
     for (int i = 1; i <= nKept; ++i)
       if (const int column = a.columns[lists.kept(i) - 1]; column != i)
-        copyGradient(G, n, column, G + static_cast<std::ptrdiff_t>(i - 1) * n);
+        std::ranges::copy(MatrixView{G, n, n, gradientCount()}.column(column),
+                          G + static_cast<std::ptrdiff_t>(i - 1) * n);
     return true;
   }
 
@@ -296,7 +294,7 @@ class GrgIteration {
     if (!storage.claim(n, p.m, nSatisfied, nActive)) return unfinished;
     int32_t nBinding = 0, nIndependent = 0, nDependent = 0, nRows = 0;
     std::fill_n(storage.tracked, p.m, 0);
-    SearchProblem along{.objective = {target.mode, objective},
+    SearchProblem along{.objective = {objective, target.mode},
                         .n = n,
                         .x = p.x,
                         .m = p.m,
@@ -331,7 +329,7 @@ class GrgIteration {
   // Decided in each iteration.
   int32_t nKept = 0, nActive = 0, nSatisfied = 0;
   Classification lists;
-  Target target;                 // temporary objective, none while optimising
+  Objective target;                // temporary objective, none while optimising
   int32_t previousTarget = 0;
   int32_t objective = 0;         // position in f of what is minimised now
   double* G = nullptr;           // gradients of kept, satisfied, objective

@@ -6,7 +6,7 @@
 #include "state/settings.h"
 #include "base/ordered_dot.h"
 #include "base/parabola.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
@@ -53,14 +53,11 @@ bool SearchStorage::claim(int n, int m, int satisfied, int active) {
   const int64_t room = k + Saturation::maxPasses - 1;
   const int64_t variables = cellCount(n), functions = cellCount(m);
   const int64_t vectors = 2 * variables + 2 * functions + 1;
-  const auto refuse = [](const auto& frame, auto report) { return report(frame.needed()), false; };
   // First what the method is known to need, then with the room.
   for (const int64_t order : {k, room})
-    if (!doubles_.reserve(vectors + 2 * order * order))
-      return refuse(doubles_, trace::doubleStorageExceeded);
-  if (!lists_.reserve(3 * variables + functions + cellCount(active) + 6))
-    return refuse(lists_, trace::integerStorageExceeded);
-  if (!rowList_.reserve(room)) return refuse(rowList_, trace::integerStorageExceeded);
+    if (!trace::claim(doubles_, vectors + 2 * order * order)) return false;
+  if (!trace::claim(lists_, 3 * variables + functions + cellCount(active) + 6)) return false;
+  if (!trace::claim(rowList_, room)) return false;
   for (double** stretch : {&work.bestX, &work.previousX}) *stretch = doubles_.carve(variables);
   for (double** stretch : {&work.bestF, &work.previousF}) *stretch = doubles_.carve(functions);
   tracked = lists_.carve(functions);
@@ -108,8 +105,7 @@ SearchEnd LineSearch::run() {
 // ---- preparation -------------------------------------------------------------------------------
 
 bool LineSearch::claimWork() {
-  if (!frame_.reserve(3 * cellCount(p.n) + 1)) {
-    trace::doubleStorageExceeded(frame_.needed());
+  if (!trace::claim(frame_, 3 * cellCount(p.n) + 1)) {
     return false;
   }
   for (double*& stretch : scratch_) stretch = frame_.carve(p.n);
@@ -127,8 +123,7 @@ bool LineSearch::prepareBasis() {
     p.tracked[p.binding(k) - 1] = 0;
     p.binding.removeAt(k);
   }
-  if (!baseFrame_.reserve(2 * cellCount(p.n) + cellCount(p.m))) {
-    trace::doubleStorageExceeded(baseFrame_.needed());
+  if (!trace::claim(baseFrame_, 2 * cellCount(p.n) + cellCount(p.m))) {
     return false;
   }
   tangent_ = baseFrame_.carve(p.n);
@@ -221,7 +216,7 @@ double LineSearch::violation() const {
   return worst;
 }
 
-void LineSearch::evaluateHere() { evaluate(p.n, p.x, p.f, p.objective); }
+void LineSearch::evaluateHere() { evaluate({p.x, p.n}, {p.f, p.m}, p.objective); }
 
 void LineSearch::returnToEntry() {
   std::copy_n(base_.x, p.n, p.x);
@@ -351,7 +346,7 @@ bool LineSearch::finished() const {
     if (tracing(2)) trace::message("TERMINATE PARAB=1 STPLEN>.5");
     return true;
   }
-  if (fits_ == 0 && std::fabs(bestObjective_ - base_.f[p.objective.k - 1]) <= settings->convTolGrg / 5.0 &&
+  if (fits_ == 0 && std::fabs(bestObjective_ - base_.f[p.objective.index - 1]) <= settings->convTolGrg / 5.0 &&
       (step_ > longStep || trial_ > manyTrials)) {
     if (tracing(2)) trace::message("TERMINATE OBJ NOT CHANGING");
     return true;
@@ -410,7 +405,7 @@ double LineSearch::capAtCrossings(double limit) const {
   };
   for (const int32_t c : p.kept)
     if (!p.isTracked(c)) cap(c);
-  if (equalityTarget(p.objective.mode)) cap(p.objective.k);
+  if (p.objective.isEquality()) cap(p.objective.index);
   return limit;
 }
 

@@ -108,7 +108,7 @@ class LineSearch {
   void keepTrial();
   SearchEnd leaveAtBest(SearchEnd end);
 
-  double objective() const { return p.f[p.objective.k - 1]; }
+  double objective() const { return p.f[p.objective.index - 1]; }
 
   // Given.
   SearchProblem& p;

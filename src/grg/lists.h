@@ -33,17 +33,4 @@ struct Gradients {
   double operator()(int v, int c) const { return of(c)[v - 1]; }
 };
 
-// What the iteration minimises. In the last mode the stored value of the equality is the negated
-// one, so that reducing it moves the equality towards zero.
-enum FeasibilityMode : int32_t {
-  optimizing = 0,
-  violatedInequality = 1,
-  positiveEquality = 2,
-  negatedEquality = 3
-};
-
-inline bool equalityTarget(int32_t mode) {
-  return mode == positiveEquality || mode == negatedEquality;
-}
-
 }  // namespace tarnix::core

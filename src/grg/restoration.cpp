@@ -6,7 +6,7 @@
 #include "state/work_storage.h"
 #include "grg/basis.h"
 #include "qp/curvature.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
@@ -106,7 +106,7 @@ bool Restoration::moveStep(int i, bool& atBound) {
 void Restoration::evaluateHere() {
   ++settings->nNewton2;
   ++evaluations;
-  evaluate(n, x, f, negation);
+  evaluate({x, n}, {f, m}, objective);
   if (tracing(3)) {
     trace::vector("DV AFTER NR", {x, n});
     trace::vector("DF AFTER NR", {f, m});
@@ -117,8 +117,7 @@ bool Restoration::refreshMatrices() {
   const int k = rows.size();
   for (int i = 1; i <= k; ++i) r[i - 1] = 0.0 - f[rows(i) - 1];
   WorkFrame frame;
-  if (!frame.reserve(1 + 2 * cellCount(k)))
-    return trace::doubleStorageExceeded(frame.needed()), false;
+  if (!trace::claim(frame, 1 + 2 * cellCount(k))) return false;
   const VectorView w = frame.vector(k);
   const VectorView v = frame.vector(k);
   updateInverse({inverse, ld, k, k}, {r, k}, {dx, k}, w, v);

@@ -9,7 +9,7 @@ namespace tarnix::core {
 
 struct Restoration {
   // Given.
-  Negation negation;
+  Objective objective;
   bool broyden;              // refresh both matrices after every evaluation
   int maxIter;
   ConstIndex rows;           // the constraints that are restored

@@ -6,7 +6,7 @@
 #include "state/settings.h"
 #include "grg/interpolation.h"
 #include "grg/restoration.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 namespace tarnix::core {
 
@@ -36,8 +36,7 @@ void Saturation::run() {
 }
 
 bool Saturation::claimWork() {
-  if (!frame_.reserve(5 * cellCount(p.n) + 1)) {
-    trace::doubleStorageExceeded(frame_.needed());
+  if (!trace::claim(frame_, 5 * cellCount(p.n) + 1)) {
     terminate = true;
     return false;
   }
@@ -58,8 +57,8 @@ bool Saturation::interpolate(int c, Crossing& first) {
 // The first inequality that the step has violated; an equality target that changed its sign is the
 // first candidate. False when one of them cannot be interpolated.
 bool Saturation::findCrossing(Crossing& first) {
-  const int32_t target = p.objective.k;
-  if (equalityTarget(p.objective.mode) && !p.isTracked(target) &&
+  const int32_t target = p.objective.index;
+  if (p.objective.isEquality() && !p.isTracked(target) &&
       reference.f[target - 1] * p.f[target - 1] < 0.0 && !interpolate(target, first))
     return false;
   for (const int32_t c : p.kept) {
@@ -249,7 +248,7 @@ bool Saturation::feasible() const {
   for (const int32_t c : p.kept)
     if (!(p.f[c - 1] <= tol)) return false;
   // An equality target is approached from its positive side.
-  return !equalityTarget(p.objective.mode) || p.f[p.objective.k - 1] >= -tol;
+  return !p.objective.isEquality() || p.f[p.objective.index - 1] >= -tol;
 }
 
 // Restores the rows that are held; a step from which that fails, or that no row can mend, is halved
@@ -277,13 +276,13 @@ void Saturation::moveTo(double length) {
   blocking = predictFrom(from, p.basis.dependent(), p.box, step, p.dir, p.x, artificial_);
 }
 
-void Saturation::evaluateHere() { evaluate(p.n, p.x, p.f, p.objective); }
+void Saturation::evaluateHere() { evaluate({p.x, p.n}, {p.f, p.m}, p.objective); }
 
 // The first rows of the basis by Newton; rows behind nDep move the step length.
 bool Saturation::restore(int rows, int nDep) {
   restored_ = true;
   const Basis& basis = p.basis;
-  Restoration newton{.negation = p.objective,
+  Restoration newton{.objective = p.objective,
                      .broyden = true,
                      .maxIter = restorationLimit,
                      .rows = {basis.rows.begin(), rows},

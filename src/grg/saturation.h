@@ -13,7 +13,7 @@ namespace tarnix::core {
 
 // The problem along one search direction.
 struct SearchProblem {
-  Negation objective;      // feasibility mode and index of the function that is minimised
+  Objective objective;      // feasibility mode and index of the function that is minimised
   int n;
   double* x;               // (n)
   int m;
@@ -31,7 +31,7 @@ struct SearchProblem {
   // Constraint c is held from here on; an equality target needs no place in the list.
   void hold(int c) {
     tracked[c - 1] = 1;
-    if (c != objective.k) binding.append(c);
+    if (c != objective.index) binding.append(c);
   }
 };
 

@@ -7,7 +7,7 @@
 #include "qp/lagrangian.h"
 #include "qp/packed_factor.h"
 #include "qp/qp_solver.h"
-#include "trace/trace.h"
+#include "trace/claim.h"
 
 using namespace tarnix::core;
 
@@ -44,7 +44,7 @@ void QHESS(const int32_t* n, const double* s, const double* y, double* H, int32_
 
 void GRSHES(const int32_t* n, const double* s, const double* y, double* H, int32_t* updated) {
   WorkFrame frame;
-  if (!frame.reserve(1 + 3 * cellCount(*n))) return trace::doubleStorageExceeded(frame.needed());
+  if (!trace::claim(frame, 1 + 3 * cellCount(*n))) return;
   double* w1 = frame.carve(*n);
   double* w2 = frame.carve(*n);
   double* w3 = frame.carve(*n);
@@ -66,7 +66,7 @@ void GRGBUP(const int32_t* ld, const int32_t* m, double* B, const double* a, con
 
 void GRSBUP(const int32_t* ld, const int32_t* m, double* B, const double* a, const double* b) {
   WorkFrame frame;
-  if (!frame.reserve(1 + 2 * cellCount(*m))) return trace::doubleStorageExceeded(frame.needed());
+  if (!trace::claim(frame, 1 + 2 * cellCount(*m))) return;
   double* u = frame.carve(*m);
   double* w = frame.carve(*m);
   GRGBUP(ld, m, B, a, b, u, w);

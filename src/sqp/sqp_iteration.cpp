@@ -44,7 +44,7 @@ class SqpIteration {
       if (!refreshModel()) return SqpEnd::storage;
       if (const auto end = solveSubproblem()) return *end;
       if (converged()) {
-        evaluate(n, p.x, p.f);
+        evaluate(x, {p.f, p.nfun});
         return SqpEnd::converged;
       }
       clipDirection();
@@ -58,7 +58,7 @@ class SqpIteration {
  private:
   // ---- start -------------------------------------------------------------------------------
   void start() {
-    evaluate(n, p.x, p.f);
+    evaluate(x, {p.f, p.nfun});
     if (tracing(3)) {
       trace::vector("Starting Variable Values", x);
       trace::vector("Starting Function Values", {p.f, p.nfun});
@@ -85,10 +85,10 @@ class SqpIteration {
     const bool reset = firstIteration || reformulated;
     firstIteration = reformulated = false;
     if (!reset) lagrangian(a.lagrangianOld);
-    if (!gradientsInOneBlock({n, p.x, p.nfun, p.f, {}}, ColumnSelection::list(a.column, p.nfun), n,
-                             a.G))
+    const MatrixView G{a.G, n, n, p.nfun};
+    if (!gradientsInOneBlock({x, {p.f, p.nfun}}, ColumnSelection::list({a.column, p.nfun}), G))
       return false;
-    copyGradient(a.G, n, p.nfun, a.gObj);
+    std::ranges::copy(G.column(p.nfun), a.gObj);
     if (reset)
       resetCurvature();
     else
@@ -238,7 +238,7 @@ class SqpIteration {
     double alpha = 1.0;
     for (int trial = 1; trial <= maxTrials; ++trial) {
       moveTo(alpha);
-      evaluate(n, p.x, p.f);
+      evaluate(x, {p.f, p.nfun});
       if (tracing(3)) {
         trace::vector("Variable Values", x);
         trace::vector("Function Values", {p.f, p.nfun});
@@ -276,7 +276,7 @@ class SqpIteration {
   void leaveAtSavedPoint() {
     if (tracing(1)) trace::message("Warning: Line Search Failed");
     std::copy_n(a.xSaved, std::max(n, 0), p.x);
-    evaluate(n, p.x, p.f);
+    evaluate(x, {p.f, p.nfun});
   }
 
   // Given.

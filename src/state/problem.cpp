@@ -1,35 +1,62 @@
 #include "state/problem.h"
 
 #include <algorithm>
+#include <limits>
 
 #include "state/session.h"
 
 namespace tarnix::core {
 
-void toPhysical(int n, double* x) {
+void toPhysical(VectorView x) {
   const double* l = session().problem.lowerBound;
   const double* u = session().problem.upperBound;
-  for (int i = 0; i < n; ++i) x[i] = ((u[i] - l[i]) * x[i] + (u[i] + l[i])) * 0.5;
+  double* xi = x.data();
+  for (int i = 0; i < x.size(); ++i) xi[i] = ((u[i] - l[i]) * xi[i] + (u[i] + l[i])) * 0.5;
 }
 
-void toScaled(int n, double* x) {
+void toScaled(VectorView x) {
   const double* l = session().problem.lowerBound;
   const double* u = session().problem.upperBound;
-  for (int i = 0; i < n; ++i) x[i] = (x[i] - (u[i] + l[i]) * 0.5) / ((u[i] - l[i]) * 0.5);
+  double* xi = x.data();
+  for (int i = 0; i < x.size(); ++i)
+    xi[i] = (xi[i] - (u[i] + l[i]) * 0.5) / ((u[i] - l[i]) * 0.5);
 }
 
-void unscaleResult(int n, double* x) {
+void unscaleResult(VectorView x) {
   const double* l = session().problem.lowerBound;
   const double* u = session().problem.upperBound;
-  for (int i = 0; i < n; ++i) x[i] = (u[i] - l[i]) * 0.5 * x[i] + (u[i] + l[i]) * 0.5;
+  double* xi = x.data();
+  for (int i = 0; i < x.size(); ++i) xi[i] = (u[i] - l[i]) * 0.5 * xi[i] + (u[i] + l[i]) * 0.5;
 }
 
-void callAnalysis(double* x, double* f) {
+double halfRange(int i) {
+  const Problem& problem = session().problem;
+  return (problem.upperBound[i - 1] - problem.lowerBound[i - 1]) * 0.5;
+}
+
+void callAnalysis(VectorView x, VectorView f) {
   const Problem& problem = session().problem;
   if (problem.analysis == nullptr) return;
-  const int32_t m1 = std::max(problem.m1, 0);
   const SessionKept kept;
-  problem.analysis(problem.user, x, f, f + 1, f + 1 + static_cast<std::ptrdiff_t>(m1));
+  double* values = f.data();
+  problem.analysis(problem.user, x.data(), values, values + 1,
+                   values + 1 + std::max(problem.m1, 0));
+}
+
+void callBatch(ConstMatrix X, MatrixView F) {
+  const SessionKept kept;
+  const Hooks& hooks = session().hooks;
+  hooks.batch(hooks.batchUser, X.columns(), X.data(), F.data());
+}
+
+bool callGradient(ConstVector x, MatrixView gradients) {
+  const Hooks& hooks = session().hooks;
+  if (hooks.gradient == nullptr) return false;
+  for (int j = 1; j <= gradients.columns(); ++j)
+    std::ranges::fill(gradients.column(j), std::numeric_limits<double>::quiet_NaN());
+  const SessionKept kept;
+  return hooks.gradient(hooks.gradientUser, x.data(), x.size(), gradients.columns(),
+                        gradients.data()) != 0;
 }
 
 }  // namespace tarnix::core

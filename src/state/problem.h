@@ -2,7 +2,9 @@
 // The problem of the running solve: the stored bounds, the callback record, and the two maps between
 // physical and scaled variables. Each formula's order of operations is part of the results.
 
-#include <tarnix/tarnix.h>
+#include <tarnix/session.h>
+
+#include "base/views.h"
 
 namespace tarnix::core {
 
@@ -14,16 +16,31 @@ struct Problem {
   int32_t m1;  // size of the first constraint group: where the second one starts
 };
 
+// What a host has offered beside its analysis, null where it has not.
+struct Hooks {
+  tarnix_batch batch;
+  void* batchUser;
+  tarnix_gradient gradient;
+  void* gradientUser;
+};
+
 // All of them work with the problem of the session in use.
 // x := ((u - l) x + (u + l)) / 2, as every evaluation maps to physical units.
-void toPhysical(int n, double* x);
+void toPhysical(VectorView x);
 // x := (x - (u + l)/2) / ((u - l)/2), the way back.
-void toScaled(int n, double* x);
+void toScaled(VectorView x);
 // x := (u - l)/2 x + (u + l)/2, as the final point returns to the caller.
 // Kept: this is not the order of toPhysical, and the last bits may differ.
-void unscaleResult(int n, double* x);
+void unscaleResult(VectorView x);
+// Physical change of variable i per unit of the scaled one.
+double halfRange(int i);
 
-// Hands x (physical) to the recorded callback; without one f stays as it is.
-void callAnalysis(double* x, double* f);
+// Each hands physical points to the host and leaves the thread's session as it was.
+// Without a recorded callback f stays as it is.
+void callAnalysis(VectorView x, VectorView f);
+// Column k of F gets the values at column k of X. Only where the host has offered it.
+void callBatch(ConstMatrix X, MatrixView F);
+// Gradients (n, functions) in physical units, NaN where the host left them; false when it has none.
+bool callGradient(ConstVector x, MatrixView gradients);
 
 }  // namespace tarnix::core

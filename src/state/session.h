@@ -3,8 +3,6 @@
 // is what a host gets that asks for none. Only the thread that uses a session touches it, but for
 // the stop request.
 
-#include <tarnix/routines.h>
-
 #include "state/arena.h"
 #include "state/problem.h"
 
@@ -19,20 +17,26 @@ struct Storage {
 };
 
 struct Session {
+  // With settings and storages of its own.
+  constexpr Session()
+      : settings(&ownSettings), privateDoubles(true), privateIndices(true) {}
+  // The process-wide one.
   constexpr Session(VRK_Settings* block, double* fixedDoubles, int32_t* fixedIndices)
       : settings(block),
         doubles{fixedDoubles},
         indices{fixedIndices},
-        privateDoubles(fixedDoubles == nullptr),
-        privateIndices(fixedDoubles == nullptr) {}
+        privateDoubles(false),
+        privateIndices(false) {}
 
-  VRK_Settings* settings;
+  VRK_Settings ownSettings{};
+  VRK_Settings* const settings;
   Storage<double> doubles;
   Storage<int32_t> indices;
   // Arrays beside the two storages, which have no mark and no capacity.
   Arena<double> privateDoubles;
   Arena<int32_t> privateIndices;
   Problem problem{};
+  Hooks hooks{};
   // The second group's list of the solves without a first group. It is not released at their return:
   // the next such solve takes it again and lets it grow.
   Arena<int32_t> keptList{true};

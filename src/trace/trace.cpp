@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "state/settings.h"
-
 namespace tarnix::core::trace {
 
 namespace {
@@ -42,11 +40,6 @@ void writeReals(int count, ValueAt value) {
     *out = ' ';
     return 1 + formatReal(out + 1, value(k + 1), realWidth, realDecimals);
   });
-}
-
-void storageExceeded(std::string_view text, int64_t needed) {
-  if (settings->printLevel > 0) message(Line(text).integer(needed, 10));
-  settings->errorFlag = logicalTrue;
 }
 
 }  // namespace
@@ -94,14 +87,6 @@ void message(std::string_view text) {
     write("\n");
     text.remove_prefix(piece.size());
   } while (!text.empty());
-}
-
-void doubleStorageExceeded(int64_t needed) {
-  storageExceeded("ERROR:  DOUBLE PRECISION STORAGE EXCEEDED", needed);
-}
-
-void integerStorageExceeded(int64_t needed) {
-  storageExceeded("ERROR:  INTEGER STORAGE EXCEEDED", needed);
 }
 
 }  // namespace tarnix::core::trace

@@ -16,8 +16,4 @@ void matrix(std::string_view title, ConstMatrix a);
 void message(std::string_view text);
 inline void message(const Line& line) { message(line.view()); }
 
-// What a refused claim on the work storage prints (level 1 and more) and sets.
-void doubleStorageExceeded(int64_t needed);
-void integerStorageExceeded(int64_t needed);
-
 }  // namespace tarnix::core::trace

@@ -1,6 +1,7 @@
-/* Both public headers, from plain C11 with every warning an error: they declare each exported
+/* The public headers, from plain C11 with every warning an error: they declare each exported
    name, lay the settings block out as documented, and the calls work as written. */
 #include <tarnix/routines.h>
+#include <tarnix/session.h>
 #include <tarnix/tarnix.h>
 
 #include <assert.h>

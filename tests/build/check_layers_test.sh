@@ -9,8 +9,8 @@ failed=0
 
 # plant FILE LINE: a sound tree with this line as the file's only content.
 plant() {
-  rm -rf src && mkdir -p src/{base,api,trace,eval,qp,sqp,grg}
-  touch src/base/views.h src/api/{settings,driver}.h src/{trace/trace,eval/eval,qp/qp}.h
+  rm -rf src && mkdir -p src/{base,state,trace,eval,qp,sqp,grg,api}
+  touch src/base/views.h src/state/settings.h src/api/driver.h src/{trace/trace,eval/eval,qp/qp}.h
   touch src/{sqp/sqp,grg/grg}.h
   mkdir -p "src/$(dirname "$1")"
   echo "$2" >"src/$1"
@@ -26,13 +26,13 @@ while IFS='|' read -r expected file line; do
   fi
 done <<'CASES'
 sound|qp/solver.cpp|#include "qp.h"
-sound|qp/solver.cpp|#include "api/settings.h"
+sound|qp/solver.cpp|#include "state/settings.h"
 sound|sqp/run.cpp|#include <tarnix/routines.h>
 sound|grg/run.cpp|#include <vector>
 sound|api/entry_points.cpp|#include "sqp/sqp.h"
 sound|api/entry_points.cpp|#include "driver.h"
-fault|base/list.h|#include "api/settings.h"
-fault|api/problem.cpp|#include "trace/trace.h"
+fault|base/list.h|#include "state/settings.h"
+fault|state/problem.cpp|#include "trace/trace.h"
 fault|trace/line.cpp|#include "eval/eval.h"
 fault|eval/gradients.cpp|#include "qp/qp.h"
 fault|qp/solver.cpp|  #  include "sqp/sqp.h"
@@ -41,7 +41,7 @@ fault|sqp/run.cpp|#include "api/driver.h"
 fault|sqp/run.cpp|#include "../api/driver.h"
 fault|sqp/run.cpp|#include "interfaces/cpp/tarnix.hpp"
 fault|sqp/run.cpp|#include <unistd.h>
-fault|api/other.cpp|#include "base/views.h"
+fault|qp/deeper/new.cpp|#include "base/views.h"
 fault|extra/new.cpp|#include "base/views.h"
 CASES
 exit $failed
