@@ -33,6 +33,8 @@
 #include <tarnix/routines.h>
 #include <tarnix/tarnix.h>
 
+#include <stddef.h>
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -61,7 +63,7 @@ VRK_API void tarnix_session_stop(tarnix_session* session, int32_t value);
 
 /* Whether VRK_grg and the GR* routines solve with their refinements (nonzero) or by the plain method
  * (0, the default). The refined method solves more problems; docs/methods.md names what differs.
- * VRK_setDefaults leaves this choice as it is, and the two functions below. */
+ * VRK_setDefaults leaves this choice as it is, and the functions below. */
 VRK_API void tarnix_session_refine(tarnix_session* session, int32_t on);
 
 /* Evaluates count designs, in any order or at the same time.
@@ -88,6 +90,14 @@ typedef int32_t (*tarnix_gradient)(void* user, const double* x, int32_t n, int32
  * analysis has been called before, though not always in the call before. Null: differences alone. */
 VRK_API void tarnix_session_gradient(tarnix_session* session, tarnix_gradient function,
                                      void* user);
+
+/* Takes a piece of the trace: length characters, not ended by 0. Lines end with a newline, and a
+ * line may come in several pieces. */
+typedef void (*tarnix_trace)(void* user, const char* text, size_t length);
+
+/* The trace of the session then goes to this function instead of the C library's stdout. Null:
+ * stdout again. What is printed is decided by VRK_set_print as before. */
+VRK_API void tarnix_session_trace(tarnix_session* session, tarnix_trace function, void* user);
 
 #ifdef __cplusplus
 }

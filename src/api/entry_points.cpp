@@ -103,4 +103,10 @@ void tarnix_session_gradient(tarnix_session* session, tarnix_gradient function, 
   hooks.gradientUser = user;
 }
 
+void tarnix_session_trace(tarnix_session* session, tarnix_trace function, void* user) {
+  Hooks& hooks = sessionOf(session).hooks;
+  hooks.trace = function;
+  hooks.traceUser = user;
+}
+
 }  // extern "C"

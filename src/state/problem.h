@@ -16,12 +16,14 @@ struct Problem {
   int32_t m1;  // size of the first constraint group: where the second one starts
 };
 
-// What a host has offered beside its analysis, null where it has not.
+// What a host has offered beside its analysis; a function is null where it has not.
 struct Hooks {
   tarnix_batch batch;
   void* batchUser;
   tarnix_gradient gradient;
   void* gradientUser;
+  tarnix_trace trace;
+  void* traceUser;
 };
 
 // All of them work with the problem of the session in use.

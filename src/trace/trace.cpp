@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "state/session.h"
+
 namespace tarnix::core::trace {
 
 namespace {
@@ -14,8 +16,16 @@ constexpr int integersPerLine = 8;
 constexpr int integerWidth = 10;
 constexpr int messageWidth = Line::capacity;
 
-// The C stream, so that the trace interleaves with what the host prints itself.
-void write(std::string_view text) { std::fwrite(text.data(), 1, text.size(), stdout); }
+// To the host's sink, or to the C stream, so that the trace interleaves with what the host prints.
+void write(std::string_view text) {
+  const Hooks& hooks = session().hooks;
+  if (hooks.trace == nullptr) {
+    std::fwrite(text.data(), 1, text.size(), stdout);
+    return;
+  }
+  const SessionKept kept;
+  hooks.trace(hooks.traceUser, text.data(), text.size());
+}
 
 void writeTitle(std::string_view title) {
   write(" ");
