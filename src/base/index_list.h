@@ -10,6 +10,7 @@ namespace tarnix::core {
 class IndexList {
  public:
   IndexList(int32_t* entries, int32_t& count) : entries_(entries), count_(&count) {}
+  IndexList(IndexVector room, int32_t& count) : IndexList(room.data(), count) {}
 
   int32_t count() const { return *count_; }
   int32_t operator()(int k) const {

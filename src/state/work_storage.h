@@ -104,9 +104,22 @@ class PrivateFrame {
   // Null when there is no memory for them.
   T* claim(int64_t cells) { return arena_.claim(cellCount(cells)); }
 
+  // One claim for several vectors. Sets errorFlag when there is no memory for it.
+  [[nodiscard]] bool reserve(int64_t cells) {
+    next_ = claim(cells);
+    if (next_ == nullptr) settings->errorFlag = logicalTrue;
+    return next_ != nullptr;
+  }
+  BasicVector<T> vector(int size) {
+    T* stretch = next_;
+    next_ += cellCount(size);
+    return {stretch, size};
+  }
+
  private:
   Arena<T>& arena_;
   const typename Arena<T>::Position top_;
+  T* next_ = nullptr;  // of the reserved cells
 };
 
 }  // namespace tarnix::core
