@@ -1,6 +1,6 @@
 #include "prediction.h"
 
-#include <tarnix/routines.h>
+#include <tarnix/session.h>
 
 #include <algorithm>
 #include <cmath>
@@ -12,6 +12,14 @@ namespace {
 
 // A search may return to the point before it, and a stage to the best one so far.
 constexpr std::size_t recentPoints = 200;
+
+// While the core runs the thread uses the session of the solve, else the process-wide one.
+tarnix_session* sessionInUse() {
+  tarnix_session* const used = tarnix_session_use(nullptr);
+  tarnix_session_use(used);
+  return used;
+}
+const VRK_Settings& settingsInUse() { return *tarnix_session_settings(sessionInUse()); }
 
 }  // namespace
 
@@ -96,9 +104,8 @@ bool PassPrediction::close(std::span<const double> a, std::span<const double> b)
 Points PassPrediction::after(std::span<const double> design, bool foreseen) {
   const Vector x = freeOf(design);
   if (x.empty()) return {};
-  const double step = VRK_settings.diffPert * half(0);
-  const bool outsideCore = VRK_settings.nFunEval == lastCount;  // the core counts before it asks
-  lastCount = VRK_settings.nFunEval;
+  const double step = settingsInUse().diffPert * half(0);
+  const bool outsideCore = sessionInUse() == nullptr;
   if (foreseen) return {};
 
   Points predicted;
@@ -127,8 +134,8 @@ Points PassPrediction::after(std::span<const double> design, bool foreseen) {
 }
 
 Points PassPrediction::corePass(const Vector& first, const Vector& base) const {
-  const double h = VRK_settings.diffPert;
-  const bool central = VRK_settings.diffMethod != 1;
+  const double h = settingsInUse().diffPert;
+  const bool central = settingsInUse().diffMethod != 1;
   const std::size_t n = first.size();
   Points points{whole(first)};
   Vector s = scaledOf(first);
@@ -169,11 +176,11 @@ void PassPrediction::addAsked(const Vector& asked, std::size_t stepped, Points& 
   };
   const bool above = x[stepped] > upper[stepped], below = x[stepped] < lower[stepped];
   if (!keepInside || (!above && !below)) return add(x[stepped]);
-  const double size = half(stepped) * VRK_settings.diffPert, step = above ? size : -size;
+  const double size = half(stepped) * settingsInUse().diffPert, step = above ? size : -size;
   const double base =
       clipped(stepped, std::min(std::max(x[stepped] - step, lower[stepped]), upper[stepped]));
   add(base - step);
-  if (VRK_settings.diffMethod != 1) add(base - 2 * step);
+  if (settingsInUse().diffMethod != 1) add(base - 2 * step);
 }
 
 Points PassPrediction::reportPass(const Vector& base) const {

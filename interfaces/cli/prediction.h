@@ -50,7 +50,6 @@ class PassPrediction {
   double differenceStep;
   std::vector<Vector> recent;  // core points lately asked for, physical
   std::size_t oldest = 0;      // of recent, once that is full
-  int lastCount = -1;
 };
 
 }  // namespace tarnix::cli

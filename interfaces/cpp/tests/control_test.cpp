@@ -4,7 +4,8 @@
 
 #include <atomic>
 #include <cmath>
-#include <cstring>
+#include <random>
+#include <tarnix/session.h>
 #include <tarnix/tarnix.hpp>
 #include <thread>
 #include <vector>
@@ -189,37 +190,83 @@ TEST(Control, StopFromAnotherThread) {
   EXPECT_TRUE(r.feasible);
 }
 
-TEST(Threads, SolvesTakeTurnsAndNestedOnesAreRefused) {
-  const Problem p = rosenSuzuki();
-  const Result alone = p.solve(evaluate);
-  std::atomic<int> inside{0};
-  int overlaps = 0;
-  const auto watched = [&](const Point& x, Values& v) {
-    if (++inside != 1) ++overlaps;
-    evaluate(x, v);
-    std::this_thread::yield();
-    --inside;
-  };
-  std::vector<std::vector<double>> found(4);
-  std::vector<std::thread> threads;
-  for (auto& x : found) threads.emplace_back([&] {
-    for (int i = 0; i < 20; ++i) x = p.solve(watched).point.x;
-  });
-  for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(overlaps, 0);
-  for (const auto& x : found) EXPECT_EQ(x, alone.point.x);
-
-  int refused = 0;
-  const Result outer = p.solve([&](const Point& x, Values& v) {
-    try {
-      p.solve(evaluate);
-    } catch (const NestedSolve&) {
-      ++refused;
+// Random convex problems: minimize sum c_i (x_i - a_i)^2 with two linear limits.
+struct RandomProblem {
+  explicit RandomProblem(unsigned seed) {
+    std::mt19937 random(seed);
+    const auto draw = [&] { return 4.0 * random() / double(std::mt19937::max()) - 2; };
+    const std::size_t n = 1 + random() % 6;
+    for (std::vector<double>* v : {&a, &c, &g, &h})
+      for (std::size_t i = 0; i < n; ++i) v->push_back(draw());
+    problem.variables("x", std::vector<double>(n, 0), std::vector<double>(n, -2),
+                      std::vector<double>(n, 2));
+    problem.minimize("f");
+    problem.atMost("g", 0.5);
+    problem.atMost("h", 0.5);
+    constexpr Method methods[] = {Method::sqp, Method::grg, Method::automatic};
+    options.method = methods[random() % 3];
+    options.keepInside = random() % 2 == 0;
+  }
+  void evaluate(const Point& x, Values& v) const {
+    v[0] = v[1] = v[2] = 0;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+      v[0] += (0.1 + c[i] * c[i]) * (x[i] - a[i]) * (x[i] - a[i]);
+      v[1] += g[i] * x[i];
+      v[2] += h[i] * x[i];
     }
+  }
+  Result solve() const {
+    return problem.solve([this](const Point& x, Values& v) { evaluate(x, v); }, options);
+  }
+  Problem problem;
+  Options options;
+  std::vector<double> a, c, g, h;
+};
+
+bool sameBits(const Result& a, const Result& b) {
+  return a.point.x == b.point.x && a.point.values == b.point.values && a.status == b.status &&
+         a.iterations == b.iterations && a.evaluations == b.evaluations;
+}
+
+TEST(Threads, SolvesSideBySideGiveTheBitsOfSolvesAlone) {
+  constexpr unsigned count = 1000, threads = 8;
+  std::vector<Result> alone;
+  for (unsigned seed = 0; seed < count; ++seed) alone.push_back(RandomProblem(seed).solve());
+  std::atomic<int> different{0};
+  std::vector<std::thread> running;
+  for (unsigned t = 0; t < threads; ++t)
+    running.emplace_back([&, t] {
+      for (unsigned k = 0; k < count; ++k) {
+        const unsigned seed = (k + t * count / threads) % count;
+        if (!sameBits(RandomProblem(seed).solve(), alone[seed])) ++different;
+      }
+    });
+  for (std::thread& thread : running) thread.join();
+  EXPECT_EQ(different, 0);
+}
+
+TEST(Threads, ACallableMaySolveAndTheOuterSolveDoesNotNotice) {
+  const Problem p = rosenSuzuki();
+  const RandomProblem inner(7);
+  const Result alone = p.solve(evaluate), innerAlone = inner.solve();
+  VRK_setDefaults();
+  const std::vector<double> before = settingsNow();
+  int depth = 0, different = 0;
+  const Result outer = p.solve([&](const Point& x, Values& v) {
+    if (++depth < 3) different += !sameBits(p.solve(evaluate), alone);
+    different += !sameBits(inner.solve(), innerAlone);
+    --depth;
     evaluate(x, v);
   });
-  EXPECT_EQ(refused, outer.evaluations);
-  EXPECT_EQ(outer.point.x, alone.point.x);
+  EXPECT_EQ(different, 0);
+  EXPECT_TRUE(sameBits(outer, alone));
+  // An exception of the inner callable passes through both solves.
+  EXPECT_THROW(p.solve([&](const Point&, Values&) {
+    p.solve([](const Point&, Values&) { throw Failure{1}; });
+  }),
+               Failure);
+  EXPECT_EQ(settingsNow(), before);
+  EXPECT_EQ(tarnix_session_use(nullptr), nullptr);  // the thread is left as it was found
 }
 
 // ---- inside the box ----------------------------------------------------------------------------
@@ -238,7 +285,8 @@ TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
   };
   const detail::CoreProblem core(p.description());
   for (const Differences differences : {Differences::forward, Differences::central}) {
-    detail::Evaluator evaluator(p.description(), core, analysis, options);
+    VRK_Settings counters{};
+    detail::Evaluator evaluator(p.description(), core, analysis, options, counters);
     const StageStart stage{1, Method::sqp, differences, options.differenceStep, 1e-5, {}};
     evaluator.beginStage(stage);
     const auto ask = [&](double x, double y) {

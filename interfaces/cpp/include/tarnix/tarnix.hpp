@@ -13,9 +13,8 @@
 ///
 /// Header-only; a program links the library as a C host does.
 ///
-/// Threads. One solve runs at a time in a process: a second one, of another thread, waits for it.
-/// This holds among solves of this layer within one program or library; a host that also calls the
-/// C functions keeps them apart itself. After a solve the settings block is as it was before.
+/// Threads. Every solve has settings and memory of its own: solves run side by side in threads, and a
+/// callable may start another one. What the C functions work with is not touched.
 
 #include "cpp/options.hpp"
 #include "cpp/problem.hpp"

@@ -83,11 +83,12 @@ struct Sample {
 class Evaluator {
  public:
   Evaluator(const Description& description, const CoreProblem& core, const Analysis& analysis,
-            const Options& options)
+            const Options& options, const VRK_Settings& counters)
       : d_(description),
         c_(core),
         analysis_(analysis),
         o_(options),
+        counters_(counters),
         f_(core.rows.size()),
         x_(core.free.size()),
         started_(std::chrono::steady_clock::now()) {
@@ -168,7 +169,7 @@ class Evaluator {
 
  private:
   void answer(const double* x, double* f, double* eq, double* ineq) {
-    if (const int iteration = VRK_settings.nIter; iteration != lastIteration_) {
+    if (const int iteration = counters_.nIter; iteration != lastIteration_) {
       if (lastIteration_ > 0) tellIteration(lastIteration_);
       lastIteration_ = iteration;
     }
@@ -350,6 +351,7 @@ class Evaluator {
   const CoreProblem& c_;
   const Analysis& analysis_;
   const Options& o_;
+  const VRK_Settings& counters_;  // of the solve's session
   // The evaluation in work.
   std::vector<double> f_;  // core values
   std::vector<double> x_;  // core point

@@ -74,7 +74,7 @@ struct Options {
   // kept, and the reason named in the result.
   int maxIterations = 200;                               ///< of every stage
   std::optional<std::int64_t> maxEvaluations;            ///< calls of the callable
-  std::optional<std::chrono::duration<double>> maxTime;  ///< wall clock from the solve's turn on
+  std::optional<std::chrono::duration<double>> maxTime;  ///< wall clock
   std::optional<double> target;                          ///< a feasible objective as good as this
   std::optional<Stop> stop;                              ///< from anywhere
   std::function<void(Progress&)> onIteration;            ///< watches, and may stop

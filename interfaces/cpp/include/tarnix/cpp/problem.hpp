@@ -50,15 +50,6 @@ class InvalidProblem : public std::invalid_argument {
   std::vector<Issue> issues_;
 };
 
-/// Thrown when a callable or callback of a running solve starts another one on its thread.
-class NestedSolve : public std::logic_error {
- public:
-  NestedSolve()
-      : std::logic_error(
-            "a solve was started from inside a callback of another one; the library runs one at "
-            "a time, so that the inner solve has to wait until the outer one has returned") {}
-};
-
 /// How a constraint's value is limited.
 enum class Relation { atMost, atLeast, between, equal };
 
@@ -211,9 +202,9 @@ class Problem {
   std::vector<Issue> check(const Options& options) const;
   std::vector<Issue> check() const;
 
-  /// Solves the problem. Throws InvalidProblem before anything is evaluated, NestedSolve when it
-  /// is called from inside another solve on this thread, and whatever the callables throw. A solve
-  /// of another thread is waited for.
+  /// Solves the problem. Throws InvalidProblem before anything is evaluated, and whatever the
+  /// callables throw. Solves are independent: they run side by side in threads, and a callable may
+  /// start one. Problem and options are read only, and several solves may share them.
   Result solve(const Analysis& analysis, const Options& options) const;
   Result solve(const Analysis& analysis) const;
 

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "detail/session.hpp"
 #include "evaluator.hpp"
 #include "result.hpp"
 
@@ -20,8 +21,8 @@ namespace tarnix::detail {
 class ReportPass {
  public:
   ReportPass(const Description& description, const CoreProblem& core, const Options& options,
-             Evaluator& evaluator)
-      : d_(description), c_(core), o_(options), evaluator_(evaluator) {}
+             const Session& session, Evaluator& evaluator)
+      : d_(description), c_(core), o_(options), session_(session), evaluator_(evaluator) {}
 
   /// May throw EndSolve, when a limit does not allow the evaluations.
   Report at(const Design& design) {
@@ -100,6 +101,7 @@ class ReportPass {
     }
     std::vector<std::int32_t> active(n());
     std::int32_t nActive = 0, noSolution = 0, notPosDef = 0, failure = 0;
+    const Session::Use use(session_);
     QPSOLV(&size, &m, &inequalities_, A.data(), &size, b.data(), H.data(), &size, g.data(),
            codes_.data(), zero.data(), zero.data(), d.data(), multiplier.data(), active.data(),
            &nActive, &noSolution, &notPosDef, &failure);
@@ -144,6 +146,7 @@ class ReportPass {
   const Description& d_;
   const CoreProblem& c_;
   const Options& o_;
+  const Session& session_;
   Evaluator& evaluator_;
   // Work.
   std::vector<double> x_, f_;  // core point and values

@@ -1,18 +1,18 @@
 #pragma once
 // The stages of a solve, and the judgement of its end.
 
-#include <tarnix/routines.h>
+#include <tarnix/session.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "advice.hpp"
+#include "detail/session.hpp"
 #include "evaluator.hpp"
 #include "options.hpp"
 #include "problem.hpp"
@@ -23,34 +23,6 @@
 
 namespace tarnix::detail {
 
-// ---- one solve at a time -----------------------------------------------------------------------
-
-inline std::mutex libraryMutex;
-inline thread_local bool solvingHere = false;
-
-/// Takes the library for this thread, and leaves settings, counters and marks as they were found.
-class LibraryGuard {
- public:
-  LibraryGuard() {
-    if (solvingHere) throw NestedSolve();
-    lock_ = std::unique_lock<std::mutex>(libraryMutex);
-    saved_ = VRK_settings;
-    solvingHere = true;
-  }
-  ~LibraryGuard() {
-    VRK_settings = saved_;
-    solvingHere = false;
-  }
-  LibraryGuard(const LibraryGuard&) = delete;
-  LibraryGuard& operator=(const LibraryGuard&) = delete;
-
- private:
-  std::unique_lock<std::mutex> lock_;
-  VRK_Settings saved_;
-};
-
-// ---- stages ------------------------------------------------------------------------------------
-
 class Solver {
  public:
   Solver(std::shared_ptr<const Description> description, const Analysis& analysis,
@@ -59,7 +31,7 @@ class Solver {
         d_(*description_),
         o_(options),
         core_(d_),
-        evaluator_(d_, core_, analysis, options) {}
+        evaluator_(d_, core_, analysis, options, session_.settings()) {}
 
   Result run() {
     result_.description = description_;
@@ -88,14 +60,24 @@ class Solver {
     return free;
   }
 
-  static void prepareCore(const StageStart& s, int printLevel) {
+  /// For the session in use.
+  static void prepareCore(const StageStart& s, int printLevel, VRK_Settings& settings) {
     VRK_setDefaults();
-    VRK_settings.dblStorageCapacity = VRK_DBL_STORAGE_LIMIT;
-    VRK_settings.intStorageCapacity = VRK_INT_STORAGE_LIMIT;
-    VRK_set_print(printLevel);
-    VRK_set_diffMeth(s.differences == Differences::forward ? 1 : 2);
-    VRK_set_diffPert(s.differenceStep);
-    VRK_set_convTol(s.tolerance);
+    settings.dblStorageCapacity = VRK_DBL_STORAGE_LIMIT;
+    settings.intStorageCapacity = VRK_INT_STORAGE_LIMIT;
+    settings.printLevel = printLevel;
+    settings.diffMethod = s.differences == Differences::forward ? 1 : 2;
+    settings.diffPert = s.differenceStep;
+    settings.convTol = settings.convTolGrg = s.tolerance;
+  }
+
+  std::int32_t callCore(const StageStart& stage, std::vector<double>& x) {
+    const Session::Use use(session_);
+    prepareCore(stage, o_.printLevel, session_.settings());
+    std::vector<double> f(core_.rows.size());
+    const auto call = stage.method == Method::grg ? VRK_grg : VRK_sqp;
+    return call(o_.maxIterations, core_.n(), x.data(), core_.lower.data(), core_.upper.data(),
+                core_.equalities, core_.inequalities, Evaluator::callback, &evaluator_, f.data());
   }
 
   /// True when the method came to an end, false when a limit or a stop ended everything.
@@ -104,17 +86,13 @@ class Solver {
     Stage& stage = result_.stages.back();
     stage.settings = std::move(settings);
     if (o_.onStage) o_.onStage(stage.settings);
-    prepareCore(stage.settings, o_.printLevel);
+    session_.settings().nIter = 0;
     evaluator_.beginStage(stage.settings);
     const std::int64_t before = evaluator_.evaluations();
     std::vector<double> x = coreOf(stage.settings.x);
-    std::vector<double> f(core_.rows.size());
-    const auto call = stage.settings.method == Method::grg ? VRK_grg : VRK_sqp;
     bool goOn = true;
     try {
-      stage.status = call(o_.maxIterations, core_.n(), x.data(), core_.lower.data(),
-                          core_.upper.data(), core_.equalities, core_.inequalities,
-                          Evaluator::callback, &evaluator_, f.data());
+      stage.status = callCore(stage.settings, x);
       stage.reason = reasonOf(stage.settings.method, stage.status);
       stage.meaning = meaning(stage.settings.method, stage.status);
       evaluator_.endStage();
@@ -128,7 +106,7 @@ class Solver {
       stage.end = bestSoFar(stage.settings.x);
       goOn = false;
     }
-    stage.iterations = VRK_settings.nIter;
+    stage.iterations = session_.settings().nIter;
     evaluator_.addIterations(stage.iterations);
     result_.iterations += stage.iterations;
     stage.evaluations = evaluator_.evaluations() - before;
@@ -245,7 +223,7 @@ class Solver {
   void makeReport() {
     if (cutShort(result_.reason)) return;
     try {
-      result_.report = ReportPass(d_, core_, o_, evaluator_).at(result_.point);
+      result_.report = ReportPass(d_, core_, o_, session_, evaluator_).at(result_.point);
     } catch (const EndSolve&) {
       // The limits leave no evaluations for it.
     }
@@ -255,6 +233,7 @@ class Solver {
   const Description& d_;
   const Options& o_;
   const CoreProblem core_;
+  const Session session_;
   Evaluator evaluator_;
   Result result_;
 };
@@ -272,7 +251,6 @@ inline Result Problem::solve(const Analysis& analysis, const Options& options) c
   std::vector<Issue> issues = check(options);
   if (!analysis) issues.push_back({"", "the callable that evaluates the problem is null"});
   if (!issues.empty()) throw InvalidProblem(std::move(issues));
-  const detail::LibraryGuard guard;
   return detail::Solver(d_, analysis, options).run();
 }
 inline Result Problem::solve(const Analysis& analysis) const { return solve(analysis, Options{}); }

@@ -1,0 +1,38 @@
+#pragma once
+// The session of a solve: settings, counters and memory of the core that no other solve shares.
+
+#include <tarnix/session.h>
+
+#include <new>
+
+namespace tarnix::detail {
+
+class Session {
+ public:
+  Session() : session_(tarnix_session_create()) {
+    if (session_ == nullptr) throw std::bad_alloc();
+    tarnix_session_refine(session_, 1);
+  }
+  ~Session() { tarnix_session_destroy(session_); }
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  VRK_Settings& settings() const { return *tarnix_session_settings(session_); }
+
+  /// The calling thread uses the session for a call of the core, and what it used before afterwards.
+  class Use {
+   public:
+    explicit Use(const Session& session) : before_(tarnix_session_use(session.session_)) {}
+    ~Use() { tarnix_session_use(before_); }
+    Use(const Use&) = delete;
+    Use& operator=(const Use&) = delete;
+
+   private:
+    tarnix_session* const before_;
+  };
+
+ private:
+  tarnix_session* const session_;
+};
+
+}  // namespace tarnix::detail
