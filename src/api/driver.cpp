@@ -67,15 +67,13 @@ int32_t functionCount(int32_t m1, int32_t m2) {
 }
 
 int32_t runSqpMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
-  return solveSqp(maxIter, {.n = user.n,
-                            .x = user.x,
-                            .nfun = functionCount(user.m1, user.m2),
-                            .f = user.f,
+  return solveSqp(maxIter, {.x = {user.x, user.n},
+                            .f = {user.f, functionCount(user.m1, user.m2)},
                             .objective = objectivePosition,
                             .inequalities = {scaled.second(), user.m2},
                             .equalities = {scaled.first(), user.m1},
-                            .lower = scaled.lower(),
-                            .upper = scaled.upper()});
+                            .lower = {scaled.lower(), user.n},
+                            .upper = {scaled.upper(), user.n}});
 }
 
 // This method starts from the values at its point: they are evaluated here.

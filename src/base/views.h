@@ -92,16 +92,22 @@ class BasicPacked {
   BasicPacked() = default;
   BasicPacked(T* data, int order) : data_(data), order_(order) {}
   template <class U, class = std::enable_if_t<std::is_convertible_v<U*, T*>>>
-  BasicPacked(const BasicPacked<U>& other) : data_(other.column(1)), order_(other.order()) {}
+  BasicPacked(const BasicPacked<U>& other) : data_(other.data()), order_(other.order()) {}
 
   T& operator()(int i, int k) const {
     assert(1 <= i && i <= k && k <= order_);
-    return column(k)[i - 1];
+    return data_[start(k) + (i - 1)];
   }
-  T* column(int k) const { return data_ + static_cast<std::ptrdiff_t>(k) * (k - 1) / 2; }
+  BasicVector<T> column(int k) const {
+    assert(1 <= k && k <= order_);
+    return {data_ + start(k), k};
+  }
+  T* data() const { return data_; }
   int order() const { return order_; }
 
  private:
+  static std::ptrdiff_t start(int k) { return static_cast<std::ptrdiff_t>(k) * (k - 1) / 2; }
+
   T* data_ = nullptr;
   int order_ = 0;
 };

@@ -175,7 +175,8 @@ class GrgIteration {
       hessReset = false;
     } else {
       dropMissingMultipliers();
-      lagrangianGradient(n, activeRows(), a.gObj, G, a.lagrangianOld);
+      lagrangianGradient(activeRows(), {a.gObj, n}, {G, n, n, nQpKept + nQpSatisfied + 1},
+                         {a.lagrangianOld, n});
     }
     double scale = 1.0;
     if (!computeGradients(scale)) return false;
@@ -195,9 +196,9 @@ class GrgIteration {
   ActiveRows activeRows() const {
     return {{qpKept, nQpKept},
             {qpSatisfied, nQpSatisfied},
-            a.columns,
+            {a.columns, p.m},
             {a.activeRows, nact},
-            a.multiplier};
+            {a.multiplier, nact}};
   }
 
   // An active row whose function gets no gradient now cannot enter the difference of the two.
@@ -233,7 +234,7 @@ class GrgIteration {
   }
 
   bool updateCurvature() {
-    lagrangianGradient(n, activeRows(), a.gObj, G, a.lagrangian);
+    lagrangianGradient(activeRows(), {a.gObj, n}, {G, n, n, gradientCount()}, {a.lagrangian, n});
     for (int i = 0; i < n; ++i) {
       a.s[i] = p.x[i] - a.xOld[i];
       a.y[i] = a.lagrangian[i] - a.lagrangianOld[i];
@@ -400,9 +401,15 @@ DirectionEnd findDirection(const Subproblem& qp, double* d, double* multiplier,
     codes[i] = boundBoth;
   }
   nact = 0;
-  switch (solveQp({n, count, kept, {qp.G, n, n, count}, b, {qp.hessian, n, n, n}, qp.gObj, codes,
-                   dl, du},
-                  {d, multiplier, activeRows, nact})) {
+  switch (solveQp({.A = {qp.G, n, n, count},
+                   .b = {b, count},
+                   .m1 = kept,
+                   .H = {qp.hessian, n, n, n},
+                   .g = {qp.gObj, n},
+                   .codes = {codes, n},
+                   .dl = {dl, n},
+                   .du = {du, n}},
+                  {.d = {d, n}, .multiplier = {multiplier, n}, .rows = {activeRows, nact}})) {
     case QpEnd::noSolution: return DirectionEnd::noSolution;
     case QpEnd::notPositiveDefinite: return DirectionEnd::notPositiveDefinite;
     case QpEnd::failure: return DirectionEnd::failure;

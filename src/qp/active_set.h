@@ -13,66 +13,69 @@ namespace tarnix::core {
 
 // Given, never written.
 struct QpRows {
-  int n, m, m1;      // variables; general rows; those of them that are inequalities
-  ConstMatrix A;     // (n, m) gradients of the general rows
-  const double* b;   // (m) right-hand sides
-  const double* dl;  // (n) lower limits of the step
-  const double* du;  // (n) upper limits of the step
+  ConstMatrix A;   // (n, m) gradients of the general rows
+  ConstVector b;   // (m) right-hand sides
+  int m1;          // inequalities among the general rows
+  ConstVector dl;  // (n) lower limits of the step
+  ConstVector du;  // (n) upper limits of the step
   RowNumbering row;
 
-  int equalities() const { return m > m1 ? m - m1 : 0; }
-  int count() const { return m + row.bounds + equalities(); }
-  int firstMirrored() const { return m + row.bounds + 1; }
+  int n() const { return A.rows(); }
+  int m() const { return A.columns(); }
+  int equalities() const { return m() > m1 ? m() - m1 : 0; }
+  int count() const { return m() + row.bounds + equalities(); }
+  int firstMirrored() const { return m() + row.bounds + 1; }
   // The equality behind a mirrored row.
-  int equalityOf(int mirrored) const { return mirrored - row.bounds - m + m1; }
+  int equalityOf(int mirrored) const { return mirrored - row.bounds - m() + m1; }
 };
 
 struct ActiveSet {
-  int n;
-  IndexList rows;      // IACT, at most n
-  double* multiplier;  // XLAG, in the order of rows
-  MatrixView W;        // (n, n) column k = H^-1 (gradient of active row k)
-  PackedUpper T;       // U'DU factor of N' H^-1 N
+  IndexList rows;         // IACT, at most n
+  VectorView multiplier;  // XLAG, in the order of rows
+  PackedUpper T;          // U'DU factor of N' H^-1 N
+  MatrixView W;           // (n, n) column k = H^-1 (gradient of active row k)
 
   int count() const { return rows.count(); }
-  bool full() const { return count() >= n; }
+  bool full() const { return count() >= W.columns(); }
   // Column count()+1 of W and T belongs to the row that is about to be added.
   int bordering() const { return count() + 1; }
 };
 
 // d = -H^-1 g with the factor of H that it leaves in P. False when H is not positive definite.
-[[nodiscard]] bool unconstrainedMinimizer(int n, ConstMatrix H, const double* g, PackedUpper P,
-                                          double* d);
+[[nodiscard]] bool unconstrainedMinimizer(ConstMatrix H, ConstVector g, PackedUpper P,
+                                          VectorView d);
 
 // Residuals of all rows, and of one row with the same bits.
-void residuals(const QpRows& qp, const double* d, double* res);
-double residual(const QpRows& qp, int r, const double* d);
+void residuals(const QpRows& qp, ConstVector d, VectorView res);
+double residual(const QpRows& qp, int r, ConstVector d);
 
 // The row to add: the largest residual above zeroTol among the rows that are neither active nor
 // partner of an active row, the earliest of equals; 0 when there is none.
-int mostViolated(int m, int m1, int nb, const double* res, const IndexList& active);
+int mostViolated(int m, int m1, int nb, ConstVector res, const IndexList& active);
 
 // Per unit multiplier of row p: z is the change of d, which holds the residuals of the active rows,
 // and r the change of their multipliers. keepColumn says that the bordering column of W holds
 // H^-1 n_p already.
 void directions(const QpRows& qp, int p, ConstPacked P, const ActiveSet& active, bool keepColumn,
-                double* r, double* z);
+                VectorView r, VectorView z);
 // n_p . z, not positive.
-double slope(const QpRows& qp, int p, const double* z);
+double slope(const QpRows& qp, int p, ConstVector z);
 // Curvature of the quadratic along z, the bordering pivot of T; 0 when n rows are active.
 double curvature(const ActiveSet& active);
 
-struct StepLength {
+struct DualStep {
   enum class Kind { none = 0, onlyPartial = 1, partial = 2, full = 3 };
-  double t;
+  double step;
   Kind kind;
   int index;  // position to drop, or count + 1 for a full step
 };
-StepLength stepLength(int nact, const double* multiplier, const double* r, double q,
-                      double curvature, double s);
+// The next step with the multipliers of the active rows and their change r; q = n_p . z.
+DualStep dualStep(ConstVector multiplier, ConstVector r, double q, double curvature,
+                  double violation);
 
-void takeStep(int n, double t, const double* z, double* d, int nact, const double* r,
-              double* multiplier, double& up);
+// d += step z, up += step, multiplier += step r.
+void takeStep(double step, ConstVector z, VectorView d, ConstVector r, VectorView multiplier,
+              double& up);
 
 // Forms the bordering column of T from W and the gradients.
 void borderFactor(const QpRows& qp, int p, const ActiveSet& active);

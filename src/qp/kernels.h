@@ -3,7 +3,10 @@
 // over i mod 4, combined in one fixed order, so that its bits depend neither on the instruction set
 // nor on how many columns are summed side by side.
 
+#include <array>
 #include <cstring>
+
+#include "base/views.h"
 
 namespace tarnix::core {
 
@@ -19,13 +22,18 @@ inline void storePair(double* p, Pair v) {
   std::memcpy(p, &v, sizeof v);
 }
 
+// Four columns side by side.
+using Columns4 = std::array<ConstVector, 4>;
+
 inline double combine(Pair even, Pair odd) {
   const Pair sum = even + odd;
   return sum[0] + sum[1];
 }
 
 // sum a(i) b(i)
-inline double dot(const double* a, const double* b, int n) {
+inline double dot(ConstVector first, ConstVector second) {
+  const int n = first.size();
+  const double *a = first.data(), *b = second.data();
   Pair s01{}, s23{};
   int i = 0;
   for (; i + 4 <= n; i += 4) {
@@ -38,9 +46,10 @@ inline double dot(const double* a, const double* b, int n) {
 }
 
 // Four columns against one vector: each sum has the bits that dot() gives it.
-[[gnu::always_inline]] inline void dot4(const double* const a[4], const double* b, int n,
-                                        double sum[4]) {
-  const double *a0 = a[0], *a1 = a[1], *a2 = a[2], *a3 = a[3];
+[[gnu::always_inline]] inline std::array<double, 4> dot4(const Columns4& a, ConstVector v) {
+  const int n = v.size();
+  const double* b = v.data();
+  const double *a0 = a[0].data(), *a1 = a[1].data(), *a2 = a[2].data(), *a3 = a[3].data();
   Pair p0{}, q0{}, p1{}, q1{}, p2{}, q2{}, p3{}, q3{};
   int i = 0;
   for (; i + 4 <= n; i += 4) {
@@ -61,14 +70,14 @@ inline double dot(const double* a, const double* b, int n) {
     s2 += a2[i] * b[i];
     s3 += a3[i] * b[i];
   }
-  sum[0] = s0;
-  sum[1] = s1;
-  sum[2] = s2;
-  sum[3] = s3;
+  return {s0, s1, s2, s3};
 }
 
 // y(i) -= x a(i)
-inline void subtractColumn(double* __restrict y, const double* __restrict a, double x, int n) {
+inline void subtractColumn(VectorView vector, ConstVector column, double x) {
+  const int n = vector.size();
+  double* __restrict y = vector.data();
+  const double* __restrict a = column.data();
   const Pair c = {x, x};
   int i = 0;
   for (; i + 2 <= n; i += 2) storePair(y + i, loadPair(y + i) - c * loadPair(a + i));
@@ -76,7 +85,10 @@ inline void subtractColumn(double* __restrict y, const double* __restrict a, dou
 }
 
 // y(i) += x a(i)
-inline void addMultiple(double* __restrict y, const double* __restrict a, double x, int n) {
+inline void addMultiple(VectorView vector, ConstVector column, double x) {
+  const int n = vector.size();
+  double* __restrict y = vector.data();
+  const double* __restrict a = column.data();
   const Pair c = {x, x};
   int i = 0;
   for (; i + 2 <= n; i += 2) storePair(y + i, loadPair(y + i) + c * loadPair(a + i));
@@ -84,18 +96,22 @@ inline void addMultiple(double* __restrict y, const double* __restrict a, double
 }
 
 // y(i) = -a(i)
-inline void negate(double* y, const double* a, int n) {
+inline void negate(VectorView vector, ConstVector other) {
+  const int n = vector.size();
+  double* y = vector.data();
+  const double* a = other.data();
   int i = 0;
   for (; i + 2 <= n; i += 2) storePair(y + i, -loadPair(a + i));
   for (; i < n; ++i) y[i] = -a[i];
 }
 
 // y(i) -= x0 a0(i), then x1 a1(i), x2 a2(i), x3 a3(i): the bits of four calls of subtractColumn.
-inline void subtractColumns4(double* __restrict y, const double* const a[4], const double x[4],
-                             int n) {
-  const double* __restrict a0 = a[0], * __restrict a1 = a[1];
-  const double* __restrict a2 = a[2], * __restrict a3 = a[3];
-  const double x0 = x[0], x1 = x[1], x2 = x[2], x3 = x[3];
+inline void subtractColumns4(VectorView vector, const Columns4& a, ConstVector x) {
+  const int n = vector.size();
+  double* __restrict y = vector.data();
+  const double* __restrict a0 = a[0].data(), * __restrict a1 = a[1].data();
+  const double* __restrict a2 = a[2].data(), * __restrict a3 = a[3].data();
+  const double x0 = x(1), x1 = x(2), x2 = x(3), x3 = x(4);
   const Pair c0 = {x0, x0}, c1 = {x1, x1}, c2 = {x2, x2}, c3 = {x3, x3};
   int i = 0;
   for (; i + 2 <= n; i += 2) {
@@ -115,11 +131,13 @@ inline void subtractColumns4(double* __restrict y, const double* const a[4], con
 }
 
 // The same from the far end, where a back substitution goes on.
-inline void subtractColumns4Down(double* __restrict y, const double* const a[4], const double x[4],
-                                 int n) {
-  const double* __restrict a0 = a[0], * __restrict a1 = a[1];
-  const double* __restrict a2 = a[2], * __restrict a3 = a[3];
-  const double x0 = x[0], x1 = x[1], x2 = x[2], x3 = x[3];
+inline void subtractColumns4Down(VectorView vector, const Columns4& a,
+                                 const std::array<double, 4>& x) {
+  const int n = vector.size();
+  double* __restrict y = vector.data();
+  const double* __restrict a0 = a[0].data(), * __restrict a1 = a[1].data();
+  const double* __restrict a2 = a[2].data(), * __restrict a3 = a[3].data();
+  const auto [x0, x1, x2, x3] = x;
   const Pair c0 = {x0, x0}, c1 = {x1, x1}, c2 = {x2, x2}, c3 = {x3, x3};
   int i = n;
   for (; i >= 2;) {
@@ -137,6 +155,31 @@ inline void subtractColumns4Down(double* __restrict y, const double* const a[4],
     v -= x3 * a3[0];
     y[0] = v;
   }
+}
+
+// Position of the largest entry above the limit, the first of equals; 0 without one.
+inline int firstLargest(ConstVector values, double limit) {
+  // First the value without a branch per entry, then its place. A NaN is above nothing.
+  const auto larger = [](Pair a, Pair b) { return a > b ? a : b; };
+  const double* v = values.data();
+  const int n = values.size();
+  Pair m0 = {limit, limit}, m1 = m0;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    m0 = larger(loadPair(v + i), m0);
+    m1 = larger(loadPair(v + i + 2), m1);
+  }
+  m0 = larger(m1, m0);
+  double best = m0[1] > m0[0] ? m0[1] : m0[0];
+  for (; i < n; ++i) best = v[i] > best ? v[i] : best;
+  if (!(best > limit)) return 0;
+  const Pair wanted = {best, best};
+  for (i = 0; i + 4 <= n; i += 4) {
+    const auto found = (loadPair(v + i) == wanted) | (loadPair(v + i + 2) == wanted);
+    if ((found[0] | found[1]) != 0) break;
+  }
+  while (v[i] != best) ++i;
+  return i + 1;
 }
 
 }  // namespace tarnix::core

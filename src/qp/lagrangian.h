@@ -9,15 +9,13 @@ namespace tarnix::core {
 // the second kind through map2, then two bound rows per variable, +e(j) (odd) and -e(j) (even).
 struct ActiveRows {
   ConstIndex map1, map2;  // constraint numbers of the two kinds
-  const int32_t* column;  // column of a constraint's gradient, 0 when it has none
+  ConstIndex column;      // column of a constraint's gradient, 0 when it has none
   ConstIndex rows;        // active rows
-  double* multiplier;     // of each active row
+  VectorView multiplier;  // of each active row
 };
 
-// gl := g + sum of terms, J the gradients with leading dimension n. A first-kind row without a
-// column contributes nothing: its multiplier is set to 0 and its constraint number returned (else
-// 0).
-int lagrangianGradient(int n, const ActiveRows& active, const double* g, const double* J,
-                       double* gl);
+// gl := g + sum of terms, J the gradients. A first-kind row without a column contributes nothing:
+// its multiplier is set to 0 and its constraint number returned (else 0).
+int lagrangianGradient(const ActiveRows& active, ConstVector g, ConstMatrix J, VectorView gl);
 
 }  // namespace tarnix::core

@@ -11,31 +11,25 @@ namespace {
 class DualActiveSet {
  public:
   DualActiveSet(const QpProblem& problem, const QpResult& result, int nb, WorkFrame& frame)
-      : qp{problem.n,  problem.m,
-           problem.m1, problem.A,
-           problem.b,  problem.dl,
-           problem.du, solverRows(problem.n, problem.m, problem.m1, nb, problem.codes)},
+      : qp{problem.A, problem.b, problem.m1, problem.dl, problem.du,
+           solverRows(problem.A.columns(), problem.m1, nb, problem.codes)},
         d(result.d),
-        res(frame.carve(qp.count())),
-        z(frame.carve(qp.n)),
-        r(frame.carve(qp.n)),
-        P(frame.carve(packedSize(qp.n)), qp.n),
-        active{qp.n,
-               {result.rows, result.count},
-               result.multiplier,
-               {nullptr, qp.n, qp.n, qp.n},
-               {frame.carve(packedSize(qp.n)), qp.n}} {
-    active.W = {frame.carve(static_cast<int64_t>(qp.n) * qp.n), qp.n, qp.n, qp.n};
-  }
+        res(frame.vector(qp.count())),
+        z(frame.vector(qp.n())),
+        r(frame.vector(qp.n())),
+        P(frame.packed(qp.n())),
+        active{.rows = result.rows,
+               .multiplier = result.multiplier,
+               .T = frame.packed(qp.n()),
+               .W = frame.matrix(qp.n(), qp.n())} {}
 
   QpEnd run(const QpProblem& problem) {
-    if (!unconstrainedMinimizer(qp.n, problem.H, problem.g, P, d))
-      return QpEnd::notPositiveDefinite;
+    if (!unconstrainedMinimizer(problem.H, problem.g, P, d)) return QpEnd::notPositiveDefinite;
     active.rows.clear();
     QpEnd end = QpEnd::solved;
     for (;;) {
       residuals(qp, d, res);
-      const int p = mostViolated(qp.m, qp.m1, qp.row.bounds, res, active.rows);
+      const int p = mostViolated(qp.m(), qp.m1, qp.row.bounds, res, active.rows);
       if (p == 0) break;
       end = add(p);
       if (end == QpEnd::failure) return end;
@@ -48,26 +42,28 @@ class DualActiveSet {
  private:
   // Moves until row p is active, dropping the rows that block the way.
   QpEnd add(int p) {
-    double s = res[p - 1];
+    double violation = res(p);
     double multiplier = 0.0;
     bool keepColumn = false;
     for (;;) {
       // Rounding can make the method cycle; no problem needs a fraction of this many steps.
       if (++steps > stepLimit()) return QpEnd::noSolution;
       directions(qp, p, P, active, keepColumn, r, z);
-      const StepLength step =
-          stepLength(active.count(), active.multiplier, r, slope(qp, p, z), curvature(active), s);
-      if (step.kind == StepLength::Kind::none) return QpEnd::noSolution;
-      takeStep(qp.n, step.t, z, d, active.count(), r, active.multiplier, multiplier);
-      if (step.kind == StepLength::Kind::full)
+      const VectorView multipliers = active.multiplier.head(active.count());
+      const ConstVector change = r.head(active.count());
+      const DualStep next =
+          dualStep(multipliers, change, slope(qp, p, z), curvature(active), violation);
+      if (next.kind == DualStep::Kind::none) return QpEnd::noSolution;
+      takeStep(next.step, z, d, change, multipliers, multiplier);
+      if (next.kind == DualStep::Kind::full)
         return addRow(active, p, multiplier) ? QpEnd::solved : QpEnd::failure;
       keepColumn = !active.full();
-      dropRow(active, step.index);
-      s = residual(qp, p, d);
+      dropRow(active, next.index);
+      violation = residual(qp, p, d);
     }
   }
 
-  int64_t stepLimit() const { return 50 * (static_cast<int64_t>(qp.n) + qp.count()) + 100; }
+  int64_t stepLimit() const { return 50 * (static_cast<int64_t>(qp.n()) + qp.count()) + 100; }
 
   // A mirrored row leaves as its equality, with the sign of that side.
   void reportEqualities() {
@@ -75,17 +71,17 @@ class DualActiveSet {
       const int row = active.rows(k);
       if (row < qp.firstMirrored()) continue;
       active.rows.replaceAt(k, qp.equalityOf(row));
-      active.multiplier[k - 1] = -active.multiplier[k - 1];
+      active.multiplier(k) = -active.multiplier(k);
     }
   }
 
-  QpRows qp;
-  double* d;
+  const QpRows qp;
+  const VectorView d;
   // Work, in the order in which it is carved.
-  double* res;    // residuals of all rows
-  double* z;      // change of d per unit multiplier of the row being added
-  double* r;      // change of the active multipliers, likewise
-  PackedUpper P;  // U'DU factor of H
+  const VectorView res;  // residuals of all rows
+  const VectorView z;    // change of d per unit multiplier of the row being added
+  const VectorView r;    // change of the active multipliers, likewise
+  const PackedUpper P;   // U'DU factor of H
   ActiveSet active;
   int64_t steps = 0;
 };
@@ -93,9 +89,9 @@ class DualActiveSet {
 }  // namespace
 
 QpEnd solveQp(const QpProblem& problem, const QpResult& result) {
-  const int nb = countBoundRows(problem.n, problem.codes);
-  const int64_t n = cellCount(problem.n);
-  const int64_t m = cellCount(problem.m);
+  const int nb = countBoundRows(problem.codes);
+  const int64_t n = cellCount(problem.A.rows());
+  const int64_t m = cellCount(problem.A.columns());
   const int64_t equalities = cellCount(m - cellCount(problem.m1));
   WorkFrame frame;
   if (!frame.reserve(2 * n + nb + m + equalities + cellProduct(n, n + 1) + cellProduct(n, n))) {

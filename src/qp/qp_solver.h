@@ -9,21 +9,20 @@
 namespace tarnix::core {
 
 struct QpProblem {
-  int n, m, m1;
-  ConstMatrix A;
-  const double* b;
-  ConstMatrix H;  // only the upper triangle is read
-  const double* g;
-  const int32_t* codes;
-  const double* dl;
-  const double* du;
+  ConstMatrix A;     // (n, m) gradients of the general rows
+  ConstVector b;     // (m)
+  int m1;            // inequalities among them, which come first
+  ConstMatrix H;     // (n, n) only the upper triangle is read
+  ConstVector g;     // (n)
+  ConstIndex codes;  // (n)
+  ConstVector dl;    // (n)
+  ConstVector du;    // (n)
 };
 
 struct QpResult {
-  double* d;           // (n) the step
-  double* multiplier;  // (n) of the active rows
-  int32_t* rows;       // (n) active rows, an equality under its own number
-  int32_t& count;
+  VectorView d;           // (n) the step
+  VectorView multiplier;  // (n) of the active rows
+  IndexList rows;         // at most n active rows, an equality under its own number
 };
 
 enum class QpEnd { solved, noSolution, notPositiveDefinite, failure };

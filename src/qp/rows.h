@@ -2,7 +2,6 @@
 // Numbering of the QP's rows: general rows 1..general (columns of A), then nb bound rows variable
 // by variable, then the columns of A behind offset once more with the opposite sign.
 
-#include <algorithm>
 #include <cstdint>
 
 #include "base/views.h"
@@ -20,28 +19,27 @@ struct Row {
 };
 
 // Which variable and side bound row t = 1.. belongs to; Kind::none when there are fewer.
-Row boundRow(int t, int n, const int32_t* codes);
-int countBoundRows(int n, const int32_t* codes);
+Row boundRow(int t, ConstIndex codes);
+int countBoundRows(ConstIndex codes);
 
 struct RowNumbering {
-  int general;  // columns of A that come first with sign +1
-  int bounds;   // bound rows
-  int offset;   // column before the first one that is repeated with sign -1
-  int n;
-  const int32_t* codes;  // (n)
-  bool everyBound;       // every code is 1: the row of a bound is arithmetic
+  int general;       // columns of A that come first with sign +1
+  int bounds;        // bound rows
+  int offset;        // column before the first one that is repeated with sign -1
+  ConstIndex codes;  // (n)
+  bool everyBound;   // every code is 1: the row of a bound is arithmetic
 
   Row operator()(int r) const {
     if (r <= general) return {Row::Kind::general, r, 1.0};
     const int t = r - general;
     if (t > bounds) return {Row::Kind::general, t - bounds + offset, -1.0};
     if (everyBound) return {Row::Kind::bound, (t + 1) / 2, t % 2 == 1 ? 1.0 : -1.0};
-    return boundRow(t, n, codes);
+    return boundRow(t, codes);
   }
 };
 
 // For the rows of the QP solver: m general rows, the first m1 inequalities, the equalities
 // mirrored.
-RowNumbering solverRows(int n, int m, int m1, int nb, const int32_t* codes);
+RowNumbering solverRows(int m, int m1, int nb, ConstIndex codes);
 
 }  // namespace tarnix::core

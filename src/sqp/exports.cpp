@@ -16,37 +16,37 @@ void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* 
             double* dvdel, double* gradel, double* w1, double* w2, double* w3, double* /*spare1*/,
             double* /*spare2*/, int32_t* IACT, int32_t* columnMap, int32_t* codes,
             const double* xLower, const double* xUpper, int32_t* status) {
-  const SqpProblem problem{.n = countOf(n),
-                           .x = x,
-                           .nfun = countOf(nfun),
-                           .f = F,
+  const int nv = countOf(n), functions = countOf(nfun);
+  const SqpProblem problem{.x = {x, nv},
+                           .f = {F, functions},
                            .objective = *iobj,
                            .inequalities = {ineqList, countOf(mi)},
                            .equalities = {eqList, countOf(me)},
-                           .lower = xLower,
-                           .upper = xUpper};
-  const SqpArrays arrays{.lambda = lambda,
-                         .weight = mu,
-                         .activeLambda = XLAG,
-                         .G = gradients,
-                         .rhs = rhs,
-                         .B = B,
-                         .gObj = gObj,
-                         .d = d,
-                         .xSaved = xSaved,
-                         .dLower = dLower,
-                         .dUpper = dUpper,
-                         .lagrangianOld = lagrangianOld,
-                         .lagrangianNew = lagrangianNew,
-                         .dvdel = dvdel,
-                         .gradel = gradel,
-                         .w1 = w1,
-                         .w2 = w2,
-                         .w3 = w3,
-                         .active = IACT,
-                         .column = columnMap,
-                         .codes = codes};
-  *count = problem.multipliers();
+                           .lower = {xLower, nv},
+                           .upper = {xUpper, nv}};
+  const int rows = problem.multipliers();
+  const SqpArrays arrays{.lambda = {lambda, rows},
+                         .weight = {mu, rows},
+                         .activeLambda = {XLAG, rows},
+                         .G = {gradients, nv, nv, functions},
+                         .rhs = {rhs, problem.constraints()},
+                         .B = {B, nv, nv, nv},
+                         .gObj = {gObj, nv},
+                         .d = {d, nv},
+                         .xSaved = {xSaved, nv},
+                         .dLower = {dLower, nv},
+                         .dUpper = {dUpper, nv},
+                         .lagrangianOld = {lagrangianOld, nv},
+                         .lagrangianNew = {lagrangianNew, nv},
+                         .s = {dvdel, nv},
+                         .y = {gradel, nv},
+                         .w1 = {w1, nv},
+                         .w2 = {w2, nv},
+                         .w3 = {w3, nv},
+                         .active = {IACT, rows},
+                         .column = {columnMap, functions},
+                         .codes = {codes, nv}};
+  *count = rows;
   *status = static_cast<int32_t>(runSqp(*maxIter, problem, arrays));
 }
 
@@ -60,15 +60,14 @@ void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
             const int32_t* m1, const int32_t* list1, const int32_t* m2, const int32_t* list2,
             int32_t* status) {
   // The second group goes ahead of the first: inequalities first inside the iteration.
-  *status = solveSqp(*maxIter, {.n = countOf(n),
-                                .x = x,
-                                .nfun = countOf(nfun),
-                                .f = F,
+  const int nv = countOf(n);
+  *status = solveSqp(*maxIter, {.x = {x, nv},
+                                .f = {F, countOf(nfun)},
                                 .objective = *iobj,
                                 .inequalities = {list2, countOf(m2)},
                                 .equalities = {list1, countOf(m1)},
-                                .lower = xLower,
-                                .upper = xUpper});
+                                .lower = {xLower, nv},
+                                .upper = {xUpper, nv}});
 }
 
 }  // extern "C"

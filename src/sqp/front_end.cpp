@@ -13,18 +13,19 @@ namespace {
 
 // Printed at every level and without errorFlag: the status alone reports it.
 int32_t refuse(std::string_view text, int64_t needed) {
+  // Kept: of a total of ten digits the last one falls outside.
   constexpr int printed = 49;
-  trace::message(Line(text).integer(needed, 9).padded(printed));
+  trace::message(Line(text).integer(needed, 9).padded(printed).substr(0, printed));
   return static_cast<int32_t>(SqpEnd::storage);
 }
 
 }  // namespace
 
 int32_t solveSqp(int maxIter, const SqpProblem& p) {
-  const int64_t n = cellCount(p.n);
+  const int64_t n = cellCount(p.n());
   const int64_t mc = cellCount(p.inequalities.size()) + cellCount(p.equalities.size());
   // A count beyond 32 bits arrives cut to their range: the requirement is that of the lists.
-  const int64_t nfun = std::max(cellCount(p.nfun), 1 + mc);
+  const int64_t nfun = std::max(cellCount(p.f.size()), 1 + mc);
   const int64_t L = mc + 2 * n;
   constexpr int vectors = 14;
 
@@ -40,18 +41,30 @@ int32_t solveSqp(int maxIter, const SqpProblem& p) {
   if (!indices.reserve(1 + L + nfun + n))
     return refuse("SQP: Integer storage exceeded, ", indices.needed());
 
-  SqpArrays a{};
-  for (double** stretch : {&a.lambda, &a.weight, &a.activeLambda}) *stretch = doubles.carve(L);
-  a.G = doubles.carve(n * nfun);
-  a.rhs = doubles.carve(mc);
-  a.B = doubles.carve(n * n);
-  for (double** stretch : {&a.gObj, &a.d, &a.xSaved, &a.dLower, &a.dUpper, &a.lagrangianOld,
-                           &a.lagrangianNew, &a.dvdel, &a.gradel, &a.w1, &a.w2, &a.w3})
-    *stretch = doubles.carve(n);
-  a.active = indices.carve(L);
-  a.column = indices.carve(nfun);
-  a.codes = indices.carve(n);
-  return static_cast<int32_t>(runSqp(maxIter, p, a));
+  const int multipliers = p.multipliers(), vars = p.n(), functions = p.f.size();
+  // Carved in the order in which they are named.
+  const SqpArrays arrays{.lambda = doubles.vector(multipliers),
+                         .weight = doubles.vector(multipliers),
+                         .activeLambda = doubles.vector(multipliers),
+                         .G = doubles.matrix(vars, functions),
+                         .rhs = doubles.vector(p.constraints()),
+                         .B = doubles.matrix(vars, vars),
+                         .gObj = doubles.vector(vars),
+                         .d = doubles.vector(vars),
+                         .xSaved = doubles.vector(vars),
+                         .dLower = doubles.vector(vars),
+                         .dUpper = doubles.vector(vars),
+                         .lagrangianOld = doubles.vector(vars),
+                         .lagrangianNew = doubles.vector(vars),
+                         .s = doubles.vector(vars),
+                         .y = doubles.vector(vars),
+                         .w1 = doubles.vector(vars),
+                         .w2 = doubles.vector(vars),
+                         .w3 = doubles.vector(vars),
+                         .active = indices.vector(multipliers),
+                         .column = indices.vector(functions),
+                         .codes = indices.vector(vars)};
+  return static_cast<int32_t>(runSqp(maxIter, p, arrays));
 }
 
 }  // namespace tarnix::core

@@ -1,5 +1,5 @@
 #pragma once
-// The SQP iteration over the static work storage.
+// The SQP iteration with its arrays from the work storage.
 
 #include "sqp/sqp_iteration.h"
 

@@ -30,11 +30,9 @@ class SqpIteration {
   SqpIteration(const SqpProblem& problem, const SqpArrays& arrays)
       : p(problem),
         a(arrays),
-        n(problem.n),
+        n(problem.n()),
         mi(problem.inequalities.size()),
-        mc(problem.constraints()),
-        x(p.x, n),
-        d(a.d, n) {}
+        mc(problem.constraints()) {}
 
   SqpEnd run(int maxIter) {
     start();
@@ -44,7 +42,7 @@ class SqpIteration {
       if (!refreshModel()) return SqpEnd::storage;
       if (const auto end = solveSubproblem()) return *end;
       if (converged()) {
-        evaluate(x, {p.f, p.nfun});
+        evaluate(p.x, p.f);
         return SqpEnd::converged;
       }
       clipDirection();
@@ -58,66 +56,67 @@ class SqpIteration {
  private:
   // ---- start -------------------------------------------------------------------------------
   void start() {
-    evaluate(x, {p.f, p.nfun});
+    evaluate(p.x, p.f);
     if (tracing(3)) {
-      trace::vector("Starting Variable Values", x);
-      trace::vector("Starting Function Values", {p.f, p.nfun});
+      trace::vector("Starting Variable Values", p.x);
+      trace::vector("Starting Function Values", p.f);
     }
-    std::fill_n(a.weight, p.multipliers(), initialWeight);
-    std::fill_n(a.lambda, p.multipliers(), 0.0);
-    std::fill_n(a.codes, std::max(n, 0), boundBoth);
-    std::fill_n(a.column, std::max(p.nfun, 0), 0);
-    for (int i = 1; i <= mc; ++i) a.column[position(i) - 1] = i;
-    a.column[p.objective - 1] = p.nfun;
+    std::ranges::fill(a.weight, initialWeight);
+    std::ranges::fill(a.lambda, 0.0);
+    std::ranges::fill(a.codes, boundBoth);
+    std::ranges::fill(a.column, 0);
+    for (int i = 1; i <= mc; ++i) a.column(position(i)) = i;
+    a.column(p.objective) = a.G.columns();
     meritOlder = settings->bigValue;
     meritNewer = -settings->bigValue;
   }
 
   // Position in f of constraint i, inequalities first.
   int position(int i) const { return i <= mi ? p.inequalities(i) : p.equalities(i - mi); }
-  double value(int i) const { return p.f[position(i) - 1]; }
-  ConstVector gradient(int i) const {
-    return {a.G + static_cast<std::ptrdiff_t>(i - 1) * n, n};
-  }
+  double value(int i) const { return p.f(position(i)); }
 
   // ---- gradients and curvature ---------------------------------------------------------------
   bool refreshModel() {
     const bool reset = firstIteration || reformulated;
     firstIteration = reformulated = false;
     if (!reset) lagrangian(a.lagrangianOld);
-    const MatrixView G{a.G, n, n, p.nfun};
-    if (!gradientsInOneBlock({x, {p.f, p.nfun}}, ColumnSelection::list({a.column, p.nfun}), G))
-      return false;
-    std::ranges::copy(G.column(p.nfun), a.gObj);
+    if (tracing(3))
+      trace::message(Line("Difference Step= ").real(settings->diffPert, 13, 5));
+    if (!gradientsInOneBlock({p.x, p.f}, ColumnSelection::list(a.column), a.G)) return false;
+    std::ranges::copy(a.G.column(a.G.columns()), a.gObj.begin());
     if (reset)
       resetCurvature();
     else
       updateCurvature();
     if (tracing(3)) {
-      trace::matrix("Gradd: Ineqs First, Then Eqs, Then Obj", {a.G, n, n, p.nfun});
-      trace::matrix("Hessian", {a.B, n, n, n});
+      trace::matrix("Gradd: Ineqs First, Then Eqs, Then Obj", a.G);
+      trace::matrix("Hessian", a.B);
     }
     return true;
   }
 
-  void resetCurvature() { setScaledIdentity(initialCurvature({a.gObj, n}), {a.B, n, n, n}); }
+  void resetCurvature() { setScaledIdentity(initialCurvature(a.gObj), a.B); }
 
-  void lagrangian(double* gl) {
-    const ActiveRows rows{p.inequalities, p.equalities, a.column, {a.active, nact}, a.activeLambda};
-    lagrangianGradient(n, rows, a.gObj, a.G, gl);
+  void lagrangian(VectorView gl) {
+    lagrangianGradient({.map1 = p.inequalities,
+                        .map2 = p.equalities,
+                        .column = a.column,
+                        .rows = a.active.head(nact),
+                        .multiplier = a.activeLambda},
+                       a.gObj, a.G, gl);
   }
 
   void updateCurvature() {
     lagrangian(a.lagrangianNew);
-    for (int i = 0; i < n; ++i) {
-      a.dvdel[i] = p.x[i] - a.xSaved[i];
-      a.gradel[i] = a.lagrangianNew[i] - a.lagrangianOld[i];
+    for (int i = 1; i <= n; ++i) {
+      a.s(i) = p.x(i) - a.xSaved(i);
+      a.y(i) = a.lagrangianNew(i) - a.lagrangianOld(i);
     }
     if (tracing(3)) {
-      trace::vector("Dvdel", {a.dvdel, n});
-      trace::vector("Gradel", {a.gradel, n});
+      trace::vector("Dvdel", a.s);
+      trace::vector("Gradel", a.y);
     }
-    dampedUpdate({a.dvdel, n}, {a.gradel, n}, {a.B, n, n, n}, {{a.w1, n}, {a.w2, n}, {a.w3, n}});
+    dampedUpdate(a.s, a.y, a.B, {.u = a.w1, .r = a.w2, .v = a.w3});
   }
 
   // ---- quadratic subproblem ------------------------------------------------------------------
@@ -129,7 +128,7 @@ class SqpIteration {
       reformulated = true;
       if (tracing(2)) {
         trace::message("No solution to QP problem, Reformulating");
-        trace::vector("Gobj", {a.gObj, n});
+        trace::vector("Gobj", a.gObj);
       }
       end = solveModel();
     }
@@ -145,36 +144,42 @@ class SqpIteration {
       case QpEnd::solved: break;
     }
     scatterMultipliers();
-    if (tracing(2)) trace::vector("Search Direction", d);
+    if (tracing(2)) trace::vector("Search Direction", a.d);
+    if (tracing(3)) trace::vector("Lambda: Ineqs First, Then Eqs, Then Bounds", a.lambda);
     return std::nullopt;
   }
 
   // The general rows are left out of a reformulated subproblem.
   QpEnd solveModel() {
-    for (int i = 1; i <= mc; ++i) a.rhs[i - 1] = -value(i);
-    for (int i = 0; i < n; ++i) {
-      a.dLower[i] = p.lower[i] - p.x[i];
-      a.dUpper[i] = p.upper[i] - p.x[i];
+    for (int i = 1; i <= mc; ++i) a.rhs(i) = -value(i);
+    for (int i = 1; i <= n; ++i) {
+      a.dLower(i) = p.lower(i) - p.x(i);
+      a.dUpper(i) = p.upper(i) - p.x(i);
     }
     const int rows = reformulated ? 0 : mc;
-    const int inequalityRows = reformulated ? 0 : mi;
-    return solveQp({n, rows, inequalityRows, {a.G, n, n, rows}, a.rhs, {a.B, n, n, n}, a.gObj,
-                    a.codes, a.dLower, a.dUpper},
-                   {a.d, a.activeLambda, a.active, nact});
+    return solveQp({.A = a.G.block(n, rows),
+                    .b = a.rhs.head(rows),
+                    .m1 = reformulated ? 0 : mi,
+                    .H = a.B,
+                    .g = a.gObj,
+                    .codes = a.codes,
+                    .dl = a.dLower,
+                    .du = a.dUpper},
+                   {.d = a.d, .multiplier = a.activeLambda, .rows = {a.active, nact}});
   }
 
   // lambda by row. A reformulated subproblem numbers its bound rows from 1, not behind the
   // constraints, whose multipliers are 0 then.
   void scatterMultipliers() {
-    std::fill_n(a.lambda, p.multipliers(), 0.0);
+    std::ranges::fill(a.lambda, 0.0);
     const int shift = reformulated ? mc : 0;
-    for (int k = 0; k < nact; ++k) a.lambda[a.active[k] + shift - 1] = a.activeLambda[k];
+    for (int k = 1; k <= nact; ++k) a.lambda(a.active(k) + shift) = a.activeLambda(k);
   }
 
   // ---- convergence ---------------------------------------------------------------------------
   bool converged() {
     const double tol = settings->convTol;
-    derivative = orderedDot({a.gObj, n}, d);
+    derivative = orderedDot(a.gObj, a.d);
     bool violated = false;
     for (int i = 1; i <= mc; ++i)
       if ((i <= mi ? value(i) : std::fabs(value(i))) > tol) violated = true;
@@ -188,32 +193,32 @@ class SqpIteration {
 
   void clipDirection() {
     const double limit = settings->maxStepNorm;
-    const double norm = std::sqrt(orderedDot(d, d));
+    const double norm = std::sqrt(orderedDot(a.d, a.d));
     if (!(norm > limit)) return;
-    for (double& di : d) di = di * limit / norm;
+    for (double& di : a.d) di = di * limit / norm;
     if (tracing(2)) trace::message("Clipping Search Vector");
   }
 
   // ---- merit function ------------------------------------------------------------------------
   void updateWeights() {
-    for (int i = 0; i < mc; ++i) {
-      const double size = std::fabs(a.lambda[i]);
-      const double average = (a.weight[i] + size) * 0.5;
-      a.weight[i] = size > average ? size : average;
+    for (int i = 1; i <= mc; ++i) {
+      const double size = std::fabs(a.lambda(i));
+      const double average = (a.weight(i) + size) * 0.5;
+      a.weight(i) = size > average ? size : average;
     }
     merit = meritHere();
     // Kept: an equality adds its derivative whatever the sign of its value.
     slope = derivative;
     for (int i = 1; i <= mc; ++i)
-      if (i > mi || value(i) > 0.0) slope += a.weight[i - 1] * orderedDot(gradient(i), d);
+      if (i > mi || value(i) > 0.0) slope += a.weight(i) * orderedDot(a.G.column(i), a.d);
   }
 
   // f + sum w max(0, g) + sum w |h|. A value that is not a number makes the merit one.
   double meritHere() const {
-    double phi = p.f[p.objective - 1];
+    double phi = p.f(p.objective);
     for (int i = 1; i <= mc; ++i) {
       const double v = value(i);
-      phi += a.weight[i - 1] * (i > mi ? std::fabs(v) : v <= 0.0 ? 0.0 : v);
+      phi += a.weight(i) * (i > mi ? std::fabs(v) : v <= 0.0 ? 0.0 : v);
     }
     return phi;
   }
@@ -234,59 +239,57 @@ class SqpIteration {
   // True when a trial was accepted; plain decrease is enough.
   bool searchLine() {
     // A bitwise copy: evaluations change the last bits of x.
-    std::copy_n(p.x, std::max(n, 0), a.xSaved);
-    double alpha = 1.0;
+    std::ranges::copy(p.x, a.xSaved.begin());
+    double step = 1.0;
     for (int trial = 1; trial <= maxTrials; ++trial) {
-      moveTo(alpha);
-      evaluate(x, {p.f, p.nfun});
+      moveTo(step);
+      evaluate(p.x, p.f);
       if (tracing(3)) {
-        trace::vector("Variable Values", x);
-        trace::vector("Function Values", {p.f, p.nfun});
+        trace::vector("Variable Values", p.x);
+        trace::vector("Function Values", p.f);
       }
       const double trialMerit = meritHere();
       if (tracing(2))
         trace::message(
-            Line("Step Length=").real(alpha, 14, 5).text("  Penalty=").real(trialMerit, 14, 5));
+            Line("Step Length=").real(step, 14, 5).text("  Penalty=").real(trialMerit, 14, 5));
       if (trialMerit <= merit) return true;
-      alpha = reducedStep(alpha, trialMerit);
+      step = reducedStep(step, trialMerit);
     }
     return false;
   }
 
   // Within the bounds; a direction that is not a number leads to the lower one.
-  void moveTo(double alpha) {
-    for (int j = 0; j < n; ++j) {
-      const double step = a.xSaved[j] + alpha * a.d[j];
-      const double raised = step > p.lower[j] ? step : p.lower[j];
-      p.x[j] = raised < p.upper[j] ? raised : p.upper[j];
+  void moveTo(double step) {
+    for (int j = 1; j <= n; ++j) {
+      const double moved = a.xSaved(j) + step * a.d(j);
+      const double raised = moved > p.lower(j) ? moved : p.lower(j);
+      p.x(j) = raised < p.upper(j) ? raised : p.upper(j);
     }
   }
 
-  double reducedStep(double alpha, double trialMerit) {
-    const double astar = parabolaStep(0.0, alpha, merit, trialMerit, slope, settings->zeroTol);
+  double reducedStep(double step, double trialMerit) {
+    const double vertex = parabolaStep(0.0, step, merit, trialMerit, slope, settings->zeroTol);
     if (tracing(3)) {
-      trace::vector("xmu", {a.weight, mc});
-      trace::message(Line("Pender= ").real(slope, 14, 5).text(" Astar= ").real(astar, 14, 5));
+      trace::vector("xmu", a.weight.head(mc));
+      trace::message(Line("Pender= ").real(slope, 14, 5).text(" Astar= ").real(vertex, 14, 5));
     }
-    if (astar > growthLimit * alpha) return growthLimit * alpha;
-    if (shrinkTrigger * alpha > astar) return shrinkFactor * alpha;
-    return astar;
+    if (vertex > growthLimit * step) return growthLimit * step;
+    if (shrinkTrigger * step > vertex) return shrinkFactor * step;
+    return vertex;
   }
 
   void leaveAtSavedPoint() {
     if (tracing(1)) trace::message("Warning: Line Search Failed");
-    std::copy_n(a.xSaved, std::max(n, 0), p.x);
-    evaluate(x, {p.f, p.nfun});
+    std::ranges::copy(a.xSaved, p.x.begin());
+    evaluate(p.x, p.f);
   }
 
   // Given.
   const SqpProblem& p;
   const SqpArrays& a;
   const int n;
-  const int mi;          // inequalities
-  const int mc;          // constraints
-  const VectorView x;
-  const VectorView d;    // search direction
+  const int mi;                // inequalities
+  const int mc;                // constraints
   // Decided.
   int32_t nact = 0;            // active rows of the last subproblem
   bool firstIteration = true;

@@ -21,44 +21,43 @@ enum class SqpEnd : int32_t {
 };
 
 struct SqpProblem {
-  int n;
-  double* x;                      // (n) in: start, out: last accepted point
-  int nfun;
-  double* f;                      // (nfun) function vector
-  int objective;                  // its position in f
-  ConstIndex inequalities;        // positions in f
+  VectorView x;             // (n) in: start, out: last accepted point
+  VectorView f;             // (nfun) function vector
+  int objective;            // its position in f
+  ConstIndex inequalities;  // positions in f
   ConstIndex equalities;
-  const double* lower;            // (n)
-  const double* upper;            // (n)
+  ConstVector lower;        // (n)
+  ConstVector upper;        // (n)
 
+  int n() const { return x.size(); }
   int constraints() const { return inequalities.size() + equalities.size(); }
   // One entry per constraint and per variable bound.
-  int multipliers() const { return constraints() + 2 * n; }
+  int multipliers() const { return constraints() + 2 * n(); }
 };
 
-// The caller's arrays; the lengths are those of SqpProblem.
+// The caller's arrays.
 struct SqpArrays {
-  double* lambda;          // (multipliers) by QP row
-  double* weight;          // (multipliers) penalty weights, constraints only
-  double* activeLambda;    // (multipliers) by position in the active set
-  double* G;               // (n, nfun) gradients
-  double* rhs;             // (constraints) minus the constraint values
-  double* B;               // (n, n) Hessian of the Lagrangian
-  double* gObj;            // (n) and all below
-  double* d;
-  double* xSaved;
-  double* dLower;
-  double* dUpper;
-  double* lagrangianOld;
-  double* lagrangianNew;
-  double* dvdel;
-  double* gradel;
-  double* w1;
-  double* w2;
-  double* w3;
-  int32_t* active;         // (multipliers) active QP rows
-  int32_t* column;         // (nfun) column of each function in G
-  int32_t* codes;          // (n) bound codes
+  VectorView lambda;        // (multipliers) by QP row
+  VectorView weight;        // (multipliers) penalty weights, constraints only
+  VectorView activeLambda;  // (multipliers) by position in the active set
+  MatrixView G;             // (n, nfun) gradients
+  VectorView rhs;           // (constraints) minus the constraint values
+  MatrixView B;             // (n, n) Hessian of the Lagrangian
+  VectorView gObj;          // (n) gradient of the objective
+  VectorView d;             // (n) search direction
+  VectorView xSaved;        // (n) the point before the line search
+  VectorView dLower;        // (n) limits of d
+  VectorView dUpper;        // (n)
+  VectorView lagrangianOld; // (n) gradients of the Lagrangian
+  VectorView lagrangianNew; // (n)
+  VectorView s;             // (n) change of x
+  VectorView y;             // (n) change of the gradient of the Lagrangian
+  VectorView w1;            // (n) work of the update
+  VectorView w2;            // (n)
+  VectorView w3;            // (n)
+  IndexVector active;       // (multipliers) active QP rows
+  IndexVector column;       // (nfun) column of each function in G
+  IndexVector codes;        // (n) bound codes
 };
 
 [[nodiscard]] SqpEnd runSqp(int maxIter, const SqpProblem& problem, const SqpArrays& arrays);

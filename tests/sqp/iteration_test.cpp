@@ -37,12 +37,15 @@ TEST_F(SqpIteration, LevelThreeTrace) {
        0.25000
  Starting Function Values
    6.25000e-02      -0.12500
+Difference Step=   9.76562e-04
  Gradd: Ineqs First, Then Eqs, Then Obj
       -1.00000       0.50000
  Hessian
        0.50000
  Search Direction
       -0.12500
+ Lambda: Ineqs First, Then Eqs, Then Bounds
+       0.43750       0.00000       0.00000
 Dderiv=  -6.25000e-02  Istopp=   0
 Clipping Search Vector
 Initial Penalty=   6.25000e-02
@@ -59,6 +62,7 @@ Pender=   -6.25000e-02 Astar=        0.25000
  Function Values
    5.13306e-02      -0.10156
 Step Length=       0.25000  Penalty=   5.13306e-02
+Difference Step=   9.76562e-04
  Dvdel
   -2.34375e-02
  Gradel
@@ -69,6 +73,8 @@ Step Length=       0.25000  Penalty=   5.13306e-02
        2.00000
  Search Direction
       -0.10156
+ Lambda: Ineqs First, Then Eqs, Then Bounds
+       0.25000       0.00000       0.00000
 Dderiv=  -4.60205e-02  Istopp=   0
 Clipping Search Vector
 Initial Penalty=   5.13306e-02
