@@ -19,5 +19,5 @@
 #include "cpp/options.hpp"
 #include "cpp/problem.hpp"
 #include "cpp/result.hpp"
-#include "cpp/solve.hpp"
-#include "cpp/text.hpp"
+#include "cpp/detail/solver.hpp"
+#include "cpp/detail/text.hpp"

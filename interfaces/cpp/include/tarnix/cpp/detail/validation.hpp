@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "evaluator.hpp"
-#include "options.hpp"
-#include "problem.hpp"
+#include "../options.hpp"
+#include "../problem.hpp"
 #include "text.hpp"
 
 namespace tarnix::detail {

@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <string>
 
-#include "result.hpp"
+#include "../result.hpp"
 
 namespace tarnix {
 

@@ -12,12 +12,12 @@
 #include <vector>
 
 #include "advice.hpp"
-#include "detail/session.hpp"
+#include "session.hpp"
 #include "evaluator.hpp"
-#include "options.hpp"
-#include "problem.hpp"
+#include "../options.hpp"
+#include "../problem.hpp"
 #include "report.hpp"
-#include "result.hpp"
+#include "../result.hpp"
 #include "text.hpp"
 #include "validation.hpp"
 

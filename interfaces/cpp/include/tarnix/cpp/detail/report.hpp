@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <vector>
 
-#include "detail/session.hpp"
+#include "session.hpp"
 #include "evaluator.hpp"
-#include "result.hpp"
+#include "../result.hpp"
 
 namespace tarnix::detail {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "evaluator.hpp"
-#include "options.hpp"
-#include "result.hpp"
+#include "../options.hpp"
+#include "../result.hpp"
 #include "text.hpp"
 
 namespace tarnix::detail {
