@@ -66,7 +66,7 @@ void BM_layer(benchmark::State& state, const char* name, bool limits) {
     options.target = -1e300;
     options.onIteration = [](tarnix::Progress&) {};
   }
-  const tarnix::Analysis analysis = [p](const tarnix::Point& x, tarnix::Values& v) {
+  const auto analysis = [p](const tarnix::Point& x, tarnix::Values& v) {
     double* f = v.data();
     p->evaluate(nullptr, const_cast<double*>(x.data()), f, f + 1, f + 1 + p->nEq);
   };

@@ -76,6 +76,7 @@ expected_files() {
       printf "usr/$LIBDIR/cmake/tarnix/tarnix%s.cmake\n" Config ConfigVersion Targets \
         "Targets-${BUILD_TYPE,,}"
       echo "usr/$LIBDIR/libtarnix.so -> libtarnix.so.$soversion"
+      if [[ $HEADERS == *cpp* ]]; then echo "usr/$LIBDIR/libtarnixcpp.a"; fi
       echo "usr/$LIBDIR/pkgconfig/tarnix.pc"
       echo "usr/share/man/man3/tarnix.3.gz"
       ;;

@@ -13,7 +13,9 @@ echo "== find_package"
 grep -F "tarnix_DIR:PATH=$prefix/$libdir/cmake/tarnix" "$work/cmake/CMakeCache.txt"
 "$CMAKE" --build "$work/cmake"
 "$work/cmake/consumer"
-if [[ -f $prefix/include/tarnix/tarnix.hpp ]]; then "$work/cmake/layer"; fi
+layer=
+if [[ -f $prefix/include/tarnix/tarnix.hpp ]]; then layer=1; fi
+if [[ $layer ]]; then "$work/cmake/layer" && "$work/cmake/layer_header_only"; fi
 
 echo "== pkg-config"
 command -v pkg-config >/dev/null || { echo "pkg-config not found"; exit 1; }
@@ -24,3 +26,7 @@ eval "flags+=($(pkg-config --cflags --libs tarnix))" # blanks in paths come with
 echo "${flags[*]}"
 "$CC" -std=c11 "$source_dir/main.c" -o "$work/main" "${flags[@]}" -lm
 LD_LIBRARY_PATH=$prefix/$libdir "$work/main"
+if [[ $layer ]]; then
+  "$CXX" -std=c++17 "$source_dir/layer.cpp" -o "$work/layer" "${flags[@]}"
+  LD_LIBRARY_PATH=$prefix/$libdir "$work/layer"
+fi

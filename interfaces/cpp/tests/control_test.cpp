@@ -6,6 +6,7 @@
 #include <cmath>
 #include <random>
 #include <tarnix/session.h>
+#include <tarnix/cpp/detail/evaluator.hpp>
 #include <tarnix/tarnix.hpp>
 #include <thread>
 #include <vector>
@@ -279,7 +280,7 @@ TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
   p.minimize("f");
   Options options;
   options.keepInside = true;
-  const Analysis analysis = [](const Point& x, Values& v) {
+  const auto analysis = [](const Point& x, Values& v) {
     for (const double xi : x) EXPECT_TRUE(xi >= 0 && xi <= 1) << xi;
     v[0] = std::exp(x[0]) + std::pow(x[1] + 1, 3);
   };

@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <tarnix/tarnix.hpp>
 #include <vector>
@@ -124,6 +126,30 @@ TEST(Validation, StatesTheNumberOfConstraintsThatFit) {
   }
 }
 
+// ---- callables ---------------------------------------------------------------------------------
+
+void parabola(const Point& x, Values& v) { v[0] = (x[0] - 0.25) * (x[0] - 0.25); }
+
+TEST(Callables, OfAnyKindAreReferredTo) {
+  Problem p;
+  p.variable("x", 1, 0, 1);
+  p.minimize("f");
+  const std::vector<double> expected = p.solve(parabola).point.x;
+  EXPECT_EQ(p.solve(&parabola).point.x, expected);
+  const std::function<void(const Point&, Values&)> function = parabola, none;
+  EXPECT_EQ(p.solve(function).point.x, expected);
+  EXPECT_THROW(p.solve(none), InvalidProblem);
+  const auto moveOnly = [own = std::make_unique<double>(0.25)](const Point& x, Values& v) {
+    v[0] = (x[0] - *own) * (x[0] - *own);
+  };
+  EXPECT_EQ(p.solve(moveOnly).point.x, expected);
+  struct Counting {
+    int calls = 0;
+    void operator()(const Point& x, Values& v) { ++calls, parabola(x, v); }
+  } counting;
+  EXPECT_EQ(p.solve(counting).evaluations, counting.calls);
+}
+
 // ---- shapes with answers by hand ---------------------------------------------------------------
 
 TEST(Solve, MaximisesWithRangesAndFixedVariables) {
@@ -132,7 +158,7 @@ TEST(Solve, MaximisesWithRangesAndFixedVariables) {
   const Variable x = p.variable("x", 1, 0, 5), z = p.variable("z", 3, 3, 3),
                  y = p.variable("y", 3, 0, 5);
   const Function volume = p.maximize("volume", 10), sum = p.between("sum", 1, 4);
-  const Analysis analysis = [&](const Point& at, Values& v) {
+  const auto analysis = [&](const Point& at, Values& v) {
     EXPECT_EQ(at[z], 3);
     v[volume] = at[x] * at["y"] * at[z];
     v["sum"] = at[x] + at[y];

@@ -11,7 +11,8 @@
 ///     });
 ///     std::cout << r.summary();
 ///
-/// Header-only; a program links the library as a C host does.
+/// A host links tarnix::cpp, the compiled layer; or it defines TARNIX_HEADER_ONLY (the target
+/// tarnix::cpp_header_only does), compiles all of it itself and links the C library alone.
 ///
 /// Threads. Every solve has settings and memory of its own: solves run side by side in threads, and a
 /// callable may start another one. What the C functions work with is not touched.
@@ -19,5 +20,8 @@
 #include "cpp/options.hpp"
 #include "cpp/problem.hpp"
 #include "cpp/result.hpp"
-#include "cpp/detail/solver.hpp"
-#include "cpp/detail/text.hpp"
+#include "cpp/text.hpp"
+
+#ifdef TARNIX_HEADER_ONLY
+#include "cpp/detail/problem.hpp"
+#endif

@@ -66,6 +66,13 @@ struct Report {
 };
 
 struct Result {
+  Result();
+  Result(const Result&);
+  Result(Result&&) noexcept;
+  Result& operator=(const Result&);
+  Result& operator=(Result&&) noexcept;
+  ~Result();
+
   /// The point is feasible, and a method came to its own end there, or the target was reached.
   bool success = false;
   /// Judged by the callable's values, whatever a method says: all are finite, the point lies in the
@@ -86,14 +93,10 @@ struct Result {
   std::optional<Report> report;      ///< absent after a limit, a stop, or values not finite
   std::shared_ptr<const Description> description;
 
-  double operator[](Variable v) const { return point.x.at(v.index); }
-  double operator[](Function f) const { return point.values.at(f.index); }
+  double operator[](Variable v) const;
+  double operator[](Function f) const;
   /// Value of the variable, objective or constraint of that name.
-  double operator[](std::string_view name) const {
-    const auto found = description->variableIndex.find(name);
-    if (found != description->variableIndex.end()) return point.x[found->second];
-    return point.values[description->function(name)];
-  }
+  double operator[](std::string_view name) const;
   double objective() const { return point.values.at(0); }
 
   /// Readable table of all this.

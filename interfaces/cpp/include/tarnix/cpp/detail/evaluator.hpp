@@ -34,7 +34,7 @@ struct Sample {
 
 class Evaluator {
  public:
-  Evaluator(const Description& description, const CoreProblem& core, const Analysis& analysis,
+  Evaluator(const Description& description, const CoreProblem& core, Analysis analysis,
             const Options& options, const VRK_Settings& counters)
       : d_(description),
         c_(core),
@@ -301,7 +301,7 @@ class Evaluator {
   // Given.
   const Description& d_;
   const CoreProblem& c_;
-  const Analysis& analysis_;
+  const Analysis analysis_;
   const Options& o_;
   const VRK_Settings& counters_;  // of the solve's session
   // The evaluation in work.

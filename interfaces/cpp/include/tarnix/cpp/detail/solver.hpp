@@ -25,7 +25,7 @@ namespace tarnix::detail {
 
 class Solver {
  public:
-  Solver(std::shared_ptr<const Description> description, const Analysis& analysis,
+  Solver(std::shared_ptr<const Description> description, Analysis analysis,
          const Options& options)
       : description_(std::move(description)),
         d_(*description_),
@@ -239,20 +239,3 @@ class Solver {
 };
 
 }  // namespace tarnix::detail
-
-namespace tarnix {
-
-inline std::vector<Issue> Problem::check(const Options& options) const {
-  return detail::Validation(*d_, options).run();
-}
-inline std::vector<Issue> Problem::check() const { return check(Options{}); }
-
-inline Result Problem::solve(const Analysis& analysis, const Options& options) const {
-  std::vector<Issue> issues = check(options);
-  if (!analysis) issues.push_back({"", "the callable that evaluates the problem is null"});
-  if (!issues.empty()) throw InvalidProblem(std::move(issues));
-  return detail::Solver(d_, analysis, options).run();
-}
-inline Result Problem::solve(const Analysis& analysis) const { return solve(analysis, Options{}); }
-
-}  // namespace tarnix

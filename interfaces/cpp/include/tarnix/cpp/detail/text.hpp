@@ -10,10 +10,12 @@
 #include <string>
 
 #include "../result.hpp"
+#include "../text.hpp"
+#include "inline.hpp"
 
 namespace tarnix {
 
-inline const char* name(Method method) {
+TARNIX_INLINE const char* name(Method method) {
   switch (method) {
     case Method::grg: return "GRG";
     case Method::sqp: return "SQP";
@@ -22,7 +24,7 @@ inline const char* name(Method method) {
   return "automatic";
 }
 
-inline const char* name(Reason reason) {
+TARNIX_INLINE const char* name(Reason reason) {
   switch (reason) {
     case Reason::finished: return "finished";
     case Reason::noFeasiblePoint: return "no feasible point";
@@ -36,12 +38,11 @@ inline const char* name(Reason reason) {
   return "stopped";
 }
 
-inline const char* name(Differences differences) {
+TARNIX_INLINE const char* name(Differences differences) {
   return differences == Differences::forward ? "forward" : "central";
 }
 
-/// What a status of SQP or GRG means, in words.
-inline std::string meaning(Method method, std::int32_t status) {
+TARNIX_INLINE std::string meaning(Method method, std::int32_t status) {
   struct Entry {
     std::int32_t status;
     const char* text;
@@ -77,8 +78,7 @@ inline std::string meaning(Method method, std::int32_t status) {
                                : look(std::begin(ofSqp), std::end(ofSqp));
 }
 
-/// Why a method of that status ended.
-inline Reason reasonOf(Method method, std::int32_t status) {
+TARNIX_INLINE Reason reasonOf(Method method, std::int32_t status) {
   if (method == Method::sqp) switch (status) {
       case VRK_SQP_CONVERGED:
       case VRK_SQP_MERIT_NOT_CHANGING: return Reason::finished;
@@ -129,7 +129,7 @@ inline std::string limitText(const Description::FunctionData& f) {
 
 }  // namespace detail
 
-inline std::string Result::summary() const {
+TARNIX_INLINE std::string Result::summary() const {
   using detail::number;
   using detail::padded;
   const Description& d = *description;
