@@ -25,6 +25,8 @@ typedef struct ProblemFamily {
   { table, (int)(sizeof(table) / sizeof((table)[0])) }
 
 extern const ProblemFamily hockSchittkowskiFamily, designFamily, scalableFamily, degenerateFamily;
+extern const ProblemFamily hockSchittkowskiMoreFamily, schittkowskiFamily, classicsFamily,
+    largerFamily;
 
 /* 100 equal values each. */
 extern const double allZero[100], allOne[100], allTen[100], allMinusTen[100];

@@ -11,19 +11,32 @@ const double allOne[100] = {HUNDRED(1)};
 const double allTen[100] = {HUNDRED(10)};
 const double allMinusTen[100] = {HUNDRED(-10)};
 
-static const ProblemFamily* const families[] = {&hockSchittkowskiFamily, &designFamily,
-                                                &scalableFamily, &degenerateFamily};
-enum { familyCount = sizeof families / sizeof families[0] };
+static const ProblemFamily* const families[] = {
+    &hockSchittkowskiFamily,     &designFamily,       &scalableFamily, &degenerateFamily,
+    &hockSchittkowskiMoreFamily, &schittkowskiFamily, &classicsFamily, &largerFamily};
+enum { coreFamilies = 4, allFamilies = sizeof families / sizeof families[0] };
 
-int problemCount(void) {
+static int countOf(int familyCount) {
   int count = 0;
   for (int k = 0; k < familyCount; ++k) count += families[k]->count;
   return count;
 }
 
+int problemCount(void) {
+  return countOf(coreFamilies);
+}
+
+int wideProblemCount(void) {
+  return countOf(allFamilies);
+}
+
 const Problem* problemAt(int i) {
+  return i < problemCount() ? wideProblemAt(i) : NULL;
+}
+
+const Problem* wideProblemAt(int i) {
   if (i < 0) return NULL;
-  for (int k = 0; k < familyCount; ++k) {
+  for (int k = 0; k < allFamilies; ++k) {
     if (i < families[k]->count) return &families[k]->problems[i];
     i -= families[k]->count;
   }
@@ -31,9 +44,9 @@ const Problem* problemAt(int i) {
 }
 
 const Problem* problemByName(const char* name) {
-  const int count = problemCount();
+  const int count = wideProblemCount();
   for (int i = 0; i < count; ++i)
-    if (strcmp(problemAt(i)->name, name) == 0) return problemAt(i);
+    if (strcmp(wideProblemAt(i)->name, name) == 0) return wideProblemAt(i);
   return NULL;
 }
 

@@ -32,9 +32,15 @@ typedef struct Problem {
   void (*evaluate)(void* user, double* x, double* f, double* eq, double* ineq);
 } Problem;
 
+/* The core set: tests state how each of its solves ends. */
 int problemCount(void);
-const Problem* problemAt(int i);                /* 0 <= i < problemCount(), else null */
-const Problem* problemByName(const char* name); /* null when there is none */
+const Problem* problemAt(int i); /* 0 <= i < problemCount(), else null */
+
+/* The whole collection, which begins with the core set: for comparisons of methods. */
+int wideProblemCount(void);
+const Problem* wideProblemAt(int i); /* 0 <= i < wideProblemCount(), else null */
+
+const Problem* problemByName(const char* name); /* of the whole; null when there is none */
 
 /* Largest of |eq|, ineq and the distances of x beyond its bounds; 0 for a feasible x, NaN when a
  * value is not a number. When f is given, the objective at x is stored there. */

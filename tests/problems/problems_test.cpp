@@ -20,11 +20,12 @@ struct Sample {
 
 const Sample samples[] = {
 #include "samples.inc"
+#include "wide_samples.inc"
 };
 
 std::vector<const Problem*> collection() {
   std::vector<const Problem*> problems;
-  for (int i = 0; i < problemCount(); ++i) problems.push_back(problemAt(i));
+  for (int i = 0; i < wideProblemCount(); ++i) problems.push_back(wideProblemAt(i));
   return problems;
 }
 
@@ -63,6 +64,13 @@ TEST(Problems, AgreeWithSeparatelyComputedValues) {
   }
 }
 
+TEST(Problems, TheWholeBeginsWithTheCoreSet) {
+  EXPECT_EQ(problemCount(), 94);
+  for (int i = 0; i < problemCount(); ++i) EXPECT_EQ(problemAt(i), wideProblemAt(i));
+  EXPECT_EQ(problemAt(problemCount()), nullptr);
+  EXPECT_EQ(wideProblemAt(wideProblemCount()), nullptr);
+}
+
 TEST(Problems, MinimisersAndFlagsHold) {
   const double feasibility = 1e-10, objective = 1e-12;
   std::set<std::string> names;
@@ -87,19 +95,23 @@ TEST(Problems, MinimisersAndFlagsHold) {
 }
 
 // Gradients of all functions at best, one row per function, in variables scaled to
-// half the box; by central differences.
+// half the box; by differences of the fourth order.
 std::vector<std::vector<double>> gradientsAtBest(const Problem& p) {
+  const struct {
+    int steps;
+    double weight;
+  } stencil[] = {{-2, 1.0 / 12}, {-1, -8.0 / 12}, {1, 8.0 / 12}, {2, -1.0 / 12}};
   std::vector<std::vector<double>> rows(1 + p.nEq + p.nIneq, std::vector<double>(p.n));
   for (int j = 0; j < p.n; ++j) {
     const double half = (p.upper[j] - p.lower[j]) / 2;
-    const double step = 1e-6 * std::max(half, std::abs(p.best[j]));
-    std::vector<double> x(p.best, p.best + p.n);
-    x[j] = p.best[j] + step;
-    const std::vector<double> right = valuesAt(p, x);
-    x[j] = p.best[j] - step;
-    const std::vector<double> left = valuesAt(p, x);
-    for (std::size_t i = 0; i < rows.size(); ++i)
-      rows[i][j] = (right[i] - left[i]) / (2 * step) * half;
+    const double step = 1e-5 * std::max(half, std::abs(p.best[j]));
+    for (const auto& node : stencil) {
+      std::vector<double> x(p.best, p.best + p.n);
+      x[j] += node.steps * step;
+      const std::vector<double> values = valuesAt(p, x);
+      for (std::size_t i = 0; i < rows.size(); ++i)
+        rows[i][j] += node.weight * values[i] / step * half;
+    }
   }
   return rows;
 }
@@ -122,15 +134,20 @@ double stationarity(const Problem& p) {
     return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
   };
   multipliers.resize(active.size());
-  for (int sweep = 0; sweep < 20000; ++sweep)
+  const double noChange = 1e-14 * std::max(1.0, std::sqrt(dot(rows[0], rows[0])));
+  double change = active.empty() ? 0 : 1;
+  for (int sweep = 0; sweep < 200000 && change > noChange; ++sweep) {
+    change = 0;
     for (std::size_t k = 0; k < active.size(); ++k) {
       const double square = dot(active[k], active[k]);
       if (square == 0) continue;
       double next = multipliers[k] - dot(active[k], residual) / square;
       if (int(k) >= p.nEq) next = std::max(next, 0.0);
       for (int j = 0; j < p.n; ++j) residual[j] += (next - multipliers[k]) * active[k][j];
+      change = std::max(change, std::abs(next - multipliers[k]) * std::sqrt(square));
       multipliers[k] = next;
     }
+  }
   return std::sqrt(dot(residual, residual) / std::max(1.0, dot(rows[0], rows[0])));
 }
 
@@ -173,7 +190,10 @@ TEST(Problems, CoverEveryKind) {
     int atLeast;
     std::function<bool(const Problem&)> holds;
   } kinds[] = {
-      {"all", 50, [](const Problem&) { return true; }},
+      {"all", 200, [](const Problem&) { return true; }},
+      {"one variable", 5, [](const Problem& p) { return p.n == 1; }},
+      {"n above 10", 40, [](const Problem& p) { return p.n > 10; }},
+      {"n above 30", 20, [](const Problem& p) { return p.n > 30; }},
       {"bounds only", 3, [](const Problem& p) { return p.nEq == 0 && p.nIneq == 0; }},
       {"equalities only", 10, [](const Problem& p) { return p.nEq > 0 && p.nIneq == 0; }},
       {"inequalities only", 10, [](const Problem& p) { return p.nEq == 0 && p.nIneq > 0; }},
