@@ -1,0 +1,114 @@
+#include <cmath>
+#include <iostream>
+
+#include "base/numbers.h"
+#include "base/text_table.h"
+#include "commands/commands.h"
+
+namespace tarnix::cli {
+
+namespace {
+
+std::string rangeText(const VariableEntry& v) {
+  return v.lower == v.upper ? "fixed" : "in " + limitText(v.lower, v.upper);
+}
+
+std::string limitsOf(const ConstraintEntry& c) {
+  return (c.min && c.max && !c.equality ? "in " : "") + limitText(c.min, c.max);
+}
+
+std::string quoted(const std::string& word) {
+  const bool plain =
+      !word.empty() && word.find_first_of(" \t\n'\"\\$&;|<>*?()") == std::string::npos;
+  return plain ? word : "'" + word + "'";
+}
+
+std::string indented(const std::string& text) {
+  std::string result;
+  std::size_t begin = 0;
+  for (int line = 0; begin < text.size() && line < 20; ++line) {
+    const std::size_t end = std::min(text.find('\n', begin), text.size());
+    result += "    | " + text.substr(begin, end - begin) + "\n";
+    begin = end + 1;
+  }
+  return result + (begin < text.size() ? "    | ...\n" : "");
+}
+
+std::string commandText(Setup& setup, const Places& places, std::span<const double> start) {
+  const Command& command = *setup.problem.command;
+  const Simulator::Preview preview = setup.simulator->preview(start);
+  std::string text = "\nEvery evaluation runs, in a new directory below " + places.runs.string() +
+                     "; at the start:\n   ";
+  for (const std::string& word : preview.words) text += " " + quoted(word);
+  text += "\n";
+  for (const auto& [name, content] : preview.files)
+    text += "  with " + name + "\n" + indented(content);
+  for (const auto& file : command.files) text += "  with a copy of " + file.string() + "\n";
+  text += "  and reads";
+  for (const ResultEntry& r : setup.problem.results)
+    text += (&r == &setup.problem.results[0] ? " " : ", ") + r.name + " from " +
+            (r.file.empty() ? "standard output" : r.file);
+  text += "\n  timeout: " + (command.timeout > 0 ? rounded(command.timeout) + " s" : "none");
+  const char* const policies[] = {"the solve stops", "the run is repeated, then the solve stops",
+                                  "the solve goes on with a penalty"};
+  return text + "; when a run fails " + policies[static_cast<int>(command.onFailure)] + "\n";
+}
+
+// Values at the start; of a command's results only when it may run.
+std::vector<double> valuesAtStart(Setup& setup, const Places& places,
+                                  std::span<const double> start) {
+  const std::filesystem::path trial = places.runs / "check";
+  std::error_code ignored;
+  if (setup.simulator) {
+    std::filesystem::remove_all(trial, ignored);
+    setup.simulator->open(trial);
+  }
+  const std::vector<double> values =
+      Evaluations(setup.problem, *setup.model, setup.simulator.get(), nullptr, 1).at(start);
+  if (setup.simulator) std::filesystem::remove(trial, ignored);  // unless a run is kept there
+  return values;
+}
+
+// Without values the column stays empty.
+std::string functionsText(const ProblemFile& problem, const std::vector<double>& values) {
+  const auto shown = [&](std::size_t j) { return values.empty() ? "" : rounded(values[j]); };
+  const ObjectiveEntry& objective = problem.objective;
+  TextTable table("lrll");
+  table.row({"variable", "start", "unit", ""});
+  for (const VariableEntry& v : problem.variables)
+    table.row({v.name, rounded(v.start), v.unit, rangeText(v)});
+  table.row({"", "", "", ""});
+  table.row({"function", values.empty() ? "" : "at the start", "unit", ""});
+  table.row({objective.name, shown(0), objective.unit,
+             std::string(objective.maximize ? "maximize " : "minimize ") + objective.value.text});
+  for (std::size_t j = 0; j < problem.constraints.size(); ++j) {
+    const ConstraintEntry& c = problem.constraints[j];
+    table.row({c.name, shown(j + 1), c.unit, limitsOf(c) + "  with  " + c.value.text});
+  }
+  return table.text();
+}
+
+}  // namespace
+
+int commandCheck(const ProblemArguments& arguments, bool run) {
+  Setup setup(arguments.file);
+  const Places places(arguments.file, arguments.output);
+  const ProblemFile& problem = setup.problem;
+  std::vector<double> start, values;
+  for (const VariableEntry& v : problem.variables) start.push_back(v.start);
+  if (run || !setup.simulator) values = valuesAtStart(setup, places, start);
+
+  std::string text = (problem.title.empty() ? problem.file.string() : problem.title) + "\n\n" +
+                     functionsText(problem, values);
+  if (!values.empty() && std::isnan(violation(problem, values)))
+    text += "  WARNING: a value at the start is not finite\n";
+  if (setup.simulator) text += commandText(setup, places, start);
+  const OptionsTable& o = problem.options;
+  text += "\nmethod " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
+          (o.centralDifferences ? "central" : "forward") + " differences of " +
+          rounded(o.differenceStep) + " half ranges\n";
+  std::cout << text << "history: " << places.history.string() << "\n";
+  return exitSolved;
+}
+
+}  // namespace tarnix::cli

@@ -1,0 +1,125 @@
+#include "commands/command_line.h"
+
+#include <tarnix/tarnix.h>
+#include <unistd.h>
+#include <CLI/CLI.hpp>
+
+#include "commands/commands.h"
+
+namespace tarnix::cli {
+
+namespace {
+
+const char* const footer = R"(
+First steps:
+  tarnix init beam.toml       writes a commented problem file
+  tarnix check beam.toml      tells what is wrong with it, or what would run
+  tarnix solve beam.toml      solves it and prints the design
+  tarnix report beam.toml     draws how the solve went, as one HTML page
+
+Files, beside the problem file or in the directory of --output:
+  beam.history.jsonl          every finished evaluation, one line each, exact
+  beam.runs/                  directories of the runs of an external command
+  beam.report.html            the page of 'report'
+
+Exit status:
+  0  solved: every limit holds and the method has converged
+  1  the solve ended otherwise (no feasible design, a limit of the options)
+  2  wrong command line or problem file; nothing was run
+  3  an evaluation failed, and on_failure is "stop"
+  4  a file cannot be read or written, or an unfinished history is in the way
+  5  anything else
+  130, 143, 129  ended by SIGINT, SIGTERM, SIGHUP; the best design so far is printed)";
+
+class CommandLine {
+ public:
+  CommandLine() {
+    app.footer(footer);
+    app.set_version_flag("--version", std::string("tarnix ") + VRK_VERSION_STRING);
+    app.require_subcommand(1);
+    app.get_formatter()->column_width(30);
+    addInit();
+    addCheck();
+    addSolve();
+    addReport();
+  }
+
+  int run(int argc, char** argv) {
+    try {
+      app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+      return app.exit(error) == 0 ? exitSolved : exitBadProblem;
+    }
+    return chosen();
+  }
+
+ private:
+  CLI::App* add(const char* name, const char* description, std::function<int()> action) {
+    CLI::App* sub = app.add_subcommand(name, description);
+    sub->callback([this, action] { chosen = action; });
+    return sub;
+  }
+
+  CLI::App* withFile(const char* name, const char* description, std::function<int()> action) {
+    CLI::App* sub = add(name, description, std::move(action));
+    sub->add_option("FILE", arguments.file, "Problem file (TOML)")->required();
+    sub->add_option("-o,--output", arguments.output, "Directory for history, runs and report");
+    return sub;
+  }
+
+  void addInit() {
+    CLI::App* sub = add("init", "Write a commented problem file to begin with",
+                        [this] { return commandInit(arguments.file, flag); });
+    sub->add_option("FILE", arguments.file, "File to write")->required();
+    sub->add_flag("--command", flag, "One for an external command, not for expressions");
+  }
+
+  void addCheck() {
+    CLI::App* sub = withFile("check", "Validate a problem and show what would run",
+                             [this] { return commandCheck(arguments, flag); });
+    sub->add_flag("--run", flag, "Also run the external command once, at the start");
+  }
+
+  void addSolve() {
+    const auto solves = [this](bool resume) {
+      return [this, resume] {
+        options.resume = resume;
+        options.progress = quiet                   ? ProgressStyle::none
+                           : isatty(STDERR_FILENO) ? ProgressStyle::live
+                                                   : ProgressStyle::lines;
+        return commandSolve(arguments, options, json);
+      };
+    };
+    CLI::App* solve = withFile("solve", "Solve a problem", solves(false));
+    solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and begin anew");
+    CLI::App* resume = withFile("resume", "Go on with a solve that was ended, repeating no run",
+                                solves(true));
+    for (CLI::App* sub : {solve, resume}) {
+      sub->add_option("-j,--jobs", options.jobs, "Runs of the external command side by side")
+          ->check(CLI::Range(1, 1024))
+          ->capture_default_str();
+      sub->add_flag("-q,--quiet", quiet, "No progress");
+      sub->add_flag("--json", json, "Print the result as JSON");
+    }
+  }
+
+  void addReport() {
+    withFile("report", "Write an HTML page about the history of a solve",
+             [this] { return commandReport(arguments); });
+  }
+
+  CLI::App app{"Finds the best design under constraints, from expressions or an external simulator.",
+               "tarnix"};
+  ProblemArguments arguments;
+  SolveOptions options;
+  bool flag = false, json = false, quiet = false;
+  std::function<int()> chosen;
+};
+
+}  // namespace
+
+int runCommandLine(int argc, char** argv) {
+  return CommandLine().run(argc, argv);
+}
+
+}  // namespace tarnix::cli

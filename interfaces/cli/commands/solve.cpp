@@ -1,0 +1,17 @@
+#include <iostream>
+
+#include "base/exact_json.h"
+#include "commands/commands.h"
+
+namespace tarnix::cli {
+
+int commandSolve(const ProblemArguments& arguments, const SolveOptions& options, bool json) {
+  Setup setup(arguments.file);
+  const Places places(arguments.file, arguments.output);
+  int exitCode = exitInternal;
+  const Outcome outcome = solve(setup, places, options, exitCode);
+  std::cout << (json ? dumped(toJson(outcome), 2) + "\n" : table(outcome));
+  return exitCode;
+}
+
+}  // namespace tarnix::cli

@@ -1,0 +1,85 @@
+// How a solve ended: printed as a table, written as JSON, kept at the end of the history, drawn by
+// the report.
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "problem/problem.h"
+#include "run/judgement.h"
+
+namespace tarnix::cli {
+
+using Json = nlohmann::ordered_json;
+
+struct ObjectiveOutcome {
+  std::string name, sense;  // minimize or maximize
+  double value = 0;
+  std::string unit;
+};
+
+struct VariableOutcome {
+  std::string name;
+  double value = 0;
+  std::string unit;
+  double lower = 0, upper = 0;
+  std::string at;  // lower, upper or fixed; empty inside the bounds
+  std::optional<double> multiplier, perPercent;
+};
+
+struct ConstraintOutcome {
+  std::string name;
+  double value = 0;
+  std::string unit;
+  std::optional<double> min, max;
+  double violation = 0;  // in units of the scale
+  bool active = false;
+  std::optional<double> multiplier, perPercent;
+};
+
+struct StageOutcome {
+  std::string method, differences;
+  int status = 0;
+  std::string meaning;
+  int iterations = 0;
+  long evaluations = 0;
+};
+
+// A design within the limits that is not the one that the solve ended at.
+struct OtherDesign {
+  double value = 0, violation = 0;
+  std::vector<double> x;
+};
+
+struct Outcome {
+  std::string problem;
+  bool success = false, feasible = false;
+  std::string reason;
+  std::optional<ObjectiveOutcome> objective;  // absent as long as no design has been evaluated
+  std::optional<double> violation;
+  std::vector<VariableOutcome> variables;
+  std::vector<ConstraintOutcome> constraints;
+  std::string method;
+  std::optional<int> status;
+  std::string meaning, advice, error;
+  std::optional<int> iterations;
+  std::vector<StageOutcome> stages;
+  std::optional<OtherDesign> bestFeasible;
+  double tolerance = 0;
+  std::optional<long> evaluations, runs, foreseen, foreseenUsed, replayed;  // runs: of a command
+  std::optional<double> seconds;
+};
+
+// The outcome as it would be if the solve ended at this design.
+Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& design,
+                  const std::string& reason);
+
+Json toJson(const Outcome& outcome);
+Outcome outcomeFrom(const Json& json);
+
+// Readable table.
+std::string table(const Outcome& outcome);
+
+}  // namespace tarnix::cli

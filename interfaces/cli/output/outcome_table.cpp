@@ -1,0 +1,117 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "base/numbers.h"
+#include "base/text_table.h"
+#include "output/outcome.h"
+
+namespace tarnix::cli {
+
+namespace {
+
+VariableOutcome outcomeOf(const VariableEntry& v, double value) {
+  VariableOutcome entry{v.name, value, v.unit, v.lower, v.upper, {}, {}, {}};
+  if (v.lower == v.upper)
+    entry.at = "fixed";
+  else if (value == v.lower)
+    entry.at = "lower";
+  else if (value == v.upper)
+    entry.at = "upper";
+  return entry;
+}
+
+ConstraintOutcome outcomeOf(const ConstraintEntry& c, double value, double tolerance) {
+  double room = INFINITY;  // to the nearer limit, in units of the scale; below zero: violated
+  if (c.min) room = std::min(room, (value - *c.min) / c.scale);
+  if (c.max) room = std::min(room, (*c.max - value) / c.scale);
+  const bool active = c.equality || (room >= -tolerance && room <= 10 * tolerance);
+  return {c.name, value, c.unit, c.min, c.max, std::max(0.0, -room), active, {}, {}};
+}
+
+std::string headLines(const Outcome& o) {
+  std::string text = o.problem + ": " +
+                     (o.success    ? "solved"
+                      : o.feasible ? "not solved to the end, but the design satisfies every limit"
+                                   : "NOT SOLVED") +
+                     " (" + o.reason + ")\n";
+  if (!o.method.empty())
+    text += "  " + o.method + ": " + o.meaning + "; " + std::to_string(o.iterations.value_or(0)) +
+            " iterations\n";
+  if (o.evaluations) {
+    text += "  " + std::to_string(*o.evaluations) + " evaluations";
+    if (o.runs) text += ", for them " + std::to_string(*o.runs) + " runs of the command";
+    if (o.replayed.value_or(0) > 0)
+      text += ", " + std::to_string(*o.replayed) + " from the history";
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, ", %.1f s\n", o.seconds.value_or(0));
+    text += seconds;
+  }
+  if (!o.success && !o.advice.empty()) text += "  " + o.advice + "\n";
+  return text;
+}
+
+std::string rest(const VariableOutcome& v, const std::string& objective) {
+  std::string text =
+      v.at == "fixed" ? v.at : "in " + limitText(v.lower, v.upper);
+  if (v.at == "lower" || v.at == "upper") text += ", at its " + v.at + " bound";
+  return text + perPercentText(v.perPercent, objective);
+}
+
+std::string rest(const ConstraintOutcome& c, const std::string& objective, double tolerance) {
+  std::string text = limitText(c.min, c.max);
+  if (c.violation > tolerance)
+    text += ", VIOLATED by " + rounded(c.violation, 2) + " of its scale";
+  else if (c.active)
+    text += ", active";
+  return text + perPercentText(c.perPercent, objective);
+}
+
+}  // namespace
+
+Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& design,
+                  const std::string& reason) {
+  Outcome outcome;
+  outcome.problem = problem.title.empty() ? problem.file.filename().string() : problem.title;
+  outcome.reason = reason;
+  outcome.tolerance = problem.options.tolerance;
+  if (!design) return outcome;
+  outcome.feasible = design->violation <= problem.options.tolerance;
+  outcome.violation = design->violation;
+  const ObjectiveEntry& goal = problem.objective;
+  outcome.objective = {goal.name, goal.maximize ? "maximize" : "minimize", design->values[0],
+                       goal.unit};
+  for (std::size_t i = 0; i < problem.variables.size(); ++i)
+    outcome.variables.push_back(outcomeOf(problem.variables[i], design->x[i]));
+  for (std::size_t j = 0; j < problem.constraints.size(); ++j)
+    outcome.constraints.push_back(
+        outcomeOf(problem.constraints[j], design->values[j + 1], problem.options.tolerance));
+  return outcome;
+}
+
+std::string table(const Outcome& o) {
+  std::string text = headLines(o);
+  if (!o.objective) return text + "  No design has been evaluated.\n";
+  const std::string& name = o.objective->name;
+  TextTable rows("lrll");
+  rows.row({"", "", "", ""});
+  rows.row({name, rounded(o.objective->value), o.objective->unit,
+            o.objective->sense == "maximize" ? "maximized" : "minimized"});
+  rows.row({"", "", "", ""});
+  for (const VariableOutcome& v : o.variables)
+    rows.row({v.name, rounded(v.value), v.unit, rest(v, name)});
+  if (!o.constraints.empty()) rows.row({"", "", "", ""});
+  for (const ConstraintOutcome& c : o.constraints)
+    rows.row({c.name, rounded(c.value), c.unit, rest(c, name, o.tolerance)});
+  text += rows.text();
+  if (o.bestFeasible) {
+    text += "\n  Best design within the limits that was seen: " + name + " " +
+            rounded(o.bestFeasible->value) + " at";
+    for (std::size_t i = 0; i < o.bestFeasible->x.size(); ++i)
+      text += " " + o.variables[i].name + " = " + rounded(o.bestFeasible->x[i]);
+    text += "\n";
+  }
+  return text;
+}
+
+}  // namespace tarnix::cli

@@ -1,0 +1,33 @@
+// The tables [command] and [results] of a problem file.
+#pragma once
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+#include "problem/section.h"
+
+namespace tarnix::cli {
+
+class CommandReader {
+ public:
+  CommandReader(std::filesystem::path problemDirectory, Issues& list)
+      : directory(std::move(problemDirectory)), issues(list) {}
+
+  Command command(Section& section);
+  ResultEntry result(const std::string& name, Section& section);
+
+ private:
+  void readRun(Section& section, Command& command);
+  void runProgram(Section& section, Command& command);
+  void readTemplates(Section& section, Command& command);
+  void readFailurePolicy(Section& section, Command& command);
+  void claim(int line, const std::string& to);
+  std::filesystem::path existing(int line, const std::string& name);
+
+  std::filesystem::path directory;
+  Issues& issues;
+  std::set<std::string> targets{"stdout.txt", "stderr.txt"};  // taken names in a run directory
+};
+
+}  // namespace tarnix::cli

@@ -1,0 +1,115 @@
+// A problem as its file states it. Numbers are in the user's units and senses throughout: the
+// objective as written, constraints with their limits.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/issues.h"
+
+namespace tarnix::cli {
+
+struct VariableEntry {
+  std::string name;
+  std::string unit;
+  double start = 0;
+  double lower = 0;
+  double upper = 0;
+  int line = 0;
+};
+
+struct Expression {
+  std::string text;
+  std::string owner;  // for messages: "constraint 'shear'"
+  int line = 0;
+};
+
+// A named intermediate value.
+struct QuantityEntry {
+  std::string name;
+  Expression value;
+};
+
+struct ObjectiveEntry {
+  std::string name = "objective";
+  std::string unit;
+  Expression value;
+  bool maximize = false;
+  std::optional<double> scale;
+};
+
+// min <= value <= max, or value = equal, which stands in both limits.
+struct ConstraintEntry {
+  std::string name;
+  std::string unit;
+  Expression value;
+  std::optional<double> min, max;
+  bool equality = false;
+  double scale = 1;  // the violation is measured in units of this
+  int line = 0;
+};
+
+// A number to be read from the output of the command.
+struct ResultEntry {
+  std::string name;
+  std::string file;   // in the run directory; empty for standard output
+  std::string key;    // "key = value" or "key: value" on a line, or
+  std::string regex;  // the first group of an expression that matches within a line
+  int line = 0;
+};
+
+struct TemplateFile {
+  std::filesystem::path from;  // absolute
+  std::string to;              // in the run directory
+  int line = 0;
+};
+
+enum class FailurePolicy { stop, retry, penalty };
+enum class Keep { none, failed, all };
+
+struct Command {
+  std::vector<std::string> words;  // with placeholders; one word when the shell runs it
+  bool shell = false;
+  std::filesystem::path program;  // absolute, resolved from the first word
+  std::vector<TemplateFile> templates;
+  std::vector<std::filesystem::path> files;  // copied into each run directory
+  double timeout = 0;                        // seconds, 0 for none
+  FailurePolicy onFailure = FailurePolicy::stop;
+  int retries = 0;
+  double penalty = 1e6;  // objective and violations of a failed evaluation, in scaled units
+  Keep keep = Keep::failed;
+  int line = 0;
+};
+
+struct OptionsTable {
+  std::string method = "automatic";
+  int maxIterations = 200;
+  int maxEvaluations = 0;  // 0: no limit, as below
+  double maxSeconds = 0;
+  double tolerance = 1e-4;
+  double differenceStep = 1e-4;
+  bool centralDifferences = false;
+  bool insideBounds = false;
+  std::optional<double> target;
+};
+
+struct ProblemFile {
+  std::filesystem::path file;       // as the user gave it
+  std::filesystem::path directory;  // of the file, absolute: where relative names start
+  std::string title;
+  std::vector<VariableEntry> variables;
+  std::vector<QuantityEntry> quantities;
+  ObjectiveEntry objective;
+  std::vector<ConstraintEntry> constraints;
+  std::optional<Command> command;
+  std::vector<ResultEntry> results;
+  OptionsTable options;
+};
+
+// Reads and validates a file. Whatever is wrong is added to issues, and the problem is then
+// incomplete; it never throws for the content of a file.
+ProblemFile readProblem(const std::filesystem::path& file, Issues& issues);
+
+}  // namespace tarnix::cli

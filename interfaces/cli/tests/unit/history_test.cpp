@@ -1,0 +1,114 @@
+#include "run/history.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "base/text.h"
+#include "output/outcome.h"
+#include "support.h"
+
+namespace tarnix::cli {
+namespace {
+
+const char* const file = R"(
+[variables]
+x = { start = 2, lower = 0, upper = 4 }
+y = { start = 2, lower = 0, upper = 4 }
+[objective]
+minimize = "x"
+[constraints]
+c = { value = "y", max = 3 }
+)";
+
+class HistoryTest : public testing::Test {
+ protected:
+  Scratch scratch;
+  Issues issues{"p.toml"};
+  const ProblemFile problem = problemOf(scratch, file, issues);
+  const std::filesystem::path path = scratch.path() / "p.history.jsonl";
+
+  std::string content() const {
+    std::string all;
+    readFile(path, all);
+    return all;
+  }
+  void write(const std::vector<Record>& records) const {
+    History history(path);
+    history.create(problem);
+    for (const Record& record : records) history.append(record);
+  }
+};
+
+bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
+  if (a.size() != b.size()) return false;
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    if (std::isnan(a[i]) && std::isnan(b[i])) continue;
+    if (a[i] != b[i] || std::signbit(a[i]) != std::signbit(b[i])) return false;
+  }
+  return true;
+}
+
+TEST_F(HistoryTest, EveryNumberComesBackToTheBit) {
+  const double infinity = std::numeric_limits<double>::infinity();
+  const std::vector<std::vector<double>> pairs{
+      {0.1, 1.0 / 3}, {-0.0, 0.0}, {5e-324, 1.7976931348623157e308}, {1e22, 123456789012345678.0},
+      {infinity, -infinity}, {std::numeric_limits<double>::quiet_NaN(), 2}};
+  std::vector<Record> records;
+  for (const auto& pair : pairs) records.push_back({0, pair, {}, pair, {}, 0});
+  write(records);
+  History history(path);
+  history.read(problem);
+  ASSERT_EQ(history.records().size(), pairs.size());
+  for (std::size_t i = 0; i < pairs.size(); ++i) {
+    EXPECT_TRUE(sameBits(history.records()[i].x, pairs[i])) << i;
+    EXPECT_TRUE(sameBits(history.records()[i].values, pairs[i])) << i;
+  }
+}
+
+TEST_F(HistoryTest, TornEndIsCutAndOnlyThat) {
+  write({{0, {1, 2}, {}, {3, 4}, {}, 0}, {0, {5, 6}, {}, {7, 8}, {}, 0}});
+  const std::string whole = content();
+  const std::size_t last = whole.rfind('\n', whole.size() - 2) + 1;
+  for (std::size_t length = last; length < whole.size(); length += 5) {
+    scratch.write("p.history.jsonl", whole.substr(0, length));
+    History history(path);
+    history.resume(problem);
+    EXPECT_EQ(history.records().size(), 1u) << length;
+    EXPECT_EQ(content(), whole.substr(0, last)) << length;
+  }
+}
+
+TEST_F(HistoryTest, OneWriterAtATime) {
+  write({});
+  History first(path);
+  first.resume(problem);
+  EXPECT_TRUE(History::inUse(path));
+  History second(path);
+  EXPECT_THROW(second.resume(problem), Failure);
+}
+
+TEST_F(HistoryTest, OutcomeComesBack) {
+  BestDesign design{{1, 4}, {3, std::nan("")}, 0.5};
+  Outcome outcome = outcomeAt(problem, design, "for a test");
+  outcome.iterations = 7;
+  outcome.stages.push_back({"SQP", "forward", 1, "converged", 7, 20});
+  outcome.bestFeasible = {0.25, 0, {1, 2}};
+  outcome.constraints[0].perPercent = -0.5;
+  {
+    History history(path);
+    history.create(problem);
+    history.appendEnd(outcome);
+  }
+  History history(path);
+  history.read(problem);
+  ASSERT_NE(history.end(), nullptr);
+  EXPECT_EQ(table(*history.end()), table(outcome));
+  EXPECT_EQ(history.end()->variables[1].at, "upper");
+  EXPECT_EQ(history.end()->bestFeasible->x, (std::vector<double>{1, 2}));
+  EXPECT_EQ(history.end()->stages[0].evaluations, 20);
+}
+
+}  // namespace
+}  // namespace tarnix::cli
