@@ -47,17 +47,18 @@ class StorageFrame {
 
   // Claims the cells above the mark, in place of an earlier claim, or leaves the storage as it was
   // before the first one and says no. Totals are 64-bit, so that no count wraps, and a capacity
-  // beyond the limit is taken as the limit.
+  // beyond the limit is taken as the limit. Without memory for them it sets errorFlag too.
   [[nodiscard]] bool reserve(int64_t cells) {
     release();
     mark_ = Which::used();
     const int64_t from = cellCount(mark_);
     needed_ = from + cells;
     if (needed_ > std::min<int64_t>(Which::capacity(), Which::limit)) return false;
-    Storage<Cell>& memory = Which::memory();
-    top_ = memory.blocks.top();
-    next_ = memory.fixed != nullptr ? memory.fixed + from : memory.blocks.claim(cells);
-    if (next_ == nullptr) return false;
+    next_ = claim(Which::memory(), from, cells);
+    if (next_ == nullptr) {
+      settings->errorFlag = logicalTrue;  // out of memory
+      return false;
+    }
     end_ = next_ + cells;
     claimed_ = true;
     Which::used() = static_cast<int32_t>(needed_);
@@ -66,7 +67,8 @@ class StorageFrame {
   void release() {
     if (!claimed_) return;
     Which::used() = mark_;
-    Which::memory().blocks.giveBack(top_);
+    Storage<Cell>& memory = Which::memory();
+    if (memory.fixed == nullptr) memory.blocks.giveBack(top_);
     claimed_ = false;
   }
   int64_t needed() const { return needed_; }
@@ -85,6 +87,12 @@ class StorageFrame {
   BasicPacked<Cell> packed(int order) { return {carve(packedSize(order)), order}; }
 
  private:
+  Cell* claim(Storage<Cell>& memory, int64_t from, int64_t cells) {
+    if (memory.fixed != nullptr) return memory.fixed + from;
+    top_ = memory.blocks.top();
+    return memory.blocks.claim(cells);
+  }
+
   bool claimed_ = false;
   int32_t mark_ = 0;
   int64_t needed_ = 0;

@@ -63,6 +63,28 @@ static void expect(int holds, const char* what) {
 }
 #define EXPECT(condition) expect(condition, #condition)
 
+/* Its gradients, and its values at all designs of a pass. */
+static int32_t gradient(void* user, const double* x, int32_t n, int32_t nfun, double* G) {
+  ++*(int*)user;
+  if (n != 2 || nfun != 2) return 0;
+  G[0] = 2 * (x[0] - 1), G[1] = 2 * (x[1] - 2); /* the constraint's column stays missing */
+  return 1;
+}
+static void batch(void* user, int32_t count, const double* X, double* F) {
+  int calls = 0;
+  for (int32_t k = 0; k < count; ++k) {
+    double x[2] = {X[2 * k], X[2 * k + 1]};
+    analysis(&calls, x, &F[2 * k], NULL, &F[2 * k + 1]);
+  }
+  *(int*)user += calls;
+}
+static void trace(void* user, const char* text, size_t length) {
+  (void)text;
+  *(size_t*)user += length;
+}
+
+static void testSession(void);
+
 int main(void) {
   for (size_t i = 0; i < sizeof functions / sizeof functions[0]; ++i)
     expect(functions[i].function != NULL, functions[i].name);
@@ -82,5 +104,30 @@ int main(void) {
   EXPECT(VRK_sqp(50, 2, x, lower, upper, 0, 1, analysis, &calls, f) == VRK_SQP_CONVERGED);
   EXPECT(x[0] > 0.49 && x[0] < 0.51 && x[1] > 1.49 && x[1] < 1.51);
   EXPECT(VRK_get_nFunEval() == calls && VRK_get_nIter() > 0);
+  testSession();
   return failures != 0;
+}
+
+static void testSession(void) {
+  tarnix_session* mine = tarnix_session_create();
+  EXPECT(mine != NULL);
+  EXPECT(tarnix_session_use(mine) == NULL);
+  VRK_Settings* settings = tarnix_session_settings(mine);
+  EXPECT(settings != &VRK_settings && settings->convTol == 0.001);
+  int calls = 0, asked = 0, together = 0;
+  size_t traced = 0;
+  tarnix_session_refine(mine, 1);
+  tarnix_session_gradient(mine, gradient, &asked);
+  tarnix_session_batch(mine, batch, &together);
+  tarnix_session_trace(mine, trace, &traced);
+  VRK_set_print(2);
+  double x[] = {0, 0}, lower[] = {-5, -5}, upper[] = {5, 5}, f[2];
+  EXPECT(VRK_sqp(50, 2, x, lower, upper, 0, 1, analysis, &calls, f) == VRK_SQP_CONVERGED);
+  EXPECT(x[0] > 0.49 && x[0] < 0.51 && x[1] > 1.49 && x[1] < 1.51);
+  EXPECT(asked == VRK_get_nIter() && together == 2 * asked && traced > 0);
+  EXPECT(settings->nFunEval == calls + together);
+  tarnix_session_stop(mine, 1);
+  EXPECT(VRK_grg(50, 2, x, lower, upper, 0, 1, analysis, &calls, f) == VRK_GRG_STOPPED);
+  EXPECT(tarnix_session_use(NULL) == mine);
+  tarnix_session_destroy(mine);
 }
