@@ -6,12 +6,12 @@
 #include <atomic>
 #include <csetjmp>
 #include <csignal>
-#include <cstring>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
 #include <thread>
+#include <tuple>
 
 #include "support/allocations.h"
 #include "support/session.h"
@@ -23,7 +23,14 @@ namespace {
 class Session : public Library {};
 
 bool same(const VRK_Settings& a, const VRK_Settings& b) {
-  return std::memcmp(&a, &b, sizeof a) == 0;
+  const auto members = [](const VRK_Settings& s) {
+    return std::tie(s.intStorageCapacity, s.dblStorageCapacity, s.intStorageUsed, s.dblStorageUsed,
+                    s.diffMethod, s.nGradEval, s.stopRequest, s.nNewton1, s.nNewton2, s.grgParam1,
+                    s.grgSearchParam1, s.grgSearchParam2, s.printLevel, s.maxStepNorm, s.errorFlag,
+                    s.nFunEval, s.nIter, s.zeroTol, s.bigValue, s.convTolGrg, s.convTol,
+                    s.diffPert);
+  };
+  return members(a) == members(b);
 }
 
 // All problems of the collection by both methods in the session in use.
