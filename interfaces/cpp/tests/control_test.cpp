@@ -287,12 +287,12 @@ TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
   const detail::CoreProblem core(p.description());
   for (const Differences differences : {Differences::forward, Differences::central}) {
     VRK_Settings counters{};
-    detail::Evaluator evaluator(p.description(), core, analysis, options, counters);
+    detail::Evaluator evaluator(p.description(), core, {analysis, nullptr}, options, counters);
     const StageStart stage{1, Method::sqp, differences, options.differenceStep, 1e-5, {}};
     evaluator.beginStage(stage);
     const auto ask = [&](double x, double y) {
-      double point[] = {x, y}, f = 0;
-      detail::Evaluator::callback(&evaluator, point, &f, nullptr, nullptr);
+      double point[] = {x, y}, f = 0, none = 0;
+      detail::Evaluator::one(&evaluator, point, &f, &none, &none);
       return f;
     };
     const bool central = differences == Differences::central;

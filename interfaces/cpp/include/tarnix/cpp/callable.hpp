@@ -10,6 +10,8 @@ namespace tarnix {
 
 class Point;
 class Values;
+class Batch;
+class Gradients;
 
 namespace detail {
 
@@ -64,8 +66,37 @@ class FunctionRef<R(Arguments...)> {
 
 }  // namespace detail
 
-/// Evaluates one design: reads the point, fills every value. It is called on the thread of the
-/// solve, once per evaluation, and may throw: the exception reaches the caller of solve() as it is.
-using Analysis = detail::FunctionRef<void(const Point&, Values&)>;
+/// The callable that evaluates the problem, in either form:
+///   void(const Point&, Values&)  one design: reads the point, fills every value. It is called on the
+///                                thread of the solve, or with Options::threads on several ones.
+///   void(Batch&)                 several designs, in any order or at the same time. It is called
+///                                on the thread of the solve.
+/// Either may throw: the exception reaches the caller of solve() as it is.
+class Analysis {
+ public:
+  using One = detail::FunctionRef<void(const Point&, Values&)>;
+  using Many = detail::FunctionRef<void(Batch&)>;
+
+  Analysis(std::nullptr_t) {}
+  template <class F, class = detail::Foreign<F, Analysis>,
+            class = std::enable_if_t<std::is_constructible_v<One, F&> ||
+                                     std::is_constructible_v<Many, F&>>>
+  Analysis(F&& callable) {
+    if constexpr (std::is_constructible_v<One, F&>) one_ = One(callable);
+    else many_ = Many(callable);
+  }
+
+  explicit operator bool() const { return one_ || many_; }
+  const One& one() const { return one_; }
+  const Many& many() const { return many_; }
+
+ private:
+  One one_;
+  Many many_;
+};
+
+/// Fills the derivatives that it knows at a point; what it leaves is found by differences. It is
+/// called on the thread of the solve and may throw, as the analysis.
+using Gradient = detail::FunctionRef<void(const Point&, Gradients&)>;
 
 }  // namespace tarnix

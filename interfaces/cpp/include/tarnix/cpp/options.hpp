@@ -67,6 +67,14 @@ struct Options {
   bool keepInside = false;
   /// Moves a start that lies outside the box to its nearest point, instead of refusing it.
   bool moveStartInside = false;
+  /// Threads that evaluate the points of a gradient pass side by side; the callable is then called
+  /// on all of them. The solve is the same for any number, to the last bit, and so is the number of
+  /// every evaluation. A batch callable sees to its own threads.
+  int threads = 1;
+  /// Compares the derivatives that a gradient callable fills with central differences at the start,
+  /// two evaluations per variable; solve() throws InvalidProblem with an issue for each one that
+  /// differs.
+  bool checkGradients = false;
   /// Start in place of the declared one; empty: the declared one.
   std::vector<double> start;
 
@@ -75,7 +83,9 @@ struct Options {
   int maxIterations = 200;                               ///< of every stage
   std::optional<std::int64_t> maxEvaluations;            ///< calls of the callable
   std::optional<std::chrono::duration<double>> maxTime;  ///< wall clock
-  std::optional<double> target;                          ///< a feasible objective as good as this
+  /// A feasible objective as good as this. It is looked at after an evaluation, or after all of a
+  /// gradient pass.
+  std::optional<double> target;
   std::optional<Stop> stop;                              ///< from anywhere
   std::function<void(Progress&)> onIteration;            ///< watches, and may stop
   std::function<void(const StageStart&)> onStage;        ///< is told of every stage

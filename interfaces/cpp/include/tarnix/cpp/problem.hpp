@@ -135,6 +135,72 @@ class Values {
   const Description* description_;
 };
 
+/// Designs to be evaluated, in any order or at the same time: those of a gradient pass, or a single
+/// one. Every one that is begun is evaluated, and all its values are filled, before the callable
+/// returns; values of different designs may be filled by different threads.
+class Batch {
+ public:
+  Batch(std::size_t size, const double* points, double* values, const Description& description,
+        detail::FunctionRef<bool()> mayGoOn)
+      : size_(size), end_(size), points_(points), values_(values), description_(&description),
+        mayGoOn_(mayGoOn) {}
+
+  std::size_t size() const { return size_; }
+  Point point(std::size_t k) const {
+    detail::checkIndex(k, size_, "design");
+    return {points_ + k * description_->variables.size(), *description_};
+  }
+  Values values(std::size_t k) const {
+    detail::checkIndex(k, size_, "design");
+    return {values_ + k * description_->functions.size(), *description_};
+  }
+
+  /// Whether time and stop allow design k to be begun. A callable that takes long asks before it
+  /// begins one, in rising order of k, one thread at a time. When the answer is no, the designs from
+  /// k on are not evaluated, and the solve ends once the callable returns.
+  bool mayBegin(std::size_t k) {
+    if (k < end_ && !mayGoOn_()) end_ = k;
+    return k < end_;
+  }
+  /// The designs before this one are evaluated.
+  std::size_t end() const { return end_; }
+
+ private:
+  std::size_t size_, end_;
+  const double* points_;
+  double* values_;
+  const Description* description_;
+  detail::FunctionRef<bool()> mayGoOn_;
+};
+
+/// Derivatives at a design, to be filled: of the values as the callable gives them, by the variables
+/// in their units. What is not set, or not finite, is found by differences; what is set for a fixed
+/// variable is not used.
+class Gradients {
+ public:
+  Gradients(double* derivatives, const Description& description)
+      : derivatives_(derivatives), description_(&description) {}
+
+  double& operator()(Function f, Variable v) { return at(f.index, v.index); }
+  double& operator()(std::size_t f, std::size_t v) { return at(f, v); }
+  double& operator()(std::string_view f, std::string_view v) {
+    return at(description_->function(f), description_->variable(v));
+  }
+  /// All derivatives of a function, in the order in which the variables were declared.
+  double* of(Function f) {
+    detail::checkIndex(f.index, description_->functions.size(), "function");
+    return derivatives_ + f.index * description_->variables.size();
+  }
+
+ private:
+  double& at(std::size_t f, std::size_t v) {
+    detail::checkIndex(v, description_->variables.size(), "variable");
+    return of({f})[v];
+  }
+  double* derivatives_;
+  const Description* description_;
+};
+
 /// A problem, described by names. Faults are found by check() and solve(), not by the declarations.
 ///
 /// The scale of a function is its typical magnitude: tolerances are relative to it.
@@ -175,6 +241,8 @@ class Problem {
   /// start one. Problem and options are read only, and several solves may share them.
   Result solve(Analysis analysis, const Options& options) const;
   Result solve(Analysis analysis) const;
+  Result solve(Analysis analysis, Gradient gradient, const Options& options) const;
+  Result solve(Analysis analysis, Gradient gradient) const;
 
  private:
   static constexpr double missing = std::numeric_limits<double>::quiet_NaN();

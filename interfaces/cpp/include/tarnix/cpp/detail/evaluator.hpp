@@ -1,6 +1,6 @@
 #pragma once
-// The bridge from the core to the callable: every evaluation passes here. It turns core variables
-// and functions into the host's, keeps the limits, and remembers what it has seen.
+// The bridge from the core to the callable: every evaluation passes here. It keeps the limits, and
+// remembers what it has seen.
 
 #include <tarnix/routines.h>
 
@@ -12,12 +12,13 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "../options.hpp"
 #include "../problem.hpp"
 #include "../result.hpp"
+#include "inside_box.hpp"
+#include "pool.hpp"
 #include "translation.hpp"
 
 namespace tarnix::detail {
@@ -27,45 +28,49 @@ struct EndSolve {
   Reason reason;
 };
 
-/// A core point with its core values, for keepInside.
-struct Sample {
-  std::vector<double> x, f;
+/// What the host has given to a solve.
+struct Host {
+  Analysis analysis;
+  Gradient gradient;
 };
 
 class Evaluator {
  public:
-  Evaluator(const Description& description, const CoreProblem& core, Analysis analysis,
+  Evaluator(const Description& description, const CoreProblem& core, const Host& host,
             const Options& options, const VRK_Settings& counters)
       : d_(description),
         c_(core),
-        analysis_(analysis),
+        host_(host),
         o_(options),
         counters_(counters),
-        f_(core.rows.size()),
-        x_(core.free.size()),
+        inside_(core),
         started_(std::chrono::steady_clock::now()) {
-    point_.x.resize(d_.variables.size());
-    point_.values.resize(d_.functions.size());
-    for (std::size_t i = 0; i < d_.variables.size(); ++i) point_.x[i] = d_.variables[i].lower;
     if (o_.maxEvaluations) limit_ = *o_.maxEvaluations;
     if (o_.maxTime)
       deadline_ = started_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                                  std::min<std::chrono::duration<double>>(
                                      *o_.maxTime, std::chrono::hours(24 * 365 * 100)));
+    if (host_.analysis.one() && o_.threads > 1) pool_ = std::make_unique<Pool>(o_.threads);
   }
   Evaluator(const Evaluator&) = delete;
   Evaluator& operator=(const Evaluator&) = delete;
 
-  /// The callback of the core.
-  static void callback(void* self, double* x, double* f, double* eq, double* ineq) {
-    static_cast<Evaluator*>(self)->answer(x, f, eq, ineq);
+  /// The callbacks of the core.
+  static void one(void* self, double* x, double* f, double* eq, double* ineq) {
+    static_cast<Evaluator*>(self)->answerOne(x, f, eq, ineq);
+  }
+  static void many(void* self, std::int32_t count, const double* X, double* F) {
+    static_cast<Evaluator*>(self)->answer(static_cast<std::size_t>(count), X, F);
+  }
+  static std::int32_t gradient(void* self, const double* x, std::int32_t, std::int32_t,
+                               double* G) {
+    return static_cast<Evaluator*>(self)->gradientAt(x, G) ? 1 : 0;
   }
 
   void beginStage(const StageStart& stage) {
     stage_ = &stage;
     lastIteration_ = 0;
-    base_.x.clear();
-    inner_.x.clear();
+    inside_.beginStage(stage);
   }
   /// The last iteration is told at the end of its stage. May throw EndSolve.
   void endStage() {
@@ -75,28 +80,37 @@ class Evaluator {
   }
   void addIterations(int iterations) { earlierIterations_ += iterations; }
 
-  /// One evaluation of the host at a core point in the box. May throw EndSolve.
-  const Design& measureAt(const std::vector<double>& x) {
-    x_ = x;
-    measure(true);
-    return point_;
+  /// Evaluations of the host at core points, columns of X; their core values are columns of what is
+  /// returned. May throw EndSolve.
+  const std::vector<double>& measureAt(const std::vector<double>& X) {
+    points_ = X;
+    measure();
+    return f_;
   }
+  /// Derivatives (n, rows) in physical units at a core point, not a number where the host gives
+  /// none; false when it gives none at all.
+  bool gradientAt(const double* x, double* G) {
+    if (!host_.gradient) return false;
+    std::vector<double> inBox(x, x + n()), design(d_.variables.size());
+    c_.clip(inBox.data());
+    c_.toHost(inBox.data(), design.data());
+    derivatives_.assign(design.size() * d_.functions.size(), notKnown);
+    Gradients gradients(derivatives_.data(), d_);
+    host_.gradient(Point(design.data(), d_), gradients);
+    return c_.gradientsToCore(derivatives_.data(), G);
+  }
+
   /// True when x is the point of the last evaluation, up to rounding.
   bool isLast(const std::vector<double>& x) const {
-    if (count_ == 0) return false;
-    std::vector<double> measured;
-    for (const std::size_t i : c_.free) measured.push_back(point_.x[i]);
-    return same(x.data(), measured.data());
+    if (!measured()) return false;
+    std::vector<double> free;
+    for (const std::size_t i : c_.free)
+      free.push_back(designs_[(done_ - 1) * d_.variables.size() + i]);
+    return c_.differing(x.data(), free.data()) == 0;
   }
-
-  void clip(double* x) const {
-    for (std::size_t i = 0; i < c_.free.size(); ++i)
-      x[i] = std::min(std::max(snapped(x[i], i), c_.lower[i]), c_.upper[i]);
-  }
-
-  const Design& last() const { return point_; }
-  /// Core values of the last call of measureAt().
-  const std::vector<double>& coreValues() const { return f_; }
+  bool measured() const { return done_ > 0; }
+  /// The last design, where there is one.
+  Design last() const { return designAt(done_ - 1); }
   std::int64_t evaluations() const { return count_; }
   double seconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
@@ -120,101 +134,160 @@ class Evaluator {
   }
 
  private:
-  void answer(const double* x, double* f, double* eq, double* ineq) {
+  static constexpr double notKnown = std::numeric_limits<double>::quiet_NaN();
+  std::size_t n() const { return c_.free.size(); }
+  std::size_t rows() const { return c_.rows.size(); }
+
+  // ---- answers to the core ---------------------------------------------------------------------
+  void answerOne(const double* x, double* f, double* eq, double* ineq) {
+    answer_.resize(rows());
+    answer(1, x, answer_.data());
+    *f = answer_[0];
+    std::copy_n(answer_.data() + 1, c_.equalities, eq);
+    std::copy_n(answer_.data() + 1 + c_.equalities, c_.inequalities, ineq);
+  }
+
+  /// A point that is not finite is answered by values that are none, and nobody is asked.
+  void answer(std::size_t count, const double* X, double* F) {
     if (const int iteration = counters_.nIter; iteration != lastIteration_) {
       if (lastIteration_ > 0) tellIteration(lastIteration_);
       lastIteration_ = iteration;
     }
-    bool inside = true;
-    const std::size_t n = x_.size();
-    double* place = x_.data();
-    const double *lowerEdge = c_.lowerEdge.data(), *upperEdge = c_.upperEdge.data();
-    for (std::size_t i = 0; i < n; ++i) {
-      double v = x[i];
-      if (!(v > lowerEdge[i] && v < upperEdge[i])) {
-        v = snapped(v, i);
-        inside &= v >= c_.lower[i] && v <= c_.upper[i];
+    points_.clear();
+    asked_.clear();
+    for (std::size_t k = 0; k < count; ++k) {
+      const double* x = X + k * n();
+      if (!std::all_of(x, x + n(), [](double v) { return std::isfinite(v); })) {
+        std::fill_n(F + k * rows(), rows(), notKnown);
+        continue;
       }
-      place[i] = v;
+      asked_.push_back(k);
+      if (o_.keepInside) inside_.ask(x, points_);
+      else append(x);
     }
-    if (!o_.keepInside) measure(inside);
-    else if (inside) measureInside();
-    else extrapolate();
-    *f = f_[0];
-    std::copy_n(f_.data() + 1, c_.equalities, eq);
-    std::copy_n(f_.data() + 1 + c_.equalities, c_.inequalities, ineq);
+    if (!points_.empty()) measure();
+    if (o_.keepInside) inside_.settle(f_.data());
+    for (std::size_t a = 0; a < asked_.size(); ++a) {
+      double* f = F + asked_[a] * rows();
+      if (o_.keepInside) inside_.answer(a, f);
+      else std::copy_n(f_.data() + a * rows(), rows(), f);
+    }
+    if (o_.keepInside) inside_.forget();
   }
 
-  /// What is on a bound up to rounding is on it.
-  double snapped(double v, std::size_t i) const {
-    if (std::abs(v - c_.lower[i]) <= c_.roundOff[i]) return c_.lower[i];
-    if (std::abs(v - c_.upper[i]) <= c_.roundOff[i]) return c_.upper[i];
-    return v;
+  /// No coordinate is outside its bounds by more than the step of the differences.
+  void append(const double* x) {
+    const double *lowerEdge = c_.lowerEdge.data(), *upperEdge = c_.upperEdge.data();
+    const std::size_t size = n(), at = points_.size();
+    points_.insert(points_.end(), x, x + size);
+    for (std::size_t i = 0; i < size; ++i) {
+      double& v = points_[at + i];
+      if (v > lowerEdge[i] && v < upperEdge[i]) continue;
+      v = c_.snapped(v, i);
+      const double step = c_.half(i) * stage_->differenceStep * (1 + 1e-6) + c_.roundOff[i];
+      if (v < c_.lower[i] - step) v = c_.lower[i];
+      if (v > c_.upper[i] + step) v = c_.upper[i];
+    }
   }
 
-  // ---- one evaluation ------------------------------------------------------------------------
-  /// Calls the host at x_, and fills point_ and f_.
-  void measure(bool inside) {
-    keepLimits();
-    if (x_.size() == point_.x.size()) std::copy(x_.begin(), x_.end(), point_.x.begin());
+  // ---- evaluations -----------------------------------------------------------------------------
+  /// Calls the host at points_, and fills designs_, values_ and f_. Everything is noted in the order
+  /// of the points, whatever the order of their evaluation.
+  void measure() {
+    const std::size_t nv = d_.variables.size(), nf = d_.functions.size();
+    // Without free variables there is one point, of length 0.
+    const std::size_t wanted = n() == 0 ? 1 : points_.size() / n();
+    const std::size_t count =
+        static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(wanted),
+                                                        std::max<std::int64_t>(limit_ - count_, 0)));
+    if (count == 0) throw EndSolve{Reason::evaluationLimit};
+    if (!mayGoOn()) throw EndSolve{cause_};
+    done_ = 0;
+    firstNumber_ = count_ + 1;
+    designs_.resize(count * nv);
+    values_.assign(count * nf, notKnown);
+    f_.resize(count * rows());
+    violations_.resize(count);
+    for (std::size_t k = 0; k < count; ++k)
+      c_.toHost(points_.data() + k * n(), designs_.data() + k * nv);
+    const std::size_t end = callHost(count);
+    bool reached = false;
+    for (; done_ < end; ++done_) reached |= note(done_);
+    if (done_ < count) throw EndSolve{cause_};
+    if (count < wanted) throw EndSolve{Reason::evaluationLimit};
+    if (reached) throw EndSolve{Reason::targetReached};
+  }
+
+  bool mayGoOn() {
+    if (o_.stop && o_.stop->requested()) cause_ = Reason::stopped;
+    else if (o_.maxTime && std::chrono::steady_clock::now() >= deadline_)
+      cause_ = Reason::timeLimit;
     else
-      for (std::size_t i = 0; i < x_.size(); ++i) point_.x[c_.free[i]] = x_[i];
-    std::fill(point_.values.begin(), point_.values.end(),
-              std::numeric_limits<double>::quiet_NaN());
-    point_.evaluation = ++count_;
-    Values values(point_.values.data(), d_);
-    analysis_(Point(point_.x.data(), d_), values);
-    toCore();
-    if (!std::isfinite(point_.violation)) noteNotFinite();
-    else if (inside) noteBest();
+      return true;
+    return false;
   }
 
-  void keepLimits() {
-    if (count_ >= limit_) throw EndSolve{Reason::evaluationLimit};
-    if (o_.stop && o_.stop->requested()) throw EndSolve{Reason::stopped};
-    if (o_.maxTime && std::chrono::steady_clock::now() >= deadline_)
-      throw EndSolve{Reason::timeLimit};
+  /// Returns the number of designs that were evaluated, the first ones.
+  std::size_t callHost(std::size_t count) {
+    const auto goOn = [this] { return mayGoOn(); };
+    Batch batch(count, designs_.data(), values_.data(), d_, goOn);
+    const auto evaluate = [&](std::size_t k) {
+      Values values = batch.values(k);
+      host_.analysis.one()(batch.point(k), values);
+    };
+    // That the first one may be begun is known already.
+    const auto mayBegin = [&](std::size_t k) { return k == 0 || batch.mayBegin(k); };
+    if (!host_.analysis.one()) host_.analysis.many()(batch);
+    else if (pool_ && count > 1) pool_->run(count, mayBegin, evaluate);
+    else
+      for (std::size_t k = 0; k < count && mayBegin(k); ++k) evaluate(k);
+    return batch.end();
   }
 
-  /// Core values, and the violation: not a number when a value is not finite.
-  void toCore() {
-    const CoreProblem::Row* rows = c_.rows.data();
-    const double* values = point_.values.data();
-    double* f = f_.data();
-    const std::size_t count = f_.size();
-    for (std::size_t r = 0; r < count; ++r) f[r] = rows[r].of(values[rows[r].function]);
-    bool finite = true;
-    for (std::size_t r = 0; r < count; ++r)
-      finite &= std::abs(f[r]) <= std::numeric_limits<double>::max();
-    const std::size_t firstInequality = 1 + static_cast<std::size_t>(c_.equalities);
-    double violation = 0;
-    for (std::size_t r = 1; r < firstInequality; ++r)
-      if (std::abs(f[r]) > violation) violation = std::abs(f[r]);
-    for (std::size_t r = firstInequality; r < count; ++r)
-      if (f[r] > violation) violation = f[r];
-    point_.violation = finite ? violation : std::numeric_limits<double>::quiet_NaN();
+  /// True when the design reaches the target.
+  bool note(std::size_t k) {
+    ++count_;
+    double* f = f_.data() + k * rows();
+    violations_[k] = c_.toCore(values_.data() + k * d_.functions.size(), f);
+    if (!std::isfinite(violations_[k])) {
+      noteNotFinite(k);
+      return false;
+    }
+    const double* x = points_.data() + k * n();
+    for (std::size_t i = 0; i < n(); ++i)
+      if (!(x[i] >= c_.lower[i] && x[i] <= c_.upper[i])) return false;
+    return noteBest(k, f[0]);
   }
 
-  void noteNotFinite() {
+  Design designAt(std::size_t k) const {
+    const auto column = [k](const std::vector<double>& all, std::size_t size) {
+      const double* first = all.data() + k * size;
+      return std::vector<double>(first, first + size);
+    };
+    return {column(designs_, d_.variables.size()), column(values_, d_.functions.size()),
+            violations_[k], firstNumber_ + static_cast<std::int64_t>(k)};
+  }
+
+  void noteNotFinite(std::size_t k) {
     if (notFinite_++ > 0) return;
+    const double* f = f_.data() + k * rows();
     std::size_t r = 0;
-    while (r + 1 < f_.size() && std::isfinite(f_[r])) ++r;
-    firstNotFinite_ = NotFinite{d_.functions[c_.rows[r].function].name, count_, point_.x};
+    while (r + 1 < rows() && std::isfinite(f[r])) ++r;
+    const double* x = designs_.data() + k * d_.variables.size();
+    firstNotFinite_ = NotFinite{d_.functions[c_.rows[r].function].name, count_,
+                                std::vector<double>(x, x + d_.variables.size())};
   }
 
-  void noteBest() {
-    const bool feasibleNow = feasible(point_);
+  bool noteBest(std::size_t k, double objective) {
+    const bool feasibleNow = violations_[k] <= o_.tolerance;
     if (best_) {
       const bool feasibleThen = feasible(*best_);
-      if (feasibleThen && (!feasibleNow || !(f_[0] < bestObjective_))) return;
-      if (!feasibleThen && !feasibleNow && !(point_.violation < best_->violation)) return;
-      *best_ = point_;
-    } else {
-      best_ = point_;
+      if (feasibleThen && (!feasibleNow || !(objective < bestObjective_))) return false;
+      if (!feasibleThen && !feasibleNow && !(violations_[k] < best_->violation)) return false;
     }
-    bestObjective_ = f_[0];
-    if (feasibleNow && o_.target && f_[0] <= c_.rows[0].of(*o_.target))
-      throw EndSolve{Reason::targetReached};
+    best_ = designAt(k);
+    bestObjective_ = objective;
+    return feasibleNow && o_.target && objective <= c_.rows[0].of(*o_.target);
   }
 
   void tellIteration(int iteration) {
@@ -224,90 +297,30 @@ class Evaluator {
     progress.method = stage_->method;
     progress.iteration = earlierIterations_ + iteration;
     progress.evaluations = count_;
-    constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
-    progress.bestObjective = best_ ? best_->values[0] : unknown;
-    progress.worstViolation = best_ ? best_->violation : unknown;
+    progress.bestObjective = best_ ? best_->values[0] : notKnown;
+    progress.worstViolation = best_ ? best_->violation : notKnown;
     progress.best = best_ ? &best_->x : nullptr;
     o_.onIteration(progress);
     if (progress.stopRequested) throw EndSolve{Reason::stopped};
   }
 
-  // ---- evaluations inside the box only -------------------------------------------------------
-  bool same(const double* a, const double* b) const { return differing(a, b) == 0; }
-  int differing(const double* a, const double* b) const {
-    int count = 0;
-    for (std::size_t i = 0; i < x_.size(); ++i)
-      if (!(std::abs(a[i] - b[i]) <= c_.roundOff[i])) ++count;
-    return count;
-  }
-
-  /// Measures x_, unless it is the base or the inner point of the differences.
-  void measureInside() {
-    for (const Sample* known : {&inner_, &base_})
-      if (!known->x.empty() && same(known->x.data(), x_.data())) {
-        f_ = known->f;
-        return;
-      }
-    measure(true);
-    // A step in one variable belongs to the differences around the base.
-    const bool step = !base_.x.empty() && differing(base_.x.data(), x_.data()) == 1;
-    Sample& place = step ? inner_ : base_;
-    place.x = x_;
-    place.f = f_;
-  }
-
-  /// A difference that leaves the box by its step in one variable is answered by the straight line
-  /// (forward) or the parabola (central) through points on the inner side. Their quotient is then
-  /// the one-sided formula of the same order. Any other point is answered at the nearest one in
-  /// the box.
-  void extrapolate() {
-    const std::vector<double> asked = x_;
-    std::vector<double> base = asked;
-    clip(base.data());
-    if (differing(asked.data(), base.data()) == 1) {
-      std::size_t i = 0;
-      while (std::abs(asked[i] - base[i]) <= c_.roundOff[i]) ++i;
-      const double size = 0.5 * (c_.upper[i] - c_.lower[i]) * stage_->differenceStep;
-      const double step = asked[i] > c_.upper[i] ? size : -size;
-      if (std::abs(asked[i] - base[i]) <= size * (1 + 1e-6)) {
-        base[i] = asked[i] - step;
-        clip(base.data());
-        return extrapolateFrom(base, i, step);
-      }
-    }
-    x_ = base;
-    measureInside();
-  }
-
-  void extrapolateFrom(const std::vector<double>& base, std::size_t i, double step) {
-    const auto valuesAt = [&](double xi) {
-      x_ = base;
-      x_[i] = xi;
-      measureInside();
-      return f_;
-    };
-    const std::vector<double> f0 = valuesAt(base[i]);
-    const std::vector<double> f1 = valuesAt(base[i] - step);
-    if (stage_->differences == Differences::forward) {
-      for (std::size_t r = 0; r < f_.size(); ++r) f_[r] = 2 * f0[r] - f1[r];
-      return;
-    }
-    const Sample first = inner_;
-    const std::vector<double> f2 = valuesAt(base[i] - 2 * step);
-    inner_ = first;  // the core asks for it next
-    for (std::size_t r = 0; r < f_.size(); ++r) f_[r] = 3 * f0[r] - 3 * f1[r] + f2[r];
-  }
-
   // Given.
   const Description& d_;
   const CoreProblem& c_;
-  const Analysis analysis_;
+  const Host host_;
   const Options& o_;
   const VRK_Settings& counters_;  // of the solve's session
-  // The evaluation in work.
-  std::vector<double> f_;  // core values
-  std::vector<double> x_;  // core point
-  Design point_;
+  // The round in work: one point, or those of a pass.
+  InsideBox inside_;
+  std::unique_ptr<Pool> pool_;
+  std::vector<std::size_t> asked_;   // points of the core that are answered by values
+  std::vector<double> answer_;       // of a single one
+  std::vector<double> points_, f_;   // core points and values, a column each
+  std::vector<double> designs_, values_, violations_;  // the host's
+  std::vector<double> derivatives_;  // (variables, functions)
+  std::size_t done_ = 0;             // columns that are measured and noted
+  std::int64_t firstNumber_ = 1;     // of the evaluation in the first column
+  Reason cause_ = Reason::stopped;   // why no evaluation may be begun
   // Limits.
   std::int64_t limit_ = std::numeric_limits<std::int64_t>::max();
   std::chrono::steady_clock::time_point started_, deadline_;
@@ -319,7 +332,6 @@ class Evaluator {
   // Stage.
   const StageStart* stage_ = nullptr;
   int lastIteration_ = 0, earlierIterations_ = 0;
-  Sample base_, inner_;
 };
 
 }  // namespace tarnix::detail

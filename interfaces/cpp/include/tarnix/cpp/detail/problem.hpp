@@ -139,14 +139,21 @@ TARNIX_INLINE std::vector<Issue> Problem::check(const Options& options) const {
 }
 TARNIX_INLINE std::vector<Issue> Problem::check() const { return check(Options{}); }
 
-TARNIX_INLINE Result Problem::solve(Analysis analysis, const Options& options) const {
+TARNIX_INLINE Result Problem::solve(Analysis analysis, Gradient gradient,
+                                    const Options& options) const {
   std::vector<Issue> issues = check(options);
   if (!analysis) issues.push_back({"", "the callable that evaluates the problem is null"});
   if (!issues.empty()) throw InvalidProblem(std::move(issues));
-  return detail::Solver(d_, analysis, options).run();
+  return detail::Solver(d_, {analysis, gradient}, options).run();
+}
+TARNIX_INLINE Result Problem::solve(Analysis analysis, Gradient gradient) const {
+  return solve(analysis, gradient, Options{});
+}
+TARNIX_INLINE Result Problem::solve(Analysis analysis, const Options& options) const {
+  return solve(analysis, nullptr, options);
 }
 TARNIX_INLINE Result Problem::solve(Analysis analysis) const {
-  return solve(analysis, Options{});
+  return solve(analysis, nullptr, Options{});
 }
 
 // ---- result ------------------------------------------------------------------------------------

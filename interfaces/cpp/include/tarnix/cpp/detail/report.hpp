@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <vector>
 
 #include "session.hpp"
@@ -32,7 +33,7 @@ class ReportPass {
     report_.gradient.assign(d_.variables.size(), 0.0);
     report_.sensitivity = report_.gradient;
     for (std::size_t i = 0; i < c_.free.size(); ++i) {
-      report_.gradient[c_.free[i]] = objectiveUnit() * G_[i] / half(i);
+      report_.gradient[c_.free[i]] = objectiveUnit() * G_[i] / c_.half(i);
       report_.sensitivity[c_.free[i]] = objectiveUnit() * G_[i] * 0.02;
     }
     chooseActive();
@@ -42,7 +43,6 @@ class ReportPass {
 
  private:
   std::size_t n() const { return c_.free.size(); }
-  double half(std::size_t i) const { return 0.5 * (c_.upper[i] - c_.lower[i]); }
   /// Change of the host's objective per unit of the core's.
   double objectiveUnit() const { return 1 / c_.rows[0].factor; }
 
@@ -52,18 +52,35 @@ class ReportPass {
     return f;
   }
 
-  /// Column r of G: gradient of core row r in core variables; differences point into the box.
+  /// Column r of G: gradient of core row r in core variables, the host's own where it gives one;
+  /// differences point into the box.
   void formGradients() {
-    G_.resize(n() * c_.rows.size());
+    const std::size_t m = c_.rows.size();
+    G_.assign(n() * m, std::numeric_limits<double>::quiet_NaN());
+    evaluator_.gradientAt(x_.data(), G_.data());
+    std::vector<std::size_t> stepped;
+    std::vector<double> steps, points;
     for (std::size_t i = 0; i < n(); ++i) {
-      const double step = o_.differenceStep * half(i);
+      bool given = true;
+      for (std::size_t r = 0; r < m; ++r) {
+        double& g = G_[r * n() + i];
+        g *= c_.half(i);
+        given &= std::isfinite(g);
+      }
+      if (given) continue;
       std::vector<double> x = x_;
+      const double step = o_.differenceStep * c_.half(i);
       x[i] = x_[i] + step <= c_.upper[i] ? x_[i] + step : x_[i] - step;
-      const double h = (x[i] - x_[i]) / half(i);
-      evaluator_.measureAt(x);
-      for (std::size_t r = 0; r < c_.rows.size(); ++r)
-        G_[r * n() + i] = (evaluator_.coreValues()[r] - f_[r]) / h;
+      stepped.push_back(i);
+      steps.push_back((x[i] - x_[i]) / c_.half(i));
+      points.insert(points.end(), x.begin(), x.end());
     }
+    if (stepped.empty()) return;
+    const std::vector<double>& values = evaluator_.measureAt(points);
+    for (std::size_t k = 0; k < stepped.size(); ++k)
+      for (std::size_t r = 0; r < m; ++r)
+        if (double& g = G_[r * n() + stepped[k]]; !std::isfinite(g))
+          g = (values[k * m + r] - f_[r]) / steps[k];
   }
 
   double norm(std::size_t r) const {
@@ -82,8 +99,8 @@ class ReportPass {
       if (norm(r) > 0) rows_.push_back(r);
     constexpr double close = 1e-6;
     for (std::size_t i = 0; i < n(); ++i) {
-      const bool atUpper = c_.upper[i] - x_[i] <= close * half(i);
-      const bool atLower = x_[i] - c_.lower[i] <= close * half(i);
+      const bool atUpper = c_.upper[i] - x_[i] <= close * c_.half(i);
+      const bool atLower = x_[i] - c_.lower[i] <= close * c_.half(i);
       codes_.push_back(atUpper ? 3 : atLower ? 2 : 0);
     }
   }
@@ -135,11 +152,11 @@ class ReportPass {
 
   void addBound(std::size_t i, double lambda) {
     const bool upper = codes_[i] == 3;
-    const double multiplier = objectiveUnit() * (upper ? -lambda : lambda) / half(i);
+    const double multiplier = objectiveUnit() * (upper ? -lambda : lambda) / c_.half(i);
     report_.active.push_back(
         {d_.variables[c_.free[i]].name,
          upper ? ActiveLimit::Kind::upperBound : ActiveLimit::Kind::lowerBound,
-         upper ? c_.upper[i] : c_.lower[i], multiplier, multiplier * 0.02 * half(i)});
+         upper ? c_.upper[i] : c_.lower[i], multiplier, multiplier * 0.02 * c_.half(i)});
   }
 
   // Given.

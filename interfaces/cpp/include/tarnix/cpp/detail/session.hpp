@@ -17,6 +17,12 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  void batch(tarnix_batch function, void* user) const {
+    tarnix_session_batch(session_, function, user);
+  }
+  void gradient(tarnix_gradient function, void* user) const {
+    tarnix_session_gradient(session_, function, user);
+  }
   VRK_Settings& settings() const { return *tarnix_session_settings(session_); }
 
   /// The calling thread uses the session for a call of the core, and what it used before afterwards.

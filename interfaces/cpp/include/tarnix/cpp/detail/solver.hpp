@@ -14,6 +14,7 @@
 #include "advice.hpp"
 #include "session.hpp"
 #include "evaluator.hpp"
+#include "gradient_check.hpp"
 #include "../options.hpp"
 #include "../problem.hpp"
 #include "report.hpp"
@@ -25,16 +26,19 @@ namespace tarnix::detail {
 
 class Solver {
  public:
-  Solver(std::shared_ptr<const Description> description, Analysis analysis,
-         const Options& options)
+  Solver(std::shared_ptr<const Description> description, const Host& host, const Options& options)
       : description_(std::move(description)),
         d_(*description_),
         o_(options),
         core_(d_),
-        evaluator_(d_, core_, analysis, options, session_.settings()) {}
+        evaluator_(d_, core_, host, options, session_.settings()) {
+    session_.batch(Evaluator::many, &evaluator_);
+    if (host.gradient) session_.gradient(Evaluator::gradient, &evaluator_);
+  }
 
   Result run() {
     result_.description = description_;
+    if (o_.checkGradients && core_.n() > 0) checkGradients();
     if (core_.n() == 0)
       judgeFixed();
     else if (o_.method == Method::automatic)
@@ -77,7 +81,7 @@ class Solver {
     std::vector<double> f(core_.rows.size());
     const auto call = stage.method == Method::grg ? VRK_grg : VRK_sqp;
     return call(o_.maxIterations, core_.n(), x.data(), core_.lower.data(), core_.upper.data(),
-                core_.equalities, core_.inequalities, Evaluator::callback, &evaluator_, f.data());
+                core_.equalities, core_.inequalities, Evaluator::one, &evaluator_, f.data());
   }
 
   /// True when the method came to an end, false when a limit or a stop ended everything.
@@ -96,8 +100,7 @@ class Solver {
       stage.reason = reasonOf(stage.settings.method, stage.status);
       stage.meaning = meaning(stage.settings.method, stage.status);
       evaluator_.endStage();
-      evaluator_.clip(x.data());
-      stage.end = evaluator_.isLast(x) ? evaluator_.last() : evaluator_.measureAt(x);
+      stage.end = endAt(x, stage.settings.x);
       goOn = stage.reason != Reason::stopped;
     } catch (const EndSolve& end) {
       stage.reason = end.reason;
@@ -113,9 +116,18 @@ class Solver {
     return goOn;
   }
 
+  /// The design at the point that the core has left, or the best one where that is no point.
+  Design endAt(std::vector<double>& x, const std::vector<double>& from) {
+    if (!std::all_of(x.begin(), x.end(), [](double v) { return std::isfinite(v); }))
+      return bestSoFar(from);
+    core_.clip(x.data());
+    if (!evaluator_.isLast(x)) evaluator_.measureAt(x);
+    return evaluator_.last();
+  }
+
   Design bestSoFar(const std::vector<double>& from) const {
     if (evaluator_.best()) return *evaluator_.best();
-    if (evaluator_.evaluations() > 0) return evaluator_.last();
+    if (evaluator_.measured()) return evaluator_.last();
     constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
     return {from, std::vector<double>(d_.functions.size(), unknown), unknown, 0};
   }
@@ -182,13 +194,26 @@ class Solver {
     stage.settings.method = o_.method == Method::grg ? Method::grg : Method::sqp;
     evaluator_.beginStage(stage.settings);
     try {
-      stage.end = evaluator_.measureAt({});
+      evaluator_.measureAt({});
+      stage.end = evaluator_.last();
     } catch (const EndSolve& end) {
       stage.reason = end.reason;
       stage.end = bestSoFar(stage.settings.x);
     }
     stage.meaning = "every variable is fixed";
     stage.evaluations = evaluator_.evaluations();
+  }
+
+  // ---- gradients of the host -------------------------------------------------------------------
+  /// At the start, moved inside by the step of the differences.
+  void checkGradients() {
+    std::vector<Issue> issues;
+    try {
+      issues = GradientCheck(d_, core_, o_, evaluator_).at(coreOf(start()));
+    } catch (const EndSolve&) {
+      // A limit: the first stage meets it as well.
+    }
+    if (!issues.empty()) throw InvalidProblem(std::move(issues));
   }
 
   // ---- judgement -------------------------------------------------------------------------------
