@@ -3,7 +3,7 @@
 // what an evaluation costs by the core alone. "limits": with every limit and callback in place.
 
 #include <benchmark/benchmark.h>
-#include <tarnix/tarnix.h>
+#include <tarnix/routines.h>
 
 #include <algorithm>
 #include <chrono>

@@ -14,7 +14,7 @@ namespace compare {
 /// How every solver is run.
 struct Setup {
   double tolerance = 1e-5;      ///< of tarnix
-  double peerTolerance = 1e-8;  ///< of the others
+  double peerTolerance = 1e-7;  ///< of the others
   double noise = 0;             ///< of every value, relative to max(1, |value|)
   std::uint64_t seed = 1;       ///< of the noise and of the random starts
   long maxEvaluations = 10000;  ///< of a solve

@@ -22,7 +22,7 @@ const char help[] =
     "  --starts k             random starts in the box beside the published one (0)\n"
     "  --random-only 1        leaves the published starts out\n"
     "  --tolerance t          of tarnix (1e-5)\n"
-    "  --peer-tolerance t     of the others (1e-8)\n"
+    "  --peer-tolerance t     of the others (1e-7)\n"
     "  --noise r              of every value, relative to max(1, |value|) (0)\n"
     "  --loose t              what counts as loosely solved (1e-3)\n"
     "  --max-evaluations k    of a solve (10000)\n"
