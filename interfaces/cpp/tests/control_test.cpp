@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <random>
@@ -268,6 +269,31 @@ TEST(Threads, ACallableMaySolveAndTheOuterSolveDoesNotNotice) {
                Failure);
   EXPECT_EQ(settingsNow(), before);
   EXPECT_EQ(tarnix_session_use(nullptr), nullptr);  // the thread is left as it was found
+}
+
+// ---- trace -------------------------------------------------------------------------------------
+
+TEST(Trace, GoesToTheHostsFunction) {
+  std::string text;
+  Options options;
+  options.printLevel = 2;
+  options.trace = [&](std::string_view piece) { text += piece; };
+  testing::internal::CaptureStdout();
+  const Result r = rosenSuzuki().solve(evaluate, options);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+  EXPECT_TRUE(r.success);
+  EXPECT_GT(std::count(text.begin(), text.end(), '\n'), r.iterations);
+  EXPECT_EQ(text.back(), '\n');
+  options.trace = [](std::string_view) { throw Failure{0}; };
+  EXPECT_THROW(rosenSuzuki().solve(evaluate, options), Failure);
+}
+
+TEST(Trace, EnumsAndStatusesHaveTexts) {
+  EXPECT_EQ(to_string(Reason::unbounded) + to_string(Method::grg) + to_string(Relation::atLeast) +
+                to_string(Differences::central) + to_string(ActiveLimit::Kind::lowerBound),
+            "unboundedGRGat leastcentrallower bound");
+  EXPECT_EQ(to_string(Method::sqp, VRK_SQP_STOPPED), "a stop was requested");
+  EXPECT_EQ(to_string(Method::grg, 77), "unknown status 77");
 }
 
 // ---- inside the box ----------------------------------------------------------------------------

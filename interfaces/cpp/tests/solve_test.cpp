@@ -26,8 +26,10 @@ struct Refusal {
 
 TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
   const Refusal refusals[] = {
-      {"variable 'w' needs a finite lower bound", [](auto& p, auto&) { p.variable("w", 1); }},
-      {"variable 'w' needs a finite", [](auto& p, auto&) { p.variable("w", 1, 0, infinite); }},
+      {"variable 'w' has a bound that is not a number",
+       [](auto& p, auto&) { p.variable("w", 1, nan, 2); }},
+      {"variable 'w' is fixed at infinity",
+       [](auto& p, auto& o) { p.variable("w", 1, infinite, infinite), o.moveStartInside = true; }},
       {"variable 'w' has crossed bounds: lower 2, upper 1",
        [](auto& p, auto& o) { p.variable("w", 1, 2, 1), o.moveStartInside = true; }},
       {"variable 'w' has bounds that are too far apart",
@@ -53,6 +55,7 @@ TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
       {"option 'tolerance' has to be", [](auto&, auto& o) { o.tolerance = 0; }},
       {"option 'differenceStep' has to be", [](auto&, auto& o) { o.differenceStep = nan; }},
       {"option 'maxIterations' has to be", [](auto&, auto& o) { o.maxIterations = 0; }},
+      {"option 'threads' has to be", [](auto&, auto& o) { o.threads = 0; }},
       {"option 'maxEvaluations' has to be", [](auto&, auto& o) { o.maxEvaluations = 0; }},
       {"option 'maxTime' has to be",
        [](auto&, auto& o) { o.maxTime = std::chrono::seconds(-1); }},
@@ -80,7 +83,7 @@ TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
 TEST(Validation, ReportsAllIssuesAndDisagreeingSizesAndNullCallables) {
   Problem p;
   EXPECT_THROW(p.variables("v", {1, 2}, {0}, {3, 3}), InvalidProblem);
-  p.variable("a", 1);
+  p.variable("a", nan);
   p.variable("b", 1, 2, 0);
   const std::vector<Issue> issues = p.check();
   ASSERT_EQ(issues.size(), 4u);  // b starts outside as well; no objective
@@ -92,7 +95,7 @@ TEST(Validation, ReportsAllIssuesAndDisagreeingSizesAndNullCallables) {
   Options options;
   options.moveStartInside = true;
   EXPECT_TRUE(sound.check(options).empty());
-  EXPECT_THROW(sound.solve(nullptr, options), InvalidProblem);
+  EXPECT_THROW(sound.solve(Analysis(nullptr), options), InvalidProblem);
 }
 
 Problem withInequalities(std::int64_t count) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace tarnix {
@@ -47,7 +48,7 @@ struct StageStart {
   int stage = 1;  ///< from 1 on
   Method method = Method::sqp;
   Differences differences = Differences::forward;
-  double differenceStep = 0;  ///< in units of half the distance of the bounds
+  double differenceStep = 0;  ///< in units of half the distance of the bounds, or of invented ones
   double tolerance = 0;       ///< convergence tolerance of the stage
   std::vector<double> x;      ///< where it starts
 };
@@ -92,8 +93,10 @@ struct Options {
 
   /// Multipliers and sensitivities at the end: one gradient pass, an evaluation per variable.
   bool report = true;
-  /// Trace of the core on standard output, 0 to 3.
+  /// Trace of the core, 0 to 3.
   int printLevel = 0;
+  /// Takes the trace, in pieces of lines; without it, it goes to standard output.
+  std::function<void(std::string_view)> trace;
 };
 
 }  // namespace tarnix

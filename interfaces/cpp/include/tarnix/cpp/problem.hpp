@@ -54,7 +54,7 @@ enum class Relation { atMost, atLeast, between, equal };
 struct Description {
   struct VariableData {
     std::string name;
-    double start, lower, upper;
+    double start, lower, upper;  // bounds are infinite where there is none
   };
   struct FunctionData {
     std::string name;
@@ -213,9 +213,10 @@ class Problem {
   Problem& operator=(Problem&&) noexcept;
   ~Problem();
 
-  /// A variable with its start and bounds. Equal bounds fix it: the methods never see it then.
-  Variable variable(std::string name, double start, double lower = missing,
-                    double upper = missing);
+  /// A variable with its start and bounds, each of which may be missing or infinite. Equal bounds
+  /// fix it: the methods never see it then.
+  Variable variable(std::string name, double start, double lower = -unlimited,
+                    double upper = unlimited);
   /// Variables prefix[0], prefix[1], ... Throws InvalidProblem when the sizes disagree.
   std::vector<Variable> variables(const std::string& prefix, const std::vector<double>& starts,
                                   const std::vector<double>& lower,
@@ -245,7 +246,7 @@ class Problem {
   Result solve(Analysis analysis, Gradient gradient) const;
 
  private:
-  static constexpr double missing = std::numeric_limits<double>::quiet_NaN();
+  static constexpr double unlimited = std::numeric_limits<double>::infinity();
 
   Function objective(std::string& name, bool maximized, double scale);
   Function constraint(std::string name, Relation relation, double lower, double upper,

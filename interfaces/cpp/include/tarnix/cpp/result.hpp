@@ -22,7 +22,8 @@ enum class Reason {
   evaluationLimit,
   timeLimit,
   targetReached,
-  stopped  ///< by Stop or by Progress::stop
+  stopped,   ///< by Stop or by Progress::stop
+  unbounded  ///< a variable without a bound was followed as far as it goes
 };
 
 /// A point with the values that the callable gave there.
@@ -42,6 +43,7 @@ struct Stage {
   std::int64_t evaluations = 0;
   Design end;            ///< point that the stage left
   std::string meaning;   ///< of the status, in words
+  bool onInventedSide = false;  ///< the end lies on a side that stands for a missing bound
 };
 
 /// An active constraint or bound, and what it costs.
@@ -87,6 +89,9 @@ struct Result {
   Design point;                      ///< where the solve ended
   std::optional<Design> best;        ///< best feasible point of all evaluations
   std::vector<Stage> stages;
+  /// Box of the last stage. It has the bounds of the problem; where one is missing, sides around the
+  /// point that the layer has chosen and, if need be, moved.
+  std::vector<double> searchLower, searchUpper;
   int iterations = 0;                ///< over all stages
   std::int64_t evaluations = 0;      ///< calls of the callable
   double seconds = 0;                ///< wall clock

@@ -113,6 +113,10 @@ class Advice {
         say("The solve was cut short (" + std::string(name(r_.reason)) +
             "); this is the best point seen. Go on from it with the option start.");
         return;
+      case Reason::unbounded:
+        say("The point runs away where bounds are missing, " + r_.stages.back().meaning +
+            ": give bounds, or look at the sign of the objective.");
+        return;
       case Reason::targetReached: return;
     }
     std::string tries;

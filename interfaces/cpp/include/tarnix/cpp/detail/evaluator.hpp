@@ -255,7 +255,7 @@ class Evaluator {
     }
     const double* x = points_.data() + k * n();
     for (std::size_t i = 0; i < n(); ++i)
-      if (!(x[i] >= c_.lower[i] && x[i] <= c_.upper[i])) return false;
+      if (!(x[i] >= c_.trueLower[i] && x[i] <= c_.trueUpper[i])) return false;
     return noteBest(k, f[0]);
   }
 

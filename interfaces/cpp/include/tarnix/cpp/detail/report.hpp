@@ -99,8 +99,8 @@ class ReportPass {
       if (norm(r) > 0) rows_.push_back(r);
     constexpr double close = 1e-6;
     for (std::size_t i = 0; i < n(); ++i) {
-      const bool atUpper = c_.upper[i] - x_[i] <= close * c_.half(i);
-      const bool atLower = x_[i] - c_.lower[i] <= close * c_.half(i);
+      const bool atUpper = c_.trueUpper[i] - x_[i] <= close * c_.half(i);
+      const bool atLower = x_[i] - c_.trueLower[i] <= close * c_.half(i);
       codes_.push_back(atUpper ? 3 : atLower ? 2 : 0);
     }
   }

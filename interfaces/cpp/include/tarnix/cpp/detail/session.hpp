@@ -23,6 +23,9 @@ class Session {
   void gradient(tarnix_gradient function, void* user) const {
     tarnix_session_gradient(session_, function, user);
   }
+  void trace(tarnix_trace function, void* user) const {
+    tarnix_session_trace(session_, function, user);
+  }
   VRK_Settings& settings() const { return *tarnix_session_settings(session_); }
 
   /// The calling thread uses the session for a call of the core, and what it used before afterwards.

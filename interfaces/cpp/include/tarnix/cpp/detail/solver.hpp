@@ -18,6 +18,7 @@
 #include "../options.hpp"
 #include "../problem.hpp"
 #include "report.hpp"
+#include "search_box.hpp"
 #include "../result.hpp"
 #include "text.hpp"
 #include "validation.hpp"
@@ -31,9 +32,11 @@ class Solver {
         d_(*description_),
         o_(options),
         core_(d_),
+        box_(d_, core_, start()),
         evaluator_(d_, core_, host, options, session_.settings()) {
     session_.batch(Evaluator::many, &evaluator_);
     if (host.gradient) session_.gradient(Evaluator::gradient, &evaluator_);
+    if (o_.trace) session_.trace(trace, const_cast<Options*>(&o_));
   }
 
   Result run() {
@@ -49,6 +52,10 @@ class Solver {
   }
 
  private:
+  static void trace(void* options, const char* text, std::size_t length) {
+    static_cast<const Options*>(options)->trace({text, length});
+  }
+
   std::vector<double> start() const {
     std::vector<double> x = o_.start;
     if (x.empty())
@@ -84,16 +91,38 @@ class Solver {
                 core_.equalities, core_.inequalities, Evaluator::one, &evaluator_, f.data());
   }
 
-  /// True when the method came to an end, false when a limit or a stop ended everything.
+  /// A stage, and again while its end calls for another box. True when the method came to an end,
+  /// false when a limit or a stop ended everything, or the point ran away.
   bool runStage(StageStart settings) {
+    for (;;) {
+      if (!runOnce(settings)) return false;
+      Stage& stage = result_.stages.back();
+      stage.onInventedSide = box_.isOnSide(stage.end.x);
+      if (stage.reason == Reason::iterationLimit) return true;
+      const std::string runaways = box_.runaways(stage.end.x);
+      const auto answer = box_.follow(stage.end.x, stage.reason == Reason::breakdown);
+      if (answer == SearchBox::Answer::inside) return true;
+      if (answer == SearchBox::Answer::ranAway) {
+        stage.reason = Reason::unbounded;
+        stage.meaning = "unbounded as far as " + runaways;
+        return false;
+      }
+      settings.x = stage.end.x;
+    }
+  }
+
+  bool runOnce(const StageStart& settings) {
     result_.stages.push_back({});
     Stage& stage = result_.stages.back();
-    stage.settings = std::move(settings);
+    stage.settings = settings;
+    stage.settings.stage = static_cast<int>(result_.stages.size());
     if (o_.onStage) o_.onStage(stage.settings);
     session_.settings().nIter = 0;
     evaluator_.beginStage(stage.settings);
     const std::int64_t before = evaluator_.evaluations();
     std::vector<double> x = coreOf(stage.settings.x);
+    for (std::size_t i = 0; i < x.size(); ++i)
+      x[i] = std::min(std::max(x[i], core_.lower[i]), core_.upper[i]);
     bool goOn = true;
     try {
       stage.status = callCore(stage.settings, x);
@@ -133,7 +162,7 @@ class Solver {
   }
 
   bool proper(const Stage& stage) const {
-    return evaluator_.feasible(stage.end) && (stage.reason == Reason::finished ||
+    return evaluator_.feasible(stage.end) && !stage.onInventedSide && (stage.reason == Reason::finished ||
                                               stage.reason == Reason::targetReached);
   }
 
@@ -149,7 +178,9 @@ class Solver {
   /// smaller steps and tolerances. Ends with a stage that converged, with two in a row that gained
   /// nothing, and with one that gained nothing on a point that was sound already.
   void runAutomatic() {
-    StageStart next{1, Method::sqp, o_.differences, o_.differenceStep, o_.tolerance, start()};
+    // The steps of an invented box are as arbitrary as the box: central differences bear more.
+    const Differences first = box_.invented() ? Differences::central : o_.differences;
+    StageStart next{1, Method::sqp, first, o_.differenceStep, o_.tolerance, start()};
     constexpr int mostStages = 6;
     constexpr double smallestStep = 1e-6;
     std::optional<Design> reached;
@@ -229,11 +260,15 @@ class Solver {
     result_.reason = cutShort(last) ? last : chosen->reason;
     result_.feasible = evaluator_.feasible(result_.point);
     // The point is at least as good as any of the stages' ends.
-    result_.success = result_.feasible && std::any_of(result_.stages.begin(), result_.stages.end(),
+    result_.success = result_.feasible && last != Reason::unbounded &&
+                      std::any_of(result_.stages.begin(), result_.stages.end(),
                                                       [&](const Stage& s) { return proper(s); });
     if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
     if (evaluator_.best() && evaluator_.feasible(*evaluator_.best()))
       result_.best = evaluator_.best();
+    result_.searchLower = result_.searchUpper = core_.all;
+    core_.toHost(core_.lower.data(), result_.searchLower.data());
+    core_.toHost(core_.upper.data(), result_.searchUpper.data());
     result_.evaluations = evaluator_.evaluations();
     result_.seconds = evaluator_.seconds();
     result_.advice = Advice(result_, o_, evaluator_).text();
@@ -242,7 +277,8 @@ class Solver {
 
   static bool cutShort(Reason reason) {
     return reason == Reason::evaluationLimit || reason == Reason::timeLimit ||
-           reason == Reason::stopped || reason == Reason::targetReached;
+           reason == Reason::stopped || reason == Reason::targetReached ||
+           reason == Reason::unbounded;
   }
 
   void makeReport() {
@@ -257,7 +293,8 @@ class Solver {
   const std::shared_ptr<const Description> description_;
   const Description& d_;
   const Options& o_;
-  const CoreProblem core_;
+  CoreProblem core_;
+  SearchBox box_;
   const Session session_;
   Evaluator evaluator_;
   Result result_;

@@ -33,13 +33,36 @@ TARNIX_INLINE const char* name(Reason reason) {
     case Reason::evaluationLimit: return "evaluation limit";
     case Reason::timeLimit: return "time limit";
     case Reason::targetReached: return "target reached";
-    case Reason::stopped: break;
+    case Reason::stopped: return "stopped";
+    case Reason::unbounded: break;
   }
-  return "stopped";
+  return "unbounded";
 }
 
 TARNIX_INLINE const char* name(Differences differences) {
   return differences == Differences::forward ? "forward" : "central";
+}
+
+TARNIX_INLINE const char* name(Relation relation) {
+  switch (relation) {
+    case Relation::atMost: return "at most";
+    case Relation::atLeast: return "at least";
+    case Relation::between: return "between";
+    case Relation::equal: break;
+  }
+  return "equal";
+}
+
+TARNIX_INLINE const char* name(ActiveLimit::Kind kind) {
+  using Kind = ActiveLimit::Kind;
+  switch (kind) {
+    case Kind::equality: return "equality";
+    case Kind::lowerLimit: return "lower limit";
+    case Kind::upperLimit: return "upper limit";
+    case Kind::lowerBound: return "lower bound";
+    case Kind::upperBound: break;
+  }
+  return "upper bound";
 }
 
 TARNIX_INLINE std::string meaning(Method method, std::int32_t status) {
@@ -111,10 +134,20 @@ inline std::string padded(std::string text, std::size_t width) {
   return text;
 }
 
-inline std::string boundsText(const Description::VariableData& v, double x) {
+/// A missing bound is answered by the side that the layer searched up to.
+inline std::string boundsText(const Description::VariableData& v, double x, double searchLower,
+                              double searchUpper) {
   if (v.lower == v.upper) return "fixed";
-  return "in " + number(v.lower) + " .. " + number(v.upper) +
-         (x == v.lower ? ", at its lower bound" : x == v.upper ? ", at its upper bound" : "");
+  const bool lower = std::isfinite(v.lower), upper = std::isfinite(v.upper);
+  const std::string searched =
+      ", searched in " + number(searchLower) + " .. " + number(searchUpper);
+  if (!lower && !upper) return "free" + searched;
+  const std::string at = x == v.lower   ? ", at its lower bound"
+                         : x == v.upper ? ", at its upper bound"
+                                        : "";
+  if (!lower) return "<= " + number(v.upper) + searched + at;
+  if (!upper) return ">= " + number(v.lower) + searched + at;
+  return "in " + number(v.lower) + " .. " + number(v.upper) + at;
 }
 
 inline std::string limitText(const Description::FunctionData& f) {
@@ -155,7 +188,9 @@ TARNIX_INLINE std::string Result::summary() const {
   text += line(d.functions[0].name, point.values[0], "");
   text += "variables\n";
   for (std::size_t i = 0; i < d.variables.size(); ++i)
-    text += line(d.variables[i].name, point.x[i], detail::boundsText(d.variables[i], point.x[i]));
+    text += line(
+        d.variables[i].name, point.x[i],
+        detail::boundsText(d.variables[i], point.x[i], searchLower[i], searchUpper[i]));
   if (d.functions.size() > 1) text += "constraints\n";
   for (std::size_t j = 1; j < d.functions.size(); ++j) {
     std::string rest = detail::limitText(d.functions[j]);

@@ -28,6 +28,8 @@ struct CoreProblem {
       all.push_back(v.lower);
       if (v.lower == v.upper) continue;
       free.push_back(i);
+      trueLower.push_back(v.lower);
+      trueUpper.push_back(v.upper);
       for (auto* column : {&lower, &upper, &roundOff, &lowerEdge, &upperEdge})
         column->push_back(0);
       setBox(free.size() - 1, v.lower, v.upper);
@@ -50,6 +52,7 @@ struct CoreProblem {
   std::int32_t n() const { return static_cast<std::int32_t>(free.size()); }
   double half(std::size_t i) const { return 0.5 * (upper[i] - lower[i]); }
 
+  /// The sides of variable i in the core: bounds of the problem, or invented ones.
   void setBox(std::size_t i, double low, double high) {
     // Scaling back and forth changes the last bits: what is this close is the same.
     const double close =
@@ -119,7 +122,8 @@ struct CoreProblem {
 
   std::vector<std::size_t> free;  // position of each core variable
   std::vector<double> all;        // of the host's variables: the value where one is fixed
-  std::vector<double> lower, upper, roundOff;
+  std::vector<double> trueLower, trueUpper;  // bounds of the problem, infinite where there is none
+  std::vector<double> lower, upper, roundOff;  // the box of the core
   std::vector<double> lowerEdge, upperEdge;  // between them a value is not on a bound
   std::vector<Row> rows;  // objective, equalities, inequalities
   std::int32_t equalities = 0, inequalities = 0;

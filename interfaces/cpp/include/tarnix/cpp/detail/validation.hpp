@@ -91,13 +91,15 @@ class Validation {
       const auto& v = d_.variables[i];
       const std::string who = "variable '" + v.name + "'";
       const double start = replaced && i < o_.start.size() ? o_.start[i] : v.start;
-      if (!std::isfinite(v.lower) || !std::isfinite(v.upper))
-        add(v.name, who + " needs a finite " + (std::isfinite(v.lower) ? "upper" : "lower") +
-                        " bound");
+      if (std::isnan(v.lower) || std::isnan(v.upper))
+        add(v.name, who + " has a bound that is not a number");
       else if (v.lower > v.upper)
         add(v.name, who + " has crossed bounds: lower " + number(v.lower) + ", upper " +
                         number(v.upper));
-      else if (!std::isfinite(v.upper - v.lower))
+      else if (std::isinf(v.lower) && v.lower == v.upper)
+        add(v.name, who + " is fixed at infinity");
+      else if (std::isfinite(v.lower) && std::isfinite(v.upper) &&
+               !std::isfinite(v.upper - v.lower))
         add(v.name, who + " has bounds that are too far apart");
       if (!std::isfinite(start))
         add(v.name, who + " has a start that is not finite");
