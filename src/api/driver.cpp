@@ -8,7 +8,7 @@
 #include "state/settings.h"
 #include "state/work_storage.h"
 #include "eval/evaluation.h"
-#include "grg/grg_iteration.h"
+#include "grg/front_end.h"
 #include "sqp/front_end.h"
 
 namespace tarnix::core {
@@ -79,18 +79,14 @@ int32_t runSqpMethod(int32_t maxIter, const UserProblem& user, const ScaledProbl
 // This method starts from the values at its point: they are evaluated here.
 int32_t runGrgMethod(int32_t maxIter, const UserProblem& user, const ScaledProblem& scaled) {
   evaluate({user.x, user.n}, {user.f, functionCount(user.m1, user.m2)});
-  int32_t status = 0;
-  (void)solveGrg(maxIter,
-                 {.n = user.n,
-                  .x = user.x,
-                  .box = {scaled.lower(), scaled.upper()},
-                  .m = functionCount(user.m1, user.m2),
-                  .f = user.f,
-                  .objective = objectivePosition,
-                  .equalities = {scaled.first(), user.m1},
-                  .inequalities = {scaled.second(), user.m2}},
-                 status);
-  return status;
+  const VectorView x{user.x, user.n};
+  return static_cast<int32_t>(
+      solveGrg(maxIter, {.x = x,
+                         .box = {{scaled.lower(), user.n}, {scaled.upper(), user.n}},
+                         .f = {user.f, functionCount(user.m1, user.m2)},
+                         .objective = objectivePosition,
+                         .equalities = {scaled.first(), user.m1},
+                         .inequalities = {scaled.second(), user.m2}}));
 }
 
 }  // namespace

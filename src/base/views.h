@@ -5,6 +5,7 @@
 #include <cassert>
 #include <cstddef>
 #include <cstdint>
+#include <ranges>
 #include <type_traits>
 
 namespace tarnix::core {
@@ -119,3 +120,7 @@ using ConstPacked = BasicPacked<const double>;
 constexpr int64_t packedSize(int64_t order) { return order * (order + 1) / 2; }
 
 }  // namespace tarnix::core
+
+// Iterators outlive the view that gave them: it owns nothing.
+template <class T>
+inline constexpr bool std::ranges::enable_borrowed_range<tarnix::core::BasicVector<T>> = true;

@@ -2,11 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
-#include "state/settings.h"
-#include "state/work_storage.h"
 #include "trace/claim.h"
 
 namespace tarnix::core {
@@ -15,12 +12,12 @@ namespace {
 
 bool isPivot(double value) { return std::fabs(value) > settings->zeroTol; }
 
-// Walks the rows and keeps the candidates behind the dependent variables in varList.
+// Walks the rows and keeps the candidates behind the dependent variables in the list of variables.
 struct BasisChoice {
-  const double* x;
+  const ConstVector x;
   const Box box;
   const Gradients& gradients;
-  const double* moveDir;
+  const ConstVector moveDir;
   Basis& basis;
   const BasisScratch work;
 
@@ -28,8 +25,8 @@ struct BasisChoice {
     int r = 1;
     while (r <= basis.rows.count()) {
       const int32_t c = basis.rows(r);
-      if (candidates() == 0 || basis.nDep >= basis.ld) {  // nothing left to hold it with
-        dropRow(r);
+      if (basis.candidates().size() == 0 || basis.nDep >= basis.room()) {
+        dropRow(r);  // nothing left to hold it with
         continue;
       }
       scoreCandidates(c);
@@ -47,48 +44,45 @@ struct BasisChoice {
  private:
   enum class Placed { accepted, junk, noStorage };
 
-  int candidates() const { return basis.n - basis.nDep; }
-  int32_t* firstCandidate() { return basis.variables + basis.nDep; }
-
   void scoreCandidates(int32_t c) {
-    for (int p = 0; p < candidates(); ++p) {
-      const int v = firstCandidate()[p];
-      work.score[p] = dependentScore(v, gradients(v, c), x, box, moveDir);
-    }
+    const ConstIndex candidates = basis.candidates();
+    for (int p = 1; p <= candidates.size(); ++p)
+      work.score(p) = dependentScore(candidates(p), gradients(candidates(p), c), x, box, moveDir);
     if (tracing(3))
-      trace::vector("F VECTOR (DISTANCE FROM BOUNDS)", {work.score, candidates()});
+      trace::vector("F VECTOR (DISTANCE FROM BOUNDS)", work.score.head(candidates.size()));
   }
 
   // Exchange pass by decreasing score. Equal scores are not exchanged with each other, though a
   // later exchange may reverse them.
   void sortCandidates() {
-    int32_t* variable = firstCandidate();
-    for (int p = 0; p < candidates(); ++p)
-      for (int q = p + 1; q < candidates(); ++q)
-        if (work.score[q] > work.score[p]) {
-          std::swap(work.score[p], work.score[q]);
-          std::swap(variable[p], variable[q]);
+    const IndexVector candidates = basis.candidates();
+    for (int p = 1; p <= candidates.size(); ++p)
+      for (int q = p + 1; q <= candidates.size(); ++q)
+        if (work.score(q) > work.score(p)) {
+          std::swap(work.score(p), work.score(q));
+          std::swap(candidates(p), candidates(q));
         }
-    if (tracing(3)) trace::list("MDDV AFTER SORT", {variable, candidates()});
+    if (tracing(3)) trace::list("MDDV AFTER SORT", candidates);
   }
 
   Placed placeRow(int32_t c) {
     const int k = basis.nDep;
-    for (int failures = 0; failures < candidates(); ++failures) {
-      const int32_t v = *firstCandidate();
-      for (int i = 1; i <= k; ++i) work.u[i - 1] = gradients(v, basis.rows(i));
-      for (int j = 1; j <= k; ++j) work.z[j - 1] = gradients(basis.dependent()(j), c);
+    const IndexVector candidates = basis.candidates();
+    for (int failures = 0; failures < candidates.size(); ++failures) {
+      const int32_t v = candidates(1);
+      for (int i = 1; i <= k; ++i) work.u(i) = gradients(v, basis.rows(i));
+      for (int j = 1; j <= k; ++j) work.z(j) = gradients(basis.variables(j), c);
       WorkFrame frame;
       if (!trace::claim(frame, 1 + 2 * cellCount(k))) return Placed::noStorage;
-      double* w = frame.carve(k);
-      double* y = frame.carve(k);
-      if (borderInverse(k, gradients(v, c), work.z, work.u, basis.inverse, basis.ld, w, y)) {
+      const VectorView w = frame.vector(k);
+      const VectorView y = frame.vector(k);
+      if (borderInverse(k, gradients(v, c), work.z, work.u, basis.Jinv, w, y)) {
         accept(v);
         return Placed::accepted;
       }
       if (tracing(2)) trace::message("SINGULAR MATRIX");
-      std::rotate(firstCandidate(), firstCandidate() + 1, basis.variables + basis.n);
-      if (tracing(3)) trace::list("MDDV AFTER SWAP", {firstCandidate(), candidates()});
+      std::rotate(candidates.begin(), candidates.begin() + 1, candidates.end());
+      if (tracing(3)) trace::list("MDDV AFTER SWAP", candidates);
     }
     return Placed::junk;
   }
@@ -97,8 +91,7 @@ struct BasisChoice {
     ++basis.nDep;
     if (tracing(3)) trace::matrix("XJINV", basis.inverseBlock(basis.nDep));
     basis.independent.removeValue(v);
-    if (tracing(3))
-      trace::list("MIDV AFTER SUBTRACT", basis.independent.view());
+    if (tracing(3)) trace::list("MIDV AFTER SUBTRACT", basis.independent.view());
   }
 
   void dropRow(int r) {
@@ -109,18 +102,18 @@ struct BasisChoice {
 };
 
 // The inverse after column j of the basis has been replaced.
-void replaceColumn(MatrixView B, int j, const double* column, double* w) {
-  const int k = B.rows();
+void replaceColumn(MatrixView Jinv, int j, ConstVector column, VectorView w) {
+  const int k = Jinv.rows();
   for (int i = 1; i <= k; ++i) {
     double sum = 0.0;
-    for (int l = 1; l <= k; ++l) sum += B(i, l) * column[l - 1];
-    w[i - 1] = sum;
+    for (int l = 1; l <= k; ++l) sum += Jinv(i, l) * column(l);
+    w(i) = sum;
   }
   for (int l = 1; l <= k; ++l) {
-    const double scaled = B(j, l) / w[j - 1];
+    const double scaled = Jinv(j, l) / w(j);
     for (int i = 1; i <= k; ++i)
-      if (i != j) B(i, l) -= w[i - 1] * scaled;
-    B(j, l) = scaled;
+      if (i != j) Jinv(i, l) -= w(i) * scaled;
+    Jinv(j, l) = scaled;
   }
 }
 
@@ -142,12 +135,14 @@ void eliminate(MatrixView B, int c, int p) {
 }  // namespace
 
 int Basis::positionOf(int v) const {
-  return static_cast<int>(std::find(variables, variables + nDep, v) - variables) + 1;
+  const ConstIndex list = dependent();
+  return static_cast<int>(std::ranges::find(list, v) - list.begin()) + 1;
 }
 
 void Basis::addDependent(int v, int c) {
-  // The variables behind the dependent ones are the candidates: v changes places with the first.
-  std::iter_swap(variables + nDep, std::find(variables + nDep, variables + n, v));
+  // v changes places with the first candidate.
+  const IndexVector others = candidates();
+  std::iter_swap(others.begin(), std::ranges::find(others, v));
   ++nDep;
   rows.append(c);
   independent.removeValue(v);
@@ -155,47 +150,46 @@ void Basis::addDependent(int v, int c) {
 
 void Basis::removeLastDependent() {
   rows.removeAt(rows.count());
-  independent.append(variables[--nDep]);
+  independent.append(variables(nDep--));
 }
 
 void Basis::exchange(int position, int v) {
-  const int32_t leaving = variables[position - 1];
-  *std::find(variables + nDep, variables + n, v) = leaving;
-  variables[position - 1] = v;
+  const int32_t leaving = variables(position);
+  *std::ranges::find(candidates(), v) = leaving;
+  variables(position) = v;
   independent.removeValue(v);
   independent.append(leaving);
 }
 
 void Basis::fillJacobian(const Gradients& gradients) {
-  const MatrixView block = jacobianBlock(nDep);
   for (int j = 1; j <= nDep; ++j)
-    for (int i = 1; i <= nDep; ++i) block(i, j) = gradients(dependent()(j), rows(i));
+    for (int i = 1; i <= nDep; ++i) J(i, j) = gradients(variables(j), rows(i));
 }
 
-double dependentScore(int v, double sensitivity, const double* x, Box box, const double* moveDir) {
+double dependentScore(int v, double sensitivity, ConstVector x, Box box, ConstVector moveDir) {
   constexpr double moving = 1e-5;
   constexpr double roomy = 0.2;
   constexpr double slope = 4.75;
   constexpr double offset = 0.95f;  // Kept: the single-precision value, widened
-  const double upper = box.upperOf(v), lower = box.lowerOf(v);
-  const double range = upper - lower;
+  const double range = box.upper(v) - box.lower(v);
   if (range == 0.0) return 0.0;  // a fixed variable can hold nothing
-  const double up = upper - x[v - 1], down = x[v - 1] - lower;
-  const double m = moveDir[v - 1];
+  const double up = box.upper(v) - x(v), down = x(v) - box.lower(v);
+  const double m = moveDir(v);
   const double distance = m > moving ? up : m < -moving ? down : std::min(up, down);
   const double q = distance / range;
   const double weight = 1.0 - q > roomy ? q : q + (1.0 - q) * slope - offset;
   return std::fabs(sensitivity) * weight;
 }
 
-bool chooseBasis(ConstIndex rows1, ConstIndex rows2, const double* x, Box box,
-                 const Gradients& gradients, const double* moveDir, Basis& basis,
+bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, Box box,
+                 const Gradients& gradients, ConstVector moveDir, Basis& basis,
                  BasisScratch scratch) {
-  const int n = basis.n;
   basis.nDep = 0;
   basis.independent.clear();
-  for (int32_t v = 1; v <= n; ++v) basis.independent.append(v);
-  std::iota(basis.variables, basis.variables + std::max(n, 0), 1);
+  for (int32_t v = 1; v <= basis.n(); ++v) {
+    basis.independent.append(v);
+    basis.variables(v) = v;
+  }
   basis.rows.clear();
   for (const ConstIndex& rows : {rows1, rows2})
     for (const int32_t c : rows) basis.rows.append(c);
@@ -203,81 +197,77 @@ bool chooseBasis(ConstIndex rows1, ConstIndex rows2, const double* x, Box box,
   return BasisChoice{x, box, gradients, moveDir, basis, scratch}.run();
 }
 
-bool borderInverse(int k, double corner, const double* z, const double* u, double* inverse, int ld,
-                   double* w, double* y) {
-  const MatrixView B{inverse, ld, k + 1, k + 1};
+bool borderInverse(int k, double corner, ConstVector z, ConstVector u, MatrixView Jinv,
+                   VectorView w, VectorView y) {
   double reduction = 0.0;
   for (int i = 1; i <= k; ++i) {
     double sum = 0.0;
-    for (int j = 1; j <= k; ++j) sum += B(i, j) * u[j - 1];
-    w[i - 1] = sum;
-    reduction += z[i - 1] * sum;
+    for (int j = 1; j <= k; ++j) sum += Jinv(i, j) * u(j);
+    w(i) = sum;
+    reduction += z(i) * sum;
   }
   const double delta = corner - reduction;
   if (!isPivot(delta)) return false;
   const double d = 1.0 / delta;
   for (int j = 1; j <= k; ++j) {
     double sum = 0.0;
-    for (int i = 1; i <= k; ++i) sum += z[i - 1] * B(i, j);
-    y[j - 1] = sum;
+    for (int i = 1; i <= k; ++i) sum += z(i) * Jinv(i, j);
+    y(j) = sum;
   }
   for (int j = 1; j <= k; ++j)
-    for (int i = 1; i <= k; ++i) B(i, j) += w[i - 1] * y[j - 1] * d;
-  for (int i = 1; i <= k; ++i) B(i, k + 1) = (0.0 - d) * w[i - 1];
-  for (int j = 1; j <= k; ++j) B(k + 1, j) = (0.0 - d) * y[j - 1];
-  B(k + 1, k + 1) = d;
+    for (int i = 1; i <= k; ++i) Jinv(i, j) += w(i) * y(j) * d;
+  for (int i = 1; i <= k; ++i) Jinv(i, k + 1) = (0.0 - d) * w(i);
+  for (int j = 1; j <= k; ++j) Jinv(k + 1, j) = (0.0 - d) * y(j);
+  Jinv(k + 1, k + 1) = d;
   return true;
 }
 
-bool invertJacobian(int k, const double* jacobian, double* inverse, int ld, double* w) {
-  const ConstMatrix J{jacobian, ld, k, k};
-  const MatrixView B{inverse, ld, k, k};
-  for (int j = 1; j <= k; ++j) std::copy_n(J.column(j).data(), k, B.column(j).data());
+bool invertJacobian(ConstMatrix J, MatrixView Jinv, VectorView w) {
+  const int k = J.rows();
+  for (int j = 1; j <= k; ++j) std::ranges::copy(J.column(j), Jinv.column(j).begin());
   for (int c = 1; c <= k; ++c) {
-    const double* column = B.column(c).data();
+    const VectorView below = Jinv.column(c).part(c, k - c + 1);
     const auto larger = [](double a, double b) { return std::fabs(a) < std::fabs(b); };
-    const int p = static_cast<int>(std::max_element(column + c - 1, column + k, larger) - column) + 1;
-    if (!isPivot(B(p, c))) {
+    const int p = c + static_cast<int>(std::ranges::max_element(below, larger) - below.begin());
+    if (!isPivot(Jinv(p, c))) {
       if (tracing(1)) trace::message("ERROR IN GRGIJI, SINGULAR");
       return false;
     }
-    w[c - 1] = p;
-    eliminate(B, c, p);
+    w(c) = p;
+    eliminate(Jinv, c, p);
   }
   // The row interchanges come back as column interchanges of the inverse, the last one first.
   for (int c = k; c >= 1; --c) {
-    const int p = static_cast<int>(w[c - 1]);
-    if (p != c) std::swap_ranges(B.column(c).data(), B.column(c).data() + k, B.column(p).data());
+    const int p = static_cast<int>(w(c));
+    if (p != c) std::ranges::swap_ranges(Jinv.column(c), Jinv.column(p));
   }
   return true;
 }
 
-void correctDependents(const Basis& basis, const double* f, Box box, double* x) {
-  const MatrixView B = basis.inverseBlock(basis.nDep);
+void correctDependents(const Basis& basis, ConstVector f, Box box, VectorView x) {
   for (int i = 1; i <= basis.nDep; ++i) {
-    const int v = basis.dependent()(i);
-    double moved = x[v - 1];
-    for (int j = 1; j <= basis.nDep; ++j) moved -= B(i, j) * f[basis.rows(j) - 1];
-    x[v - 1] = box.clip(v, moved);
+    const int v = basis.variables(i);
+    double moved = x(v);
+    for (int j = 1; j <= basis.nDep; ++j) moved -= basis.Jinv(i, j) * f(basis.rows(j));
+    x(v) = box.clip(v, moved);
   }
 }
 
 double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients) {
-  const MatrixView B = basis.inverseBlock(basis.nDep);
   double pivot = 0.0;
-  for (int l = 1; l <= basis.nDep; ++l) pivot += B(position, l) * gradients(v, basis.rows(l));
+  for (int l = 1; l <= basis.nDep; ++l)
+    pivot += basis.Jinv(position, l) * gradients(v, basis.rows(l));
   return pivot;
 }
 
-int exchangePartner(const Basis& basis, int position, const double* x, Box box,
+int exchangePartner(const Basis& basis, int position, ConstVector x, Box box,
                     const Gradients& gradients) {
   int best = 0;
   double highest = -1.0;
-  for (const int32_t v : basis.independent.view()) {
+  for (const int32_t v : basis.independent) {
     const double pivot = pivotOf(basis, position, v, gradients);
     if (!isPivot(pivot)) continue;
-    const double room = std::min(box.upperOf(v) - x[v - 1], x[v - 1] - box.lowerOf(v));
-    const double score = std::fabs(pivot) * room;
+    const double score = std::fabs(pivot) * box.room(v, x(v));
     if (score > highest) {
       highest = score;
       best = v;
@@ -287,23 +277,22 @@ int exchangePartner(const Basis& basis, int position, const double* x, Box box,
 }
 
 void exchangeDependent(Basis& basis, int position, int entering, const Gradients& gradients,
-                       double* column, double* w) {
+                       VectorView column, VectorView w) {
   const int k = basis.nDep;
-  for (int i = 1; i <= k; ++i) column[i - 1] = gradients(entering, basis.rows(i));
+  for (int i = 1; i <= k; ++i) column(i) = gradients(entering, basis.rows(i));
   replaceColumn(basis.inverseBlock(k), position, column, w);
-  for (int i = 1; i <= k; ++i) basis.jacobianBlock(k)(i, position) = column[i - 1];
+  for (int i = 1; i <= k; ++i) basis.J(i, position) = column(i);
   basis.exchange(position, entering);
 }
 
-void updateJacobian(MatrixView jacobian, const double* s, const double* r) {
-  const int k = jacobian.rows();
+void updateJacobian(MatrixView J, ConstVector s, ConstVector r) {
+  const int k = J.rows();
   double den = 0.0;
-  for (int i = 0; i < k; ++i) den += s[i] * s[i];
+  for (int i = 1; i <= k; ++i) den += s(i) * s(i);
   if (!(std::fabs(den) > settings->zeroTol)) return;
   for (int j = 1; j <= k; ++j)
-    for (int i = 1; i <= k; ++i)
-      jacobian(i, j) = jacobian(i, j) - r[i - 1] * s[j - 1] / den;
-  if (tracing(3)) trace::matrix("UPDATED JACOBIAN", jacobian);
+    for (int i = 1; i <= k; ++i) J(i, j) = J(i, j) - r(i) * s(j) / den;
+  if (tracing(3)) trace::matrix("UPDATED JACOBIAN", J);
 }
 
 }  // namespace tarnix::core

@@ -1,25 +1,27 @@
 #pragma once
-// The basis of the reduced gradient method: one dependent variable per constraint that is held, and
-// the inverse of the Jacobian B(i, j) = d (row i) / d (dependent variable j) of those constraints,
-// grown one row and column at a time by bordering.
+// The basis of the reduced gradient method: one dependent (basic) variable per constraint that is
+// held, and the inverse of the Jacobian J(i, j) = d (row i) / d (dependent variable j) of those
+// constraints, grown one row and column at a time by bordering. The other variables are independent
+// (nonbasic).
 
-#include "grg/lists.h"
+#include "grg/box.h"
 
 namespace tarnix::core {
 
 struct Basis {
-  int n;
-  IndexList independent;   // MIDV
+  IndexList independent;  // MIDV
   int32_t& nDep;
-  int32_t* variables;      // MDDV: positions 1..nDep the dependent variables in row order, (n)
-  IndexList rows;          // the constraints that are held, in row order
-  int ld;                  // leading dimension of both matrices, and the room for rows
-  double* inverse;         // XJINV
-  double* jacobian;        // XJAC
+  IndexVector variables;  // MDDV (n): positions 1..nDep the dependent variables in row order
+  IndexList rows;         // the constraints that are held, in row order
+  MatrixView Jinv;        // XJINV
+  MatrixView J;           // XJAC, its order the room for rows
 
-  ConstIndex dependent() const { return {variables, nDep}; }
-  MatrixView inverseBlock(int k) const { return {inverse, ld, k, k}; }
-  MatrixView jacobianBlock(int k) const { return {jacobian, ld, k, k}; }
+  int n() const { return variables.size(); }
+  int room() const { return J.rows(); }
+  ConstIndex dependent() const { return variables.head(nDep); }
+  IndexVector candidates() const { return variables.part(nDep + 1, n() - nDep); }
+  MatrixView inverseBlock(int k) const { return Jinv.block(k, k); }
+  MatrixView jacobianBlock(int k) const { return J.block(k, k); }
   int positionOf(int v) const;
 
   // Independent variable v becomes the dependent one of the new last row c, and back.
@@ -32,32 +34,32 @@ struct Basis {
 
 // How well variable v suits as the dependent variable of constraint c: its sensitivity times a
 // weight for its distance from the bound that it moves towards.
-double dependentScore(int v, double sensitivity, const double* x, Box box, const double* moveDir);
+double dependentScore(int v, double sensitivity, ConstVector x, Box box, ConstVector moveDir);
 
 struct BasisScratch {
-  double* u;      // (n) the new column
-  double* z;      // (n) the new row
-  double* score;  // (n)
+  VectorView u;      // (n) the new column
+  VectorView z;      // (n) the new row
+  VectorView score;  // (n)
 };
 
 // Chooses a dependent variable for every row of both lists, in their order, and forms the inverse;
 // rows for which no variable works are dropped. False when the work storage is exceeded.
-[[nodiscard]] bool chooseBasis(ConstIndex rows1, ConstIndex rows2, const double* x, Box box,
-                               const Gradients& gradients, const double* moveDir, Basis& basis,
+[[nodiscard]] bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, Box box,
+                               const Gradients& gradients, ConstVector moveDir, Basis& basis,
                                BasisScratch scratch);
 
-// Extends the inverse of order k by a corner a, a row z and a column u. False, with the inverse
-// unchanged, when the pivot a - z . (inverse u) is within zeroTol of zero. w, y: work of length k.
-[[nodiscard]] bool borderInverse(int k, double corner, const double* z, const double* u,
-                                 double* inverse, int ld, double* w, double* y);
+// Extends the inverse of order k, the leading block of Jinv, by a corner, a row z and a column u.
+// False, with the inverse unchanged, when the pivot corner - z . (inverse u) is within zeroTol of
+// zero. w, y: work of length k.
+[[nodiscard]] bool borderInverse(int k, double corner, ConstVector z, ConstVector u,
+                                 MatrixView Jinv, VectorView w, VectorView y);
 
-// The inverse of a given basis, by elimination with row interchanges. False, with its message, at a
-// pivot within zeroTol of zero. w: work of length k.
-[[nodiscard]] bool invertJacobian(int k, const double* jacobian, double* inverse, int ld,
-                                  double* w);
+// Jinv := J^-1 by elimination with row interchanges. False, with its message, at a pivot within
+// zeroTol of zero. w: work of that order.
+[[nodiscard]] bool invertJacobian(ConstMatrix J, MatrixView Jinv, VectorView w);
 
 // One Newton correction of the dependent variables from the values f at x, held within the box.
-void correctDependents(const Basis& basis, const double* f, Box box, double* x);
+void correctDependents(const Basis& basis, ConstVector f, Box box, VectorView x);
 
 // What exchanging the dependent variable at a position for independent variable v would take as its
 // pivot: the factor by which it scales the determinant of the basis.
@@ -65,14 +67,14 @@ double pivotOf(const Basis& basis, int position, int v, const Gradients& gradien
 
 // The independent variable with the largest pivot times distance from its bounds; 0 when every pivot
 // is within zeroTol of zero.
-int exchangePartner(const Basis& basis, int position, const double* x, Box box,
+int exchangePartner(const Basis& basis, int position, ConstVector x, Box box,
                     const Gradients& gradients);
 
 // Makes that exchange in the lists and in both matrices. column, w: work of length nDep.
 void exchangeDependent(Basis& basis, int position, int entering, const Gradients& gradients,
-                       double* column, double* w);
+                       VectorView column, VectorView w);
 
-// JAC := JAC - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
-void updateJacobian(MatrixView jacobian, const double* s, const double* r);
+// J := J - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
+void updateJacobian(MatrixView J, ConstVector s, ConstVector r);
 
 }  // namespace tarnix::core

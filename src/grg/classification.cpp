@@ -7,14 +7,14 @@
 
 namespace tarnix::core {
 
-void classify(ConstIndex inequalities, ConstIndex equalities, const double* f,
+void classify(ConstIndex inequalities, ConstIndex equalities, ConstVector f,
               Classification& out) {
   const double tol = settings->convTol;
   out.kept.clear();
   out.active.clear();
   out.satisfied.clear();
   for (const int32_t c : inequalities) {
-    const double g = f[c - 1];
+    const double g = f(c);
     if (g < -tol) {
       out.kept.append(c);
     } else if (std::fabs(g) <= tol) {
@@ -27,7 +27,7 @@ void classify(ConstIndex inequalities, ConstIndex equalities, const double* f,
     }
   }
   for (const int32_t c : equalities) {
-    const double h = std::fabs(f[c - 1]);
+    const double h = std::fabs(f(c));
     if (h <= tol) {
       out.satisfied.append(c);
     } else if (h > out.worstEquality) {
@@ -37,7 +37,7 @@ void classify(ConstIndex inequalities, ConstIndex equalities, const double* f,
   }
 }
 
-void screen(int inequalities, const double* f, Classification& lists) {
+void screen(int inequalities, ConstVector f, Classification& lists) {
   constexpr double noScreening = 0.99;
   constexpr int fewest = 25;
   if (!(settings->grgParam1 <= noScreening && inequalities > fewest)) return;
@@ -47,7 +47,7 @@ void screen(int inequalities, const double* f, Classification& lists) {
   // survive the cut depends on it.
   for (int i = 1; i <= count; ++i)
     for (int j = i + 1; j <= count; ++j)
-      if (f[kept(j) - 1] > f[kept(i) - 1]) kept.replaceAt(i, kept(j));
+      if (f(kept(j)) > f(kept(i))) kept.replaceAt(i, kept(j));
   const int active = lists.activeTotal;
   const double wanted = (count - active) * settings->grgParam1;
   const double share = std::isnan(wanted) ? 0.0 : std::clamp(wanted, -1.0 * count, 1.0 * count);

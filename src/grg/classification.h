@@ -2,8 +2,8 @@
 // Sorts the constraints at a point into violated, active and inactive ones, and picks the temporary
 // objective of the feasibility phase.
 
+#include "base/index_list.h"
 #include "eval/objective.h"
-#include "grg/lists.h"
 
 namespace tarnix::core {
 
@@ -21,11 +21,11 @@ struct Classification {
   bool feasible() const { return !(worstInequality > 0.0 || worstEquality > 0.0); }
 };
 
-void classify(ConstIndex inequalities, ConstIndex equalities, const double* f, Classification& out);
+void classify(ConstIndex inequalities, ConstIndex equalities, ConstVector f, Classification& out);
 
 // The inactive inequalities cut to the fraction grgParam1, when that is at most 0.99 and there are
 // more than 25 inequalities.
-void screen(int inequalities, const double* f, Classification& lists);
+void screen(int inequalities, ConstVector f, Classification& lists);
 
 // The worst constraint as the temporary objective, its value negated as its mode asks; an equality
 // wins a tie.

@@ -2,31 +2,54 @@
 
 #include <algorithm>
 
-#include "state/settings.h"
-#include "state/work_storage.h"
 #include "base/parabola.h"
 #include "grg/classification.h"
-#include "grg/grg_iteration.h"
+#include "grg/direction.h"
+#include "grg/front_end.h"
 #include "grg/interpolation.h"
 #include "grg/line_search.h"
 #include "grg/restoration.h"
-#include "grg/saturation.h"
+#include "grg/search_storage.h"
 #include "trace/claim.h"
 
 using namespace tarnix::core;
 
 namespace {
 
-bool claimDoubles(WorkFrame& frame, int64_t cells) {
-  return trace::claim(frame, cells);
-}
-
-// The length of f, as far as the lists tell.
-int highestOf(ConstIndex list1, ConstIndex list2) {
+// The length of an array that these lists index, as far as they tell.
+int highestOf(ConstIndex list1, ConstIndex list2 = {}) {
   int32_t highest = 0;
   for (const ConstIndex& list : {list1, list2})
     for (const int32_t c : list) highest = std::max(highest, c);
   return highest;
+}
+
+Box boxOf(const double* lower, const double* upper, int n) {
+  return {{lower, n}, {upper, n}};
+}
+
+// A matrix of gradients with as many columns as the map names.
+Gradients gradientsOf(const double* G, int n, ConstIndex columnOf) {
+  int32_t columns = 0;
+  for (const int32_t c : columnOf) columns = std::max(columns, c);
+  return {{G, n, n, columns}, columnOf};
+}
+
+GrgProblem problemOf(const int32_t* n, double* x, const double* xLower, const double* xUpper,
+                     const int32_t* m, double* f, const int32_t* objIndex, const int32_t* nEq,
+                     const int32_t* eqList, const int32_t* nIneq, const int32_t* ineqList) {
+  const int nv = countOf(n);
+  return {.x = {x, nv},
+          .box = boxOf(xLower, xUpper, nv),
+          .f = {f, countOf(m)},
+          .objective = *objIndex,
+          .equalities = {eqList, countOf(nEq)},
+          .inequalities = {ineqList, countOf(nIneq)}};
+}
+
+// Kept: an error leaves the status as it was; errorFlag tells.
+void storeStatus(GrgEnd end, int32_t* status) {
+  if (end != GrgEnd::error) *status = static_cast<int32_t>(end);
 }
 
 }  // namespace
@@ -39,51 +62,58 @@ void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* x
             const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
             const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
             const int32_t* ineqList, int32_t* status) {
-  const GrgProblem problem{countOf(n), x, {xLower, xUpper}, countOf(m), f, *objIndex,
-                           {eqList, countOf(nEq)}, {ineqList, countOf(nIneq)}};
-  // Kept: an error leaves the status as it was; errorFlag tells.
-  (void)solveGrg(*maxIter, problem, *status);
+  storeStatus(solveGrg(*maxIter, problemOf(n, x, xLower, xUpper, m, f, objIndex, nEq, eqList, nIneq,
+                                           ineqList)),
+              status);
 }
 
 void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
             const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
             const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
-            const int32_t* ineqList, int32_t* status, double* GRADOB, double* GRADLO,
-            double* GRADL, double* XLAG, double* HESSIAN, double* xOld, double* s, double* y,
-            double* direction, int32_t* keepList, int32_t* activeList, int32_t* eqSatList,
-            int32_t* LISDF, int32_t* IACT) {
+            const int32_t* ineqList, int32_t* status, double* GRADOB, double* GRADLO, double* GRADL,
+            double* XLAG, double* HESSIAN, double* xOld, double* s, double* y, double* direction,
+            int32_t* keepList, int32_t* activeList, int32_t* eqSatList, int32_t* LISDF,
+            int32_t* IACT) {
   if (*maxIter < 1) {
     *status = VRK_GRG_ITERATION_LIMIT;
     return;
   }
-  const GrgProblem problem{countOf(n), x, {xLower, xUpper}, countOf(m), f, *objIndex,
-                           {eqList, countOf(nEq)}, {ineqList, countOf(nIneq)}};
-  const GrgArrays arrays{.gObj = GRADOB,
-                         .lagrangianOld = GRADLO,
-                         .lagrangian = GRADL,
-                         .multiplier = XLAG,
-                         .hessian = HESSIAN,
-                         .xOld = xOld,
-                         .s = s,
-                         .y = y,
-                         .d = direction,
-                         .kept = keepList,
-                         .active = activeList,
-                         .satisfied = eqSatList,
-                         .columns = LISDF,
-                         .activeRows = IACT};
-  const int32_t end = runGrg(*maxIter, problem, arrays);
-  if (end != 0) *status = end;  // 0: errorFlag has ended it
+  const GrgProblem problem =
+      problemOf(n, x, xLower, xUpper, m, f, objIndex, nEq, eqList, nIneq, ineqList);
+  const int nv = problem.x.size(), inequalities = problem.inequalities.size();
+  const GrgArrays arrays{.gObj = {GRADOB, nv},
+                         .lagrangianOld = {GRADLO, nv},
+                         .lagrangian = {GRADL, nv},
+                         .multiplier = {XLAG, nv},
+                         .hessian = {HESSIAN, nv, nv, nv},
+                         .xOld = {xOld, nv},
+                         .s = {s, nv},
+                         .y = {y, nv},
+                         .d = {direction, nv},
+                         .kept = {keepList, inequalities},
+                         .active = {activeList, std::min(nv, inequalities)},
+                         .satisfied = {eqSatList, problem.equalities.size()},
+                         .columns = {LISDF, problem.f.size()},
+                         .activeRows = {IACT, nv}};
+  storeStatus(runGrg(*maxIter, problem, arrays), status);
 }
 
 void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList, const int32_t* nEqSat,
            const int32_t* eqSatList, const double* f, const double* x, const double* xUpper,
            const double* xLower, const double* G, const double* HESSIAN, double* d,
            const double* GRADOB, double* XLAG, int32_t* IACT, int32_t* nact, int32_t* status) {
+  const int nv = countOf(n);
+  const ConstIndex kept{keepList, countOf(nKeep)}, satisfied{eqSatList, countOf(nEqSat)};
   const DirectionEnd end =
-      findDirection({countOf(n), x, {xLower, xUpper}, f, {keepList, countOf(nKeep)},
-                     {eqSatList, countOf(nEqSat)}, G, HESSIAN, GRADOB},
-                    d, XLAG, IACT, *nact);
+      findDirection({.x = {x, nv},
+                     .box = boxOf(xLower, xUpper, nv),
+                     .f = {f, highestOf(kept, satisfied)},
+                     .kept = kept,
+                     .satisfied = satisfied,
+                     .G = {G, nv, nv, kept.size() + satisfied.size()},
+                     .hessian = {HESSIAN, nv, nv, nv},
+                     .gObj = {GRADOB, nv}},
+                    {.d = {d, nv}, .multiplier = {XLAG, nv}, .rows = {IACT, nv}, .count = *nact});
   if (end != DirectionEnd::solved && end != DirectionEnd::storage)
     *status = static_cast<int32_t>(end);
 }
@@ -94,10 +124,11 @@ void GRGCON(const int32_t* nIneq, const int32_t* ineqList, const int32_t* nEq,
             const int32_t* eqList, double* f, int32_t* nKeep, int32_t* keepList, int32_t* nActive,
             int32_t* activeList, int32_t* nEqSat, int32_t* eqSatList, int32_t* tempObj,
             int32_t* feasMode) {
+  const ConstIndex inequalities{ineqList, *nIneq}, equalities{eqList, *nEq};
+  const VectorView values{f, std::max(highestOf(inequalities, equalities), *tempObj)};
   Classification lists{{keepList, *nKeep}, {activeList, *nActive}, {eqSatList, *nEqSat}, *nIneq};
-  classify({ineqList, *nIneq}, {eqList, *nEq}, f, lists);
+  classify(inequalities, equalities, values, lists);
   Objective target{*tempObj, *feasMode};
-  const VectorView values{f, highestOf({ineqList, *nIneq}, {eqList, *nEq})};
   // Unlike the iteration, a negated value is not undone before another target is chosen, and the
   // target keeps its number when all constraints are satisfied.
   if (lists.feasible()) {
@@ -110,13 +141,16 @@ void GRGCON(const int32_t* nIneq, const int32_t* ineqList, const int32_t* nEq,
   }
   *tempObj = target.index;
   *feasMode = target.mode;
-  screen(*nIneq, f, lists);
+  screen(*nIneq, values, lists);
 }
 
 void GRGIDV(const int32_t* nIndep, const int32_t* indepList, const double* upper,
             const double* lower, const double* alpha, const double* d, double* xOut,
             const double* xBase, const double* tBase, int32_t* allAtBound) {
-  if (moveIndependent({indepList, *nIndep}, {lower, upper}, *alpha, d, xOut, {xBase, *tBase}))
+  const ConstIndex variables{indepList, *nIndep};
+  const int n = highestOf(variables);
+  if (moveIndependent(variables, boxOf(lower, upper, n), *alpha, {d, n}, {xOut, n},
+                      {{xBase, n}, *tBase}))
     *allAtBound = logicalTrue;
 }
 
@@ -124,8 +158,10 @@ void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* upper, co
             const double* alpha, const double* dxdt, double* xOut, const double* xBase,
             const double* xPrev, const double* tBase, const double* tPrev, int32_t* blockIndex,
             double* blockStep) {
-  const Blocking first = predictDependent({depList, *nDep}, {lower, upper}, *alpha, dxdt, xOut,
-                                          {xBase, *tBase}, {xPrev, *tPrev});
+  const ConstIndex variables{depList, *nDep};
+  const int n = highestOf(variables);
+  const Blocking first = predictDependent(variables, boxOf(lower, upper, n), *alpha, {dxdt, n},
+                                          {xOut, n}, {{xBase, n}, *tBase}, {{xPrev, n}, *tPrev});
   *blockIndex = first.variable;
   *blockStep = first.step;
 }
@@ -138,9 +174,17 @@ void GRGINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows
             int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
             const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC,
             double* u, double* z, double* score) {
-  Basis basis{*n, {indepList, *nIndep}, *nDep, varList, {rowList, *nRows}, *ldInv, XJINV, JAC};
-  (void)chooseBasis({rowList1, *nRows1}, {rowList2, *nRows2}, x, {lower, upper}, {*n, G, colMap},
-                    moveDir, basis, {u, z, score});
+  const ConstIndex rows1{rowList1, *nRows1}, rows2{rowList2, *nRows2};
+  const int nv = *n, ld = *ldInv;
+  Basis basis{.independent = {indepList, *nIndep},
+              .nDep = *nDep,
+              .variables = {varList, nv},
+              .rows = {rowList, *nRows},
+              .Jinv = {XJINV, ld, ld, ld},
+              .J = {JAC, ld, ld, ld}};
+  (void)chooseBasis(rows1, rows2, {x, nv}, boxOf(lower, upper, nv),
+                    gradientsOf(G, nv, {colMap, highestOf(rows1, rows2)}), {moveDir, nv}, basis,
+                    {{u, nv}, {z, nv}, {score, nv}});
 }
 
 void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
@@ -149,7 +193,7 @@ void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows
             int32_t* nIndep, int32_t* indepList, int32_t* nDep, int32_t* varList,
             const int32_t* ldInv, int32_t* nRows, int32_t* rowList, double* XJINV, double* JAC) {
   WorkFrame frame;
-  if (!claimDoubles(frame, 3 * cellCount(*n) + 1)) return;
+  if (!trace::claim(frame, 3 * cellCount(*n) + 1)) return;
   double* u = frame.carve(*n);
   double* z = frame.carve(*n);
   double* score = frame.carve(*n);
@@ -157,37 +201,38 @@ void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows
          indepList, nDep, varList, ldInv, nRows, rowList, XJINV, JAC, u, z, score);
 }
 
-void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
-            const double* u, double* XJINV, int32_t* singular, double* w, double* y) {
+void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z, const double* u,
+            double* XJINV, int32_t* singular, double* w, double* y) {
   *singular = logicalFalse;
-  *singular = toLogical(!borderInverse(*k, *a, z, u, XJINV, *ld, w, y));
+  *singular = toLogical(
+      !borderInverse(*k, *a, {z, *k}, {u, *k}, {XJINV, *ld, *k + 1, *k + 1}, {w, *k}, {y, *k}));
 }
 
-void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
-            const double* u, double* XJINV, int32_t* singular) {
+void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z, const double* u,
+            double* XJINV, int32_t* singular) {
   *singular = logicalTrue;  // what a refused claim leaves
   WorkFrame frame;
-  if (!claimDoubles(frame, 2 * cellCount(*k) + 1)) return;
+  if (!trace::claim(frame, 2 * cellCount(*k) + 1)) return;
   double* w = frame.carve(*k);
   double* y = frame.carve(*k);
   GRGJIA(ld, k, a, z, u, XJINV, singular, w, y);
 }
 
 void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const double* s, const double* r) {
-  updateJacobian({JAC, *ld, *k, *k}, s, r);
+  updateJacobian({JAC, *ld, *k, *k}, {s, *k}, {r, *k});
 }
 
 void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
             int32_t* singular, double* w, double* /*y*/) {
   *singular = logicalFalse;
-  *singular = toLogical(!invertJacobian(*k, JAC, XJINV, *ld, w));
+  *singular = toLogical(!invertJacobian({JAC, *ld, *k, *k}, {XJINV, *ld, *k, *k}, {w, *k}));
 }
 
 void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
             int32_t* singular) {
   *singular = logicalTrue;
   WorkFrame frame;
-  if (!claimDoubles(frame, 2 * cellCount(*k) + 1)) return;
+  if (!trace::claim(frame, 2 * cellCount(*k) + 1)) return;
   double* w = frame.carve(*k);
   double* y = frame.carve(*k);
   GRGINV(ld, k, JAC, XJINV, singular, w, y);
@@ -204,30 +249,28 @@ void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, 
            const double* tPrev, double* alpha, int32_t* allAtBound, int32_t* converged,
            int32_t* iter, double* dx, double* r) {
   *converged = logicalFalse;
+  const int rows = *nRows, nv = *nVar;
   Restoration newton{.objective = {*k, *mode},
                      .broyden = *broyden != 0,
                      .maxIter = *maxIter,
-                     .rows = {rowList, *nRows},
-                     .ld = *n,
-                     .inverse = JINV,
-                     .jacobian = JAC,
+                     .rows = {rowList, rows},
+                     .Jinv = {JINV, *n, rows, rows},
+                     .J = {JAC, *n, *nDep, *nDep},
                      .stepVariable = *stepVar,
                      .independent = {indepList, *nIndep},
                      .nDep = *nDep,
-                     .variables = depList,
-                     .dir = dir,
-                     .n = *nVar,
-                     .x = x,
-                     .box = {lower, upper},
-                     .m = *nFun,
-                     .f = f,
-                     .base = {xBase, *tBase},
-                     .previous = {xPrev, *tPrev},
-                     .dx = dx,
-                     .r = r,
-                     .alpha = *alpha};
+                     .variables = {depList, rows},
+                     .dir = {dir, nv},
+                     .x = {x, nv},
+                     .box = boxOf(lower, upper, nv),
+                     .f = {f, *nFun},
+                     .base = {{xBase, nv}, *tBase},
+                     .previous = {{xPrev, nv}, *tPrev},
+                     .dx = {dx, rows},
+                     .r = {r, rows},
+                     .step = *alpha};
   newton.run();
-  *alpha = newton.alpha;
+  *alpha = newton.step;
   if (newton.allAtBound) *allAtBound = logicalTrue;
   *converged = toLogical(newton.converged);
   *iter = newton.iteration;
@@ -243,7 +286,7 @@ void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, 
            int32_t* iter) {
   *converged = logicalFalse;
   WorkFrame frame;
-  if (!claimDoubles(frame, 2 * cellCount(*nRows) + 1)) return;
+  if (!trace::claim(frame, 2 * cellCount(*nRows) + 1)) return;
   double* dx = frame.carve(*nRows);
   double* r = frame.carve(*nRows);
   GRGNR(mode, broyden, maxIter, n, nRows, rowList, JINV, JAC, stepVar, nIndep, indepList, nDep,
@@ -258,27 +301,36 @@ void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const i
             double* s1, const double* f0, const double* xBase, const double* tBase,
             const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
             const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
-            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
-            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
-            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
-            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second,
-            double* dx, double* r) {
+            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex, double* blockStep,
+            int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV, int32_t* nRows,
+            int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV, const double* G,
+            const int32_t* colMap, int32_t* terminate, int32_t* second, double* dx, double* r) {
+  const int nv = *n, mf = *m, order = *ld;
+  const ConstIndex columnOf{colMap, mf};
   SearchProblem problem{.objective = {*k, *feasMode},
-                        .n = *n,
-                        .x = x,
-                        .m = *m,
-                        .f = f,
-                        .box = {xLower, xUpper},
-                        .gradients = {*n, G, colMap},
+                        .x = {x, nv},
+                        .f = {f, mf},
+                        .box = boxOf(xLower, xUpper, nv),
+                        .gradients = gradientsOf(G, nv, columnOf),
                         .kept = {keepList, *nKeep},
                         .satisfied = {eqSatList, *nEqSat},
-                        .tracked = LTRAK,
+                        .tracked = {LTRAK, mf},
                         .binding = {MTRAK, *nTrak},
-                        .basis = {*n, {MIDV, *nIndep}, *nDep, MDDV, {rowList, *nRows}, *ld, XJINV,
-                                  XJAC},
-                        .dir = dir};
-  Saturation saturation(problem, {*s0, f0}, {xPrev, *tPrev}, {xBase, *tBase}, dx, r, *s1,
-                        {*blockIndex, *blockStep});
+                        .basis = {.independent = {MIDV, *nIndep},
+                                  .nDep = *nDep,
+                                  .variables = {MDDV, nv},
+                                  .rows = {rowList, *nRows},
+                                  .Jinv = {XJINV, order, order, order},
+                                  .J = {XJAC, order, order, order}},
+                        .dir = {dir, nv}};
+  Saturation saturation(problem, {.referenceValues = {f0, mf},
+                                  .referenceStep = *s0,
+                                  .reference = {{xPrev, nv}, *tPrev},
+                                  .base = {{xBase, nv}, *tBase},
+                                  .dx = {dx, nv},
+                                  .r = {r, nv},
+                                  .step = *s1,
+                                  .blocking = {*blockIndex, *blockStep}});
   saturation.run();
   *s1 = saturation.step;
   *blockIndex = saturation.blocking.variable;
@@ -292,14 +344,14 @@ void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const i
             double* s1, const double* f0, const double* xBase, const double* tBase,
             const double* xPrev, const double* tPrev, const double* dir, const int32_t* nKeep,
             const int32_t* keepList, int32_t* LTRAK, int32_t* nTrak, int32_t* MTRAK,
-            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex,
-            double* blockStep, int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV,
-            int32_t* nRows, int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV,
-            const double* G, const int32_t* colMap, int32_t* terminate, int32_t* second) {
+            const int32_t* nEqSat, const int32_t* eqSatList, int32_t* blockIndex, double* blockStep,
+            int32_t* nIndep, int32_t* MIDV, int32_t* nDep, int32_t* MDDV, int32_t* nRows,
+            int32_t* rowList, const int32_t* ld, double* XJAC, double* XJINV, const double* G,
+            const int32_t* colMap, int32_t* terminate, int32_t* second) {
   *terminate = logicalTrue;  // what a refused claim leaves
   *second = logicalFalse;
   WorkFrame frame;
-  if (!claimDoubles(frame, 2 * cellCount(*n) + 1)) return;
+  if (!trace::claim(frame, 2 * cellCount(*n) + 1)) return;
   double* dx = frame.carve(*n);
   double* r = frame.carve(*n);
   GRGSAT(feasMode, k, n, m, x, f, xLower, xUpper, s0, s1, f0, xBase, tBase, xPrev, tPrev, dir,
@@ -315,29 +367,36 @@ void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
             const int32_t* nActive, const int32_t* activeList, const int32_t* objIndex,
             const int32_t* n, double* x, const double* xUpper, const double* xLower,
             const int32_t* m, double* f, const int32_t* LISDF, const double* G,
-            const double* GRADOB, const double* d, int32_t* status, int32_t* LTRAK,
-            int32_t* MTRAK, int32_t* MIDV, int32_t* MDDV, int32_t* rowList, const int32_t* ld,
-            double* XJAC, double* XJINV, double* BSTDV, double* BSTDF, double* xPrev,
-            double* fPrev) {
+            const double* GRADOB, const double* d, int32_t* status, int32_t* LTRAK, int32_t* MTRAK,
+            int32_t* MIDV, int32_t* MDDV, int32_t* rowList, const int32_t* ld, double* XJAC,
+            double* XJINV, double* BSTDV, double* BSTDF, double* xPrev, double* fPrev) {
   int32_t nBinding = 0, nIndependent = 0, nDependent = 0, nRows = 0;
-  std::fill_n(LTRAK, std::max(*m, 0), 0);
+  const int nv = *n, mf = *m, order = *ld;
+  const IndexVector tracked{LTRAK, mf};
+  std::ranges::fill(tracked, 0);
   SearchProblem problem{.objective = {*objIndex, *feasMode},
-                        .n = *n,
-                        .x = x,
-                        .m = *m,
-                        .f = f,
-                        .box = {xLower, xUpper},
-                        .gradients = {*n, G, LISDF},
+                        .x = {x, nv},
+                        .f = {f, mf},
+                        .box = boxOf(xLower, xUpper, nv),
+                        .gradients = gradientsOf(G, nv, {LISDF, mf}),
                         .kept = {keepList, *nKeep},
                         .satisfied = {eqSatList, *nEqSat},
-                        .tracked = LTRAK,
+                        .tracked = tracked,
                         .binding = {MTRAK, nBinding},
-                        .basis = {*n, {MIDV, nIndependent}, nDependent, MDDV, {rowList, nRows},
-                                  *ld, XJINV, XJAC},
-                        .dir = d};
+                        .basis = {.independent = {MIDV, nIndependent},
+                                  .nDep = nDependent,
+                                  .variables = {MDDV, nv},
+                                  .rows = {rowList, nRows},
+                                  .Jinv = {XJINV, order, order, order},
+                                  .J = {XJAC, order, order, order}},
+                        .dir = {d, nv}};
   int restorationIterations = 0;
-  LineSearch line(problem, {activeList, *nActive}, d, GRADOB, *carried,
-                  {BSTDV, BSTDF, xPrev, fPrev}, restorationIterations);
+  LineSearch line(problem, {activeList, *nActive}, {d, nv}, {GRADOB, nv}, *carried,
+                  {.bestX = {BSTDV, nv},
+                   .previousX = {xPrev, nv},
+                   .bestF = {BSTDF, mf},
+                   .previousF = {fPrev, mf}},
+                  restorationIterations);
   const SearchEnd end = line.run();
   if (line.resetCurvature()) *hessReset = logicalTrue;
   if (end == SearchEnd::minimumStep)
@@ -353,12 +412,14 @@ void GRSSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
             const int32_t* m, double* f, const int32_t* LISDF, const double* G,
             const double* GRADOB, const double* d, int32_t* status) {
   SearchStorage storage;
-  if (!storage.claim(*n, *m, *nEqSat, *nActive)) return;
-  GRGSTE(feasMode, hessReset, carried, nIneq, ineqList, nKeep, keepList, nEqSat, eqSatList,
-         nActive, activeList, objIndex, n, x, xUpper, xLower, m, f, LISDF, G, GRADOB, d, status,
-         storage.tracked, storage.binding, storage.independent, storage.dependent, storage.rows,
-         &storage.ld, storage.jacobian, storage.inverse, storage.work.bestX, storage.work.bestF,
-         storage.work.previousX, storage.work.previousF);
+  if (!storage.claim(countOf(n), countOf(m), countOf(nEqSat), countOf(nActive))) return;
+  const int32_t ld = storage.J.rows();
+  GRGSTE(feasMode, hessReset, carried, nIneq, ineqList, nKeep, keepList, nEqSat, eqSatList, nActive,
+         activeList, objIndex, n, x, xUpper, xLower, m, f, LISDF, G, GRADOB, d, status,
+         storage.tracked.data(), storage.binding.data(), storage.independent.data(),
+         storage.dependent.data(), storage.rows.data(), &ld, storage.J.data(), storage.Jinv.data(),
+         storage.work.bestX.data(), storage.work.bestF.data(), storage.work.previousX.data(),
+         storage.work.previousF.data());
 }
 
 void GRGPR2(const double* a1, const double* a2, const double* f1, const double* f2,
@@ -389,17 +450,19 @@ void GRGINT(const double* s0, const double* g0, const double* s1, const double* 
 }
 
 void GRGTRK(const int32_t* nActive, const int32_t* activeList, const int32_t* n, const double* G,
-            const int32_t* colMap, const double* d, int32_t* nTrak, int32_t* MTRAK,
-            int32_t* LTRAK, int32_t* hessReset) {
+            const int32_t* colMap, const double* d, int32_t* nTrak, int32_t* MTRAK, int32_t* LTRAK,
+            int32_t* hessReset) {
   IndexList binding{MTRAK, *nTrak};
   binding.clear();
-  if (trackBinding({activeList, *nActive}, *n, {*n, G, colMap}, d, binding, LTRAK))
+  const ConstIndex active{activeList, *nActive};
+  const int m = highestOf(active);
+  if (trackBinding(active, gradientsOf(G, *n, {colMap, m}), {d, *n}, binding, {LTRAK, m}))
     *hessReset = logicalTrue;
 }
 
 void GRGSTP(const int32_t* n, const double* x, const double* xUpper, const double* xLower,
             const double* d, int32_t* index, double* step) {
-  const Blocking first = firstBound(*n, x, {xLower, xUpper}, d);
+  const Blocking first = firstBound({x, *n}, boxOf(xLower, xUpper, *n), {d, *n});
   *index = first.variable;
   *step = first.step;
 }

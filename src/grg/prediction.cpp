@@ -6,14 +6,14 @@
 
 namespace tarnix::core {
 
-bool moveIndependent(ConstIndex variables, Box box, double alpha, const double* d, double* x,
+bool moveIndependent(ConstIndex variables, Box box, double step, ConstVector d, VectorView x,
                      StepPoint base) {
-  const double change = alpha - base.step;
+  const double change = step - base.step;
   int projected = 0;
   for (const int32_t i : variables) {
-    const double v = d[i - 1] * change + base.x[i - 1];
-    if (v > box.upperOf(i) || v < box.lowerOf(i)) ++projected;
-    x[i - 1] = box.clip(i, v);
+    const double v = d(i) * change + base.x(i);
+    if (v > box.upper(i) || v < box.lower(i)) ++projected;
+    x(i) = box.clip(i, v);
   }
   return variables.size() > 0 && projected == variables.size();
 }
@@ -25,45 +25,45 @@ struct Prediction {
   double boundStep;  // where the prediction meets a bound
 };
 
-Prediction extrapolated(int i, Box box, double alpha, StepPoint base, StepPoint previous) {
+Prediction extrapolated(int i, Box box, double step, StepPoint base, StepPoint previous) {
   const double zeroTol = settings->zeroTol;
-  const double slope = (base.x[i - 1] - previous.x[i - 1]) / (base.step - previous.step);
-  const double intercept = base.x[i - 1] - base.step * slope;
+  const double slope = (base.x(i) - previous.x(i)) / (base.step - previous.step);
+  const double intercept = base.x(i) - base.step * slope;
   double boundStep = settings->bigValue;
   if (slope > zeroTol)
-    boundStep = (box.upperOf(i) - intercept) / slope;
+    boundStep = (box.upper(i) - intercept) / slope;
   else if (slope < -zeroTol)
-    boundStep = (box.lowerOf(i) - intercept) / slope;
-  return {alpha * slope + intercept, boundStep};
+    boundStep = (box.lower(i) - intercept) / slope;
+  return {step * slope + intercept, boundStep};
 }
 
 // Kept: on the tangent the step is where the value reaches zero, not a bound.
-Prediction onTangent(int i, double alpha, const double* dxdt, StepPoint base) {
-  const double slope = dxdt[i - 1];
-  const double value = (alpha - base.step) * slope + base.x[i - 1];
+Prediction onTangent(int i, double step, ConstVector dxdt, StepPoint base) {
+  const double slope = dxdt(i);
+  const double value = (step - base.step) * slope + base.x(i);
   const double zeroStep = std::fabs(slope) > settings->zeroTol
-                              ? (0.0 - base.x[i - 1]) / slope + base.step
+                              ? (0.0 - base.x(i)) / slope + base.step
                               : settings->bigValue;
   return {value, zeroStep};
 }
 
 }  // namespace
 
-Blocking predictDependent(ConstIndex variables, Box box, double alpha, const double* dxdt,
-                          double* x, StepPoint base, StepPoint previous) {
+Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVector dxdt,
+                          VectorView x, StepPoint base, StepPoint previous) {
   const double zeroTol = settings->zeroTol;
   const bool twoPoints = std::fabs(base.step - previous.step) > zeroTol;
   Blocking first{0, settings->bigValue};
   double shortest = settings->bigValue;
   for (const int32_t i : variables) {
-    const Prediction p = twoPoints ? extrapolated(i, box, alpha, base, previous)
-                                   : onTangent(i, alpha, dxdt, base);
-    if (p.value >= box.upperOf(i) - zeroTol) {
-      x[i - 1] = box.upperOf(i);
-    } else if (box.lowerOf(i) + zeroTol >= p.value) {
-      x[i - 1] = box.lowerOf(i);
+    const Prediction p =
+        twoPoints ? extrapolated(i, box, step, base, previous) : onTangent(i, step, dxdt, base);
+    if (p.value >= box.upper(i) - zeroTol) {
+      x(i) = box.upper(i);
+    } else if (box.lower(i) + zeroTol >= p.value) {
+      x(i) = box.lower(i);
     } else {
-      x[i - 1] = p.value;
+      x(i) = p.value;
       continue;
     }
     if (shortest > p.boundStep) {
@@ -74,33 +74,33 @@ Blocking predictDependent(ConstIndex variables, Box box, double alpha, const dou
   return first;
 }
 
-Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double alpha,
-                     const double* tangent, double* x, double* work) {
-  for (const int32_t i : variables) work[i - 1] = from.x[i - 1] - tangent[i - 1];
-  return predictDependent(variables, box, alpha, tangent, x, from, {work, from.step - 1.0});
+Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
+                     ConstVector tangent, VectorView x, VectorView work) {
+  for (const int32_t i : variables) work(i) = from.x(i) - tangent(i);
+  return predictDependent(variables, box, step, tangent, x, from, {work, from.step - 1.0});
 }
 
 namespace {
 
-void meetBound(int32_t i, const double* x, Box box, const double* d, Blocking& first) {
-  const double speed = d[i - 1];
+void meetBound(int32_t i, ConstVector x, Box box, ConstVector d, Blocking& first) {
+  const double speed = d(i);
   if (!(std::fabs(speed) > settings->zeroTol)) return;
-  const double bound = speed > 0.0 ? box.upperOf(i) : box.lowerOf(i);
-  const double step = (bound - x[i - 1]) / speed;
+  const double bound = speed > 0.0 ? box.upper(i) : box.lower(i);
+  const double step = (bound - x(i)) / speed;
   if (step < first.step) first = {i, step};
 }
 
 }  // namespace
 
-Blocking firstBound(ConstIndex variables, const double* x, Box box, const double* d) {
+Blocking firstBound(ConstIndex variables, ConstVector x, Box box, ConstVector d) {
   Blocking first{0, settings->bigValue};
   for (const int32_t i : variables) meetBound(i, x, box, d, first);
   return first;
 }
 
-Blocking firstBound(int n, const double* x, Box box, const double* d) {
+Blocking firstBound(ConstVector x, Box box, ConstVector d) {
   Blocking first{0, settings->bigValue};
-  for (int32_t i = 1; i <= n; ++i) meetBound(i, x, box, d, first);
+  for (int32_t i = 1; i <= x.size(); ++i) meetBound(i, x, box, d, first);
   return first;
 }
 

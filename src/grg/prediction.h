@@ -1,20 +1,20 @@
 #pragma once
-// Where the variables are at a trial step length: the independent ones on the search direction, the
+// Where the variables are at a trial step: the independent ones on the search direction, the
 // dependent ones by extrapolation. Steps are lengths along the direction.
 
-#include "grg/lists.h"
+#include "grg/box.h"
 
 namespace tarnix::core {
 
-// A point and the step length at which it lies.
+// A point and the step at which it lies.
 struct StepPoint {
-  const double* x;  // (n)
+  ConstVector x;
   double step;
 };
 
-// x(i) := base(i) + (alpha - base step) d(i), projected on the box, for the listed variables. True
+// x(i) := base(i) + (step - base step) d(i), projected on the box, for the listed variables. True
 // when there are any and every one was projected.
-bool moveIndependent(ConstIndex variables, Box box, double alpha, const double* d, double* x,
+bool moveIndependent(ConstIndex variables, Box box, double step, ConstVector d, VectorView x,
                      StepPoint base);
 
 // The first variable to reach a bound: its number (0 when none does) and the step there.
@@ -25,17 +25,17 @@ struct Blocking {
 
 // Linear extrapolation of the listed variables from two points, or along the tangent dxdt when their
 // steps are within zeroTol of each other; a prediction that reaches a bound is put on it.
-Blocking predictDependent(ConstIndex variables, Box box, double alpha, const double* dxdt,
-                          double* x, StepPoint base, StepPoint previous);
+Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVector dxdt,
+                          VectorView x, StepPoint base, StepPoint previous);
 
 // The same from one point along the tangent. A second point one step back is made up for it in work
 // (n): from two points the step that is reported is that of the bound, on the tangent alone it is not.
-Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double alpha,
-                     const double* tangent, double* x, double* work);
+Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
+                     ConstVector tangent, VectorView x, VectorView work);
 
 // Ratio test: the first of the listed variables to reach its bound when x moves along d.
-Blocking firstBound(ConstIndex variables, const double* x, Box box, const double* d);
-// The same over all n variables.
-Blocking firstBound(int n, const double* x, Box box, const double* d);
+Blocking firstBound(ConstIndex variables, ConstVector x, Box box, ConstVector d);
+// The same over all variables.
+Blocking firstBound(ConstVector x, Box box, ConstVector d);
 
 }  // namespace tarnix::core

@@ -10,32 +10,29 @@ namespace tarnix::core {
 struct Restoration {
   // Given.
   Objective objective;
-  bool broyden;              // refresh both matrices after every evaluation
+  bool broyden;           // refresh both matrices after every evaluation
   int maxIter;
-  ConstIndex rows;           // the constraints that are restored
-  int ld;
-  double* inverse;           // of order rows.size()
-  double* jacobian;          // of order nDep
-  int stepVariable;          // whose row moves the step length instead, 0 for none
+  ConstIndex rows;        // the constraints that are restored
+  MatrixView Jinv;        // of the order of the rows
+  MatrixView J;           // of order nDep
+  int stepVariable;       // whose row moves the step instead, 0 for none
   ConstIndex independent;
-  int nDep;                  // rows behind it move the step length
-  const int32_t* variables;  // the variable of each row
-  const double* dir;         // (n) direction, the tangent for dependent variables
-  int n;
-  double* x;                 // (n)
+  int nDep;               // rows behind it move the step
+  ConstIndex variables;   // the variable of each row
+  ConstVector dir;        // (n) direction, the tangent for dependent variables
+  VectorView x;
   Box box;
-  int m;
-  double* f;                 // (m) values at x
-  StepPoint base;            // independent variables are counted from here
-  StepPoint previous;        // with base: the secant of the dependent variables
-  double* dx;                // (rows) work: Newton correction
-  double* r;                 // (rows) work: negated residuals
+  VectorView f;           // values at x
+  StepPoint base;         // independent variables are counted from here
+  StepPoint previous;     // with base: the secant of the dependent variables
+  VectorView dx;          // (rows) work: Newton correction
+  VectorView r;           // (rows) work: negated residuals
   // In and out.
-  double alpha;              // step length
+  double step;
   // Decided.
   bool converged = false;
   bool allAtBound = false;
-  int iteration = 1;         // the last one begun
+  int iteration = 1;      // the last one begun
   int evaluations = 0;
 
   void run();

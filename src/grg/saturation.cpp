@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "state/settings.h"
 #include "grg/interpolation.h"
 #include "grg/restoration.h"
+#include "state/settings.h"
 #include "trace/claim.h"
 
 namespace tarnix::core {
@@ -36,11 +36,11 @@ void Saturation::run() {
 }
 
 bool Saturation::claimWork() {
-  if (!trace::claim(frame_, 5 * cellCount(p.n) + 1)) {
+  if (!trace::claim(frame_, 5 * cellCount(p.n()) + 1)) {
     terminate = true;
     return false;
   }
-  for (double** stretch : {&artificial_, &u_, &z_, &w_, &y_}) *stretch = frame_.carve(p.n);
+  for (VectorView* v : {&artificial_, &u_, &z_, &w_, &y_}) *v = frame_.vector(p.n());
   return true;
 }
 
@@ -48,7 +48,8 @@ bool Saturation::claimWork() {
 
 bool Saturation::interpolate(int c, Crossing& first) {
   double at = 0.0;
-  if (crossingStep(reference.step, reference.f[c - 1], step, p.f[c - 1], at) != CrossingEnd::found)
+  if (crossingStep(given.referenceStep, given.referenceValues(c), step, p.f(c), at) !=
+      CrossingEnd::found)
     return false;
   if (first.index == 0 || at < first.step) first = {c, at};
   return true;
@@ -59,10 +60,10 @@ bool Saturation::interpolate(int c, Crossing& first) {
 bool Saturation::findCrossing(Crossing& first) {
   const int32_t target = p.objective.index;
   if (p.objective.isEquality() && !p.isTracked(target) &&
-      reference.f[target - 1] * p.f[target - 1] < 0.0 && !interpolate(target, first))
+      given.referenceValues(target) * p.f(target) < 0.0 && !interpolate(target, first))
     return false;
   for (const int32_t c : p.kept) {
-    if (p.isTracked(c) || !(p.f[c - 1] > settings->convTol)) continue;
+    if (p.isTracked(c) || !(p.f(c) > settings->convTol)) continue;
     if (!interpolate(c, first)) return false;
   }
   return true;
@@ -80,17 +81,17 @@ void Saturation::takeUp(const Crossing& crossing) {
   const bool endedBefore = second;
   second = true;
   moveTo(cut);
-  evaluateHere();
+  p.evaluateHere();
   if (tracing(2)) {
-    trace::vector("DV AT BIND STEP", {p.x, p.n});
-    trace::vector("DF AT BIND STEP", {p.f, p.m});
+    trace::vector("DV AT BIND STEP", p.x);
+    trace::vector("DF AT BIND STEP", p.f);
   }
   if (cut <= 0.0) return;
   bool singular = true;
   if (holdWithNewDependent(c, singular)) return;
   if (settings->errorFlag) return void(terminate = true);
   moveTo(cut);
-  evaluateHere();
+  p.evaluateHere();
   bool singularAgain = true;
   if (holdWithStepLength(c, singularAgain)) return;
   const bool noPivot = singular && singularAgain;
@@ -124,16 +125,16 @@ int Saturation::bestIndependent(int c) const {
 }
 
 // Borders the inverse by u_ and the row of constraint c on the dependent variables.
-bool Saturation::augment(int c, double corner, const char* unknown) {
+bool Saturation::augment(int c, double corner, std::string_view unknown) {
   const int k = p.basis.nDep;
-  for (int j = 1; j <= k; ++j) z_[j - 1] = p.gradients(p.basis.dependent()(j), c);
+  for (int j = 1; j <= k; ++j) z_(j) = p.gradients(p.basis.variables(j), c);
   if (tracing(3)) {
-    trace::vector("AROW", {z_, k});
-    trace::vector("ACOL", {u_, k});
+    trace::vector("AROW", z_.head(k));
+    trace::vector("ACOL", u_.head(k));
     trace::message(Line("ACORN ").real(corner, 14, 5).text(unknown));
   }
   if (corner < 0.0 && tracing(2)) trace::message("ACORN NEGATIVE");
-  if (!borderInverse(k, corner, z_, u_, p.basis.inverse, p.basis.ld, w_, y_)) return false;
+  if (!borderInverse(k, corner, z_, u_, p.basis.Jinv, w_, y_)) return false;
   if (tracing(3)) trace::matrix("JACOBIAN INVERSE", p.basis.inverseBlock(k + 1));
   return true;
 }
@@ -143,15 +144,15 @@ bool Saturation::holdWithNewDependent(int c, bool& singular) {
   Basis& basis = p.basis;
   const int k = basis.nDep;
   const int v = bestIndependent(c);
-  if (v == 0 || k >= basis.ld) return false;
-  for (int i = 1; i <= k; ++i) u_[i - 1] = p.gradients(v, basis.rows(i));
+  if (v == 0 || k >= basis.room()) return false;
+  for (int i = 1; i <= k; ++i) u_(i) = p.gradients(v, basis.rows(i));
   if (!augment(c, p.gradients(v, c), "")) return false;
   singular = false;
 
   basis.addDependent(v, c);
   for (int j = 1; j <= k + 1; ++j) {
-    basis.jacobianBlock(k + 1)(k + 1, j) = p.gradients(basis.dependent()(j), c);
-    basis.jacobianBlock(k + 1)(j, k + 1) = p.gradients(v, basis.rows(j));
+    basis.J(k + 1, j) = p.gradients(basis.variables(j), c);
+    basis.J(j, k + 1) = p.gradients(v, basis.rows(j));
   }
   if (restore(k + 1, k + 1)) {
     p.hold(c);
@@ -167,13 +168,13 @@ bool Saturation::holdWithNewDependent(int c, bool& singular) {
 bool Saturation::holdWithStepLength(int c, bool& singular) {
   Basis& basis = p.basis;
   const int k = basis.nDep;
-  if (k >= basis.ld || k >= p.n) return false;
+  if (k >= basis.room() || k >= p.n()) return false;
   const auto alongDirection = [&](int row) {
     double sum = 0.0;
-    for (int v = 1; v <= p.n; ++v) sum += p.gradients(v, row) * p.dir[v - 1];
+    for (int v = 1; v <= p.n(); ++v) sum += p.gradients(v, row) * p.dir(v);
     return sum;
   };
-  for (int i = 1; i <= k; ++i) u_[i - 1] = alongDirection(basis.rows(i));
+  for (int i = 1; i <= k; ++i) u_(i) = alongDirection(basis.rows(i));
   if (!augment(c, alongDirection(c), " ON STEP LENGTH")) return false;
   singular = false;
 
@@ -190,20 +191,21 @@ bool Saturation::holdWithStepLength(int c, bool& singular) {
 bool Saturation::impliedByHeldRows(int c, double length) {
   if (p.basis.nDep == 0) return false;
   moveTo(length);
-  evaluateHere();
+  p.evaluateHere();
   restoreOrShorten();
   if (terminate) return false;
-  if (p.f[c - 1] > settings->convTol) {
+  if (p.f(c) > settings->convTol) {
     // c may be on a larger scale than the rows: what is within tolerance for them is not for it.
     correctDependents(p.basis, p.f, p.box, p.x);
-    evaluateHere();
+    p.evaluateHere();
   }
   if (!feasible()) return false;
-  p.tracked[c - 1] = 1;
+  p.tracked(c) = 1;
   return true;
 }
 
-// ---- a dependent variable at its bound -----------------------------------------------------------
+// ---- a dependent variable at its bound
+// -----------------------------------------------------------
 
 void Saturation::exchangeAtBound() {
   Basis& basis = p.basis;
@@ -214,7 +216,7 @@ void Saturation::exchangeAtBound() {
     blocking = {};
     return;
   }
-  const double bound = p.x[leaving - 1];  // the prediction has put it there
+  const double bound = p.x(leaving);  // the prediction has put it there
   const int position = basis.positionOf(leaving);
   const int entering = exchangePartner(basis, position, p.x, p.box, p.gradients);
   if (entering == 0) {
@@ -230,25 +232,26 @@ void Saturation::exchangeAtBound() {
   }
   second = true;
   moveTo(std::max(0.0, limit));
-  if (step > 0.0) p.x[leaving - 1] = bound;
-  evaluateHere();
+  if (step > 0.0) p.x(leaving) = bound;
+  p.evaluateHere();
   if (step <= 0.0) return;
   if (!restore(k, k)) fail("CONVERGE FAIL, GRGNR");
 }
 
-// ---- the step as it is ---------------------------------------------------------------------------
+// ---- the step as it is
+// ---------------------------------------------------------------------------
 
 bool Saturation::feasible() const {
   const double tol = settings->convTol;
   for (const int32_t c : p.binding)
-    if (!(p.f[c - 1] <= tol)) return false;
+    if (!(p.f(c) <= tol)) return false;
   for (const int32_t c : p.satisfied)
-    if (!(std::fabs(p.f[c - 1]) <= tol)) return false;
+    if (!(std::fabs(p.f(c)) <= tol)) return false;
   // An inequality that is not held may be violated by a restoration.
   for (const int32_t c : p.kept)
-    if (!(p.f[c - 1] <= tol)) return false;
+    if (!(p.f(c) <= tol)) return false;
   // An equality target is approached from its positive side.
-  return !p.objective.isEquality() || p.f[p.objective.index - 1] >= -tol;
+  return !p.objective.isEquality() || p.f(p.objective.index) >= -tol;
 }
 
 // Restores the rows that are held; a step from which that fails, or that no row can mend, is halved
@@ -260,52 +263,50 @@ void Saturation::restoreOrShorten() {
     if (settings->errorFlag) break;
     if (halvings_ == maxHalvings || !rebuildMatrices()) break;
     ++halvings_;
-    moveTo(0.5 * (reference.step + step));
-    evaluateHere();
+    moveTo(0.5 * (given.referenceStep + step));
+    p.evaluateHere();
   }
   fail("CONVERGE FAIL, GRGNR");
 }
 
-// ---- shared steps --------------------------------------------------------------------------------
+// ---- shared steps
+// --------------------------------------------------------------------------------
 
-// Independent variables on the direction from the base, dependent ones predicted from the reference.
+// Independent variables on the direction from the base, dependent ones predicted from the
+// reference.
 void Saturation::moveTo(double length) {
   step = length;
-  moveIndependent(p.basis.independent.view(), p.box, step, p.dir, p.x, base);
-  const StepPoint from = referencePoint.step <= step ? referencePoint : base;
+  moveIndependent(p.basis.independent.view(), p.box, step, p.dir, p.x, given.base);
+  const StepPoint from = given.reference.step <= step ? given.reference : given.base;
   blocking = predictFrom(from, p.basis.dependent(), p.box, step, p.dir, p.x, artificial_);
 }
-
-void Saturation::evaluateHere() { evaluate({p.x, p.n}, {p.f, p.m}, p.objective); }
 
 // The first rows of the basis by Newton; rows behind nDep move the step length.
 bool Saturation::restore(int rows, int nDep) {
   restored_ = true;
   const Basis& basis = p.basis;
-  Restoration newton{.objective = p.objective,
-                     .broyden = true,
-                     .maxIter = restorationLimit,
-                     .rows = {basis.rows.begin(), rows},
-                     .ld = basis.ld,
-                     .inverse = basis.inverse,
-                     .jacobian = basis.jacobian,
-                     .stepVariable = 0,
-                     .independent = basis.independent.view(),
-                     .nDep = nDep,
-                     .variables = basis.variables,
-                     .dir = p.dir,
-                     .n = p.n,
-                     .x = p.x,
-                     .box = p.box,
-                     .m = p.m,
-                     .f = p.f,
-                     .base = base,
-                     .previous = base,  // dependent variables move on the tangent with the step
-                     .dx = dx,
-                     .r = r,
-                     .alpha = step};
+  Restoration newton{
+      .objective = p.objective,
+      .broyden = true,
+      .maxIter = restorationLimit,
+      .rows = basis.rows.view().head(rows),
+      .Jinv = basis.inverseBlock(rows),
+      .J = basis.jacobianBlock(nDep),
+      .stepVariable = 0,
+      .independent = basis.independent.view(),
+      .nDep = nDep,
+      .variables = basis.variables,
+      .dir = p.dir,
+      .x = p.x,
+      .box = p.box,
+      .f = p.f,
+      .base = given.base,
+      .previous = given.base,  // dependent variables move on the tangent with the step
+      .dx = given.dx,
+      .r = given.r,
+      .step = step};
   newton.run();
-  step = newton.alpha;
+  step = newton.step;
   restorationIterations = newton.evaluations;
   return newton.converged;
 }
@@ -313,7 +314,8 @@ bool Saturation::restore(int rows, int nDep) {
 // Jacobian and inverse of the basis anew from the gradients, after a restoration has spoilt them.
 bool Saturation::rebuildMatrices() {
   p.basis.fillJacobian(p.gradients);
-  return invertJacobian(p.basis.nDep, p.basis.jacobian, p.basis.inverse, p.basis.ld, w_);
+  const int k = p.basis.nDep;
+  return invertJacobian(p.basis.jacobianBlock(k), p.basis.inverseBlock(k), w_);
 }
 
 }  // namespace tarnix::core

@@ -4,68 +4,43 @@
 
 #include <string_view>
 
-#include "state/work_storage.h"
-#include "eval/evaluation.h"
-#include "grg/basis.h"
 #include "grg/prediction.h"
+#include "grg/search_problem.h"
+#include "state/work_storage.h"
 
 namespace tarnix::core {
 
-// The problem along one search direction.
-struct SearchProblem {
-  Objective objective;      // feasibility mode and index of the function that is minimised
-  int n;
-  double* x;               // (n)
-  int m;
-  double* f;               // (m)
-  Box box;
-  Gradients gradients;
-  ConstIndex kept;         // non-violated inequalities
-  ConstIndex satisfied;    // equalities
-  int32_t* tracked;        // LTRAK: 1 for each inequality that is held
-  IndexList binding;       // MTRAK: those inequalities
-  Basis basis;
-  const double* dir;       // (n) direction, the tangent for dependent variables
+// A point at which the search has been, with the function values there.
+struct Sample {
+  double step;
+  VectorView x;  // (n)
+  VectorView f;  // (m)
 
-  bool isTracked(int c) const { return tracked[c - 1] == 1; }
-  // Constraint c is held from here on; an equality target needs no place in the list.
-  void hold(int c) {
-    tracked[c - 1] = 1;
-    if (c != objective.index) binding.append(c);
-  }
+  StepPoint point() const { return {x, step}; }
 };
 
-// Function values at a step at which the search has been.
-struct StepValues {
+// A trial step as it arrives.
+struct TrialStep {
+  ConstVector referenceValues;  // at the latest accepted trial below the step
+  double referenceStep;         // its step
+  StepPoint reference;          // that point
+  StepPoint base;               // the point at step 0
+  VectorView dx, r;             // (n) work of the restoration
   double step;
-  const double* f;  // (m)
+  Blocking blocking;            // of the prediction behind it
 };
 
 struct Saturation {
-  Saturation(SearchProblem& problem, StepValues from, StepPoint fromPoint, StepPoint start,
-             double* dxWork, double* rWork, double length, Blocking prediction)
-      : p(problem),
-        reference(from),
-        referencePoint(fromPoint),
-        base(start),
-        dx(dxWork),
-        r(rWork),
-        step(length),
-        blocking(prediction) {}
+  Saturation(SearchProblem& problem, const TrialStep& trial)
+      : p(problem), given(trial), step(trial.step), blocking(trial.blocking) {}
 
-  // Given.
   SearchProblem& p;
-  const StepValues reference;     // the latest accepted trial below the step
-  const StepPoint referencePoint; // likewise
-  const StepPoint base;           // the point at step 0
-  double* dx;               // (n) work of the restoration
-  double* r;                // (n)
-  // In and out.
-  double step;              // length of the trial, then of the step taken
-  Blocking blocking;        // of the prediction behind the trial
+  const TrialStep given;
   // Decided.
-  bool terminate = false;   // end the search, the trial does not count
-  bool second = false;      // end the search after this trial
+  double step;                     // the step taken
+  Blocking blocking;               // of the last prediction
+  bool terminate = false;          // end the search, the trial does not count
+  bool second = false;             // end the search after this trial
   int restorationIterations = -1;  // of the last restoration, -1 when there was none
 
   static constexpr int maxPasses = 4;
@@ -88,24 +63,23 @@ struct Saturation {
   bool holdWithNewDependent(int c, bool& singular);
   bool holdWithStepLength(int c, bool& singular);
   bool impliedByHeldRows(int c, double length);
-  bool augment(int c, double corner, const char* unknown);
+  bool augment(int c, double corner, std::string_view unknown);
   int bestIndependent(int c) const;
   void exchangeAtBound();
   void restoreOrShorten();
   bool feasible() const;
 
   void moveTo(double length);
-  void evaluateHere();
   bool restore(int rows, int nDep);
   bool rebuildMatrices();
 
-  WorkFrame frame_;
-  double* artificial_ = nullptr;  // (n) the made-up point behind a prediction
-  double* u_ = nullptr;           // (n) new column of the basis
-  double* z_ = nullptr;           // (n) new row
-  double* w_ = nullptr;           // (n) work of the inverse
-  double* y_ = nullptr;           // (n)
-  bool restored_ = false;         // in this pass
+  WorkFrame frame_{};
+  VectorView artificial_{};  // (n) the made-up point behind a prediction
+  VectorView u_{};           // (n) new column of the basis
+  VectorView z_{};           // (n) new row
+  VectorView w_{};           // (n) work of the inverse
+  VectorView y_{};           // (n)
+  bool restored_ = false;    // in this pass
   int halvings_ = 0;
 };
 
