@@ -579,7 +579,7 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
  * Reduced gradients: the iteration
  *
  * Mode of the feasibility phase, argument mode or feasMode, here and below; k is the position in f
- * of the function that is minimised, the objective or a violated constraint in its place:
+ * of the function that is minimized, the objective or a violated constraint in its place:
  *     0  the objective
  *     1  a violated inequality
  *     2  a violated equality, its value positive
@@ -622,11 +622,11 @@ VRK_API void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
                     const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
                     const int32_t* ineqList, int32_t* status);
 
-/* GRSALG with arrays of the caller. Scratch from the work storage: nEq + nIneq integers and, with
- * c = (non-violated inequalities) + (satisfied equalities) + 1, n c + 1 doubles for the gradients;
+/* GRSALG with arrays of the caller. Scratch from the work storage: with
+ * c = (non-violated inequalities) + (satisfied equalities) + 1, n c doubles for the gradients;
  * above them in turn 2m + 2 doubles (GRGGRA), 3n + 1 doubles (QHESS), GRSQP's and GRSSTE's.
  * A refusal ends the solve with status as it was. With maxIter < 1 nothing but status is written.
- *   GRADOB      work  (n) gradient of what is minimised
+ *   GRADOB      work  (n) gradient of what is minimized
  *   GRADLO      work  (n) Lagrangian gradient at the previous point, with the previous multipliers
  *   GRADL       work  (n) at the present point, with the same multipliers
  *   XLAG        work  (n) multipliers of the active rows, in IACT order
@@ -660,8 +660,8 @@ VRK_API void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const d
  *   xUpper, xLower     in      (n) scaled bounds, the upper ones first
  *   G                  in      (n, nKeep + nEqSat) gradients in the order of the two lists
  *   HESSIAN            in      (n, n) positive definite; only the upper triangle is read
- *   d                  out     (n) direction, not normalised
- *   GRADOB             in      (n) gradient g of what is minimised
+ *   d                  out     (n) direction, not normalized
+ *   GRADOB             in      (n) gradient g of what is minimized
  *   XLAG, IACT, nact   out     (n) multipliers, (n) active rows, their number: as QPSOLV's
  *   status             in/out  8, 9 or 10 when QPSOLV sets noSolution, notPosDef or failure;
  *                              otherwise left as it is, after a refusal of storage too */
@@ -675,7 +675,7 @@ VRK_API void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepLi
  * Reduced gradients: classification and prediction
  * --------------------------------------------------------------------------------------------- */
 
-/* Sorts the constraints at a point and picks what is minimised while one is violated:
+/* Sorts the constraints at a point and picks what is minimized while one is violated:
  *     no violated constraint         feasMode := 0; f(tempObj) is negated back when it was 3
  *     tempObj is still violated      kept; a value below -convTol in mode 2 or 3 (the equality has
  *                                    overshot) swaps these modes and negates f(tempObj)
@@ -925,20 +925,25 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *     2. A crossing before blockStep, the step of the blocking variable: the step is cut to it, by
  *        at least 0.001, and the constraint is held from here on: with a new dependent variable,
  *        the independent one with GRGINJ's highest score; if that is singular or does not converge,
- *        with the step length as the unknown of its row. If both are singular the constraint may
- *        follow from the rows that are held: the uncut step stands if restoring these satisfies
- *        all constraints, and the constraint is flagged without a row of its own.
+ *        with the step length as the unknown of its row. Refined (tarnix_session_refine), if
+ *        both are singular: the constraint may follow from the rows that are held; the uncut step
+ *        stands if restoring these satisfies all constraints, and the constraint is flagged without
+ *        a row of its own.
  *     3. Otherwise, when a variable blocks: the step becomes blockStep, and the variable leaves the
  *        basis for the independent one with the largest |pivot| times distance from its bounds. A
  *        step within zeroTol of blockStep is left alone.
  *     4. Test: g <= convTol in keepList and MTRAK, |h| <= convTol in eqSatList, f(k) >= -convTol in
  *        mode 2 and 3. If it fails and nothing was restored in 2 or 3: GRGNR on the rows; where
- *        that fails or has nothing to do, the step is halved towards s0, 5 times in all.
- * until the test holds or the step is 0, the base point. GRGNR runs with the limit 7 and broyden.
- * At most 140 evaluations. What fails sets terminate and, at printLevel > 0, prints its message; x,
- * f, s1 and the lists are then those of the last state reached.
- * Storage 5n + 1 doubles and GRGNR's; a refusal sets terminate too.
- *   feasMode, k         in      mode; position in f of the function that is minimised
+ *        that fails, once more with dependent variables exchanged for others with much larger
+ *        pivots; then, or where it has nothing to do, the step is halved towards s0, 5 times in
+ *        all.
+ * until the test holds or the step is 0, the base point. GRGNR runs with the limit 7 and broyden;
+ * where the step length is an unknown, every variable that it moves is held within the bounds. At
+ * most 148 evaluations, none at a point that is not finite. What fails sets terminate and, at
+ * printLevel > 0, prints its message; x, f, s1 and the lists are then those of the last state
+ * reached.
+ * Storage 2 nDep + 1 doubles for a new row, and GRGNR's; a refusal sets terminate too.
+ *   feasMode, k         in      mode; position in f of the function that is minimized
  *   n, m                in      number of variables, of functions
  *   x, f                in/out  (n), (m) trial point and its values; then those at the step taken
  *   xLower, xUpper      in      (n) scaled bounds, the lower ones first
@@ -961,7 +966,7 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *                               nDep + 4 never refuses one.
  *   XJAC, XJINV         in/out  (ld, ld) Jacobian and inverse of the basis
  *   G, colMap           in      (n, .) gradients, (m) column of each function: of all that is kept,
- *                               satisfied or minimised
+ *                               satisfied or minimized
  *   terminate           out     logical: end the search, the trial does not count
  *   second              out     logical: end the search after this trial; a constraint was taken
  *                               up, or a variable put on its bound
@@ -996,13 +1001,13 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
 /* Searches along d and leaves the best point found. In order:
  *     GRGTRK    active inequalities that d does not leave are held
  *     GRGINJ    basis for the satisfied equalities, then these; a row that is dropped is not held.
- *               Dependent variables are then exchanged, without evaluations, for others with much
- *               larger pivots, and where the tangent would take one to its bound within
- *               grgSearchParam2.
- *     entry     first step min(grgSearchParam1, carried); see below
+ *               Refined (tarnix_session_refine): dependent variables are then exchanged, without
+ *               evaluations, for others with much larger pivots.
+ *     entry     first step min(grgSearchParam1, carried); refined, see below
  *     trials    at most 51, each by GRGIDV, GRGDDV, one evaluation and GRGSAT. While the objective
  *               falls, the step s grows to min(3s, s + 0.4), or min(2s, s + 0.25) when anything is
- *               held, or min(2s, s + 0.15) after a restoration of more than 2 iterations; at most
+ *               held, or min(2s, s + 0.15) when the last restoration, be it of an earlier
+ *               call, took more than 2 iterations; at most
  *               to 10 % (0.05) past the next crossing, 2 % (0.01) past the next bound of a
  *               dependent variable. After a rise: parabolas, at most 3 (GRGPR3, GRGS34), and
  *               GRGPR2's, held within 0.1 s .. 0.5 s, when the first trial is worse already.
@@ -1011,8 +1016,8 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  * most convTol; absolutely, in mode 2 and 3), or when, without a parabola, the objective has
  * changed by at most convTolGrg/5 at a step above 2 or after 5 trials.
  *
- * Entry. Two corrections are tried where the point lives on the tolerance of its constraints. Each
- * costs one evaluation, and x and f are put back, bit for bit, when it does not help:
+ * Refined entry. Two corrections are tried where the point lives on the tolerance of its
+ * constraints. Each costs one evaluation, and x and f are put back, bit for bit, when it does not help:
  *     - where the objective rises along d, the whole step x + carried d, within the bounds. If it
  *       more than halves the largest violation, to convTol at most, the search ends there: x and f
  *       are then those of that point, although its objective is the larger one;
@@ -1022,9 +1027,9 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  * So the objective on return is at most that of the point at which the search started, which need
  * not be x at entry. A search that ends before its first trial leaves x and f as they are.
  *
- * At most 7193 evaluations: 2 at entry and 141 a trial.
+ * At most 7601 evaluations: 2 at entry and 149 a trial.
  *
- * Storage 3n + 1 and, above them, 2n + m doubles, and GRGINJ's or GRGSAT's. A refusal leaves the
+ * Storage 3n + 1 doubles, and GRGINJ's or GRGSAT's above them. A refusal leaves the
  * best point so far.
  *   feasMode             in      mode
  *   hessReset            in/out  -1 when d lies outside a tangent plane (GRGTRK), else left
@@ -1033,14 +1038,14 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  *   nKeep, keepList      in      (nKeep) inequalities that are not violated
  *   nEqSat, eqSatList    in      (nEqSat) satisfied equalities
  *   nActive, activeList  in      (nActive) inequalities that the binding test looks at
- *   objIndex             in      position in f of the function that is minimised
+ *   objIndex             in      position in f of the function that is minimized
  *   n                    in      number of variables
  *   x                    in/out  (n) scaled point, then the best one
  *   xUpper, xLower       in      (n) scaled bounds, the upper ones first
  *   m                    in      number of functions
  *   f                    in/out  (m) values at x, f(objIndex) negated in mode 3; also on return
  *   LISDF, G             in      (m) column of each function, (n, .) gradients, of all that is
- *                                kept, satisfied or minimised
+ *                                kept, satisfied or minimized
  *   GRADOB               in      (n) gradient of f(objIndex)
  *   d                    in      (n) direction of unit length
  *   status               in/out  at the smallest step 2 (mode 0) or 4; 7 when a parabola has no
@@ -1054,9 +1059,9 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  *   XJAC, XJINV          work    (ld, ld) Jacobian and inverse of the basis
  *   BSTDV, BSTDF         work    (n), (m) best point and its values
  *   xPrev, fPrev         work    (n), (m) latest accepted trial and its values
- * GRSSTE takes the work arrays from the work storage: with k = nEqSat + nActive + 1 and ld = k + 3,
- * 2n + 2m + 2 ld^2 + 1 doubles (2n + 2m + 2k^2 + 1 is asked for first), 3n + m + nActive + 6 and
- * ld integers. Its refusal does nothing. */
+ * GRSSTE takes the work arrays from the work storage, 2n + 2m + 2k^2 + 1 doubles with
+ * k = nEqSat + nActive + 1 and 3n + m + nActive + 6 integers; both matrices and rowList, with
+ * ld = nEqSat + nActive + 4, have memory of their own. Its refusal does nothing. */
 VRK_API void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
                     const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
                     const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,

@@ -241,16 +241,20 @@ VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* low
  *
  * The start is evaluated once before the method begins, whatever then ends it. An iteration takes n
  * or 2n evaluations for the gradients, twice that when the Hessian is found not to be positive
- * definite, and at most 7193 for the line search: a guarantee; 5 to 15 are usual.
+ * definite, and at most 7601 for the line search: a guarantee; 5 to 15 are usual.
  *
- * Work storage, with a = min(n, m2) and k = m1 + a + 1, at most:
- *     doubles   D = 2 + n^2 + 8n + n nfun, and above them the larger of
+ * A session can ask for the refined method, which solves more problems: tarnix_session_refine in
+ * session.h.
+ *
+ * Work storage, with a = min(n, m2), k = m1 + a + 1 and r = min(n, m1 + a + 4), at most:
+ *     doubles   D = 1 + n^2 + 8n + n nfun, and above them the larger of
  *               2n^2 + 7n + 1 + 3 m1 + 2 m2                (subproblem) and
- *               14n + 3 nfun + 2(k + 3)^2 + 4              (line search)
- *     integers  I = 3 m1 + 2 m2 + 3a + 2 nfun + 4n + 10.
+ *               5n + 2 nfun + 2k^2 + 2r + 3                (line search)
+ *     integers  I = m1 + m2 + a + nfun + n + max(n + 1, 3n + nfun + a + 6).
  * k counts the equalities that are satisfied and the inequalities that are active; fewer of these
- * take less. At n = 100 the defaults hold 82 inequalities. Too small a pool ends the solve where it is noticed: with status 10 when the subproblem's
- * solver lacks space, otherwise with 11. */
+ * take less. Too small a pool ends the solve where it is noticed: with status 10 when the
+ * subproblem's solver lacks space, otherwise with 11. storage.hpp states the totals of both calls as
+ * functions. */
 VRK_API int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
                         double* f);

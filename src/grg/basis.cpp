@@ -10,7 +10,9 @@ namespace tarnix::core {
 
 namespace {
 
-bool isPivot(double value) { return std::fabs(value) > settings->zeroTol; }
+bool isPivot(double value) {
+  return std::fabs(value) > settings->zeroTol;
+}
 
 // Walks the rows and keeps the candidates behind the dependent variables in the list of variables.
 struct BasisChoice {
@@ -32,9 +34,14 @@ struct BasisChoice {
       scoreCandidates(c);
       sortCandidates();
       switch (placeRow(c)) {
-        case Placed::accepted: ++r; break;
-        case Placed::junk: dropRow(r); break;
-        case Placed::noStorage: return false;
+        case Placed::accepted:
+          ++r;
+          break;
+        case Placed::junk:
+          dropRow(r);
+          break;
+        case Placed::noStorage:
+          return false;
       }
     }
     basis.fillJacobian(gradients);
@@ -283,6 +290,33 @@ void exchangeDependent(Basis& basis, int position, int entering, const Gradients
   replaceColumn(basis.inverseBlock(k), position, column, w);
   for (int i = 1; i <= k; ++i) basis.J(i, position) = column(i);
   basis.exchange(position, entering);
+}
+
+bool improveBasis(Basis& basis, ConstVector x, Box box, const Gradients& gradients,
+                  VectorView column, VectorView w) {
+  constexpr double worthwhile = 5.0;
+  constexpr double leastRoom = 0.01;
+  const int k = basis.nDep;
+  const auto room = [&](int v) {
+    const double up = box.upper(v) - x(v), down = x(v) - box.lower(v);
+    return std::min(up, down) / (up + down);
+  };
+  for (int exchanges = 0; exchanges < 2 * k; ++exchanges) {
+    double highest = worthwhile;
+    int position = 0, entering = 0;
+    for (const int32_t v : basis.independent)
+      for (int i = 1; i <= k; ++i) {
+        const double gain = std::fabs(pivotOf(basis, i, v, gradients)) * room(v) /
+                            (room(basis.variables(i)) + leastRoom);
+        if (!(gain > highest)) continue;
+        highest = gain;
+        position = i;
+        entering = v;
+      }
+    if (position == 0) return exchanges > 0;
+    exchangeDependent(basis, position, entering, gradients, column, w);
+  }
+  return k > 0;
 }
 
 void updateJacobian(MatrixView J, ConstVector s, ConstVector r) {

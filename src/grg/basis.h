@@ -65,14 +65,20 @@ void correctDependents(const Basis& basis, ConstVector f, Box box, VectorView x)
 // pivot: the factor by which it scales the determinant of the basis.
 double pivotOf(const Basis& basis, int position, int v, const Gradients& gradients);
 
-// The independent variable with the largest pivot times distance from its bounds; 0 when every pivot
-// is within zeroTol of zero.
+// The independent variable with the largest pivot times distance from its bounds; 0 when every
+// pivot is within zeroTol of zero.
 int exchangePartner(const Basis& basis, int position, ConstVector x, Box box,
                     const Gradients& gradients);
 
 // Makes that exchange in the lists and in both matrices. column, w: work of length nDep.
 void exchangeDependent(Basis& basis, int position, int entering, const Gradients& gradients,
                        VectorView column, VectorView w);
+
+// The first variable that works for a row may leave the basis almost singular, and its restoration
+// helpless. Exchanges by the largest pivot, weighted by the room that the variables have, mend
+// that. column, w: work of length nDep. True when there was one.
+bool improveBasis(Basis& basis, ConstVector x, Box box, const Gradients& gradients,
+                  VectorView column, VectorView w);
 
 // J := J - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.
 void updateJacobian(MatrixView J, ConstVector s, ConstVector r);

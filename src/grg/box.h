@@ -13,9 +13,7 @@ struct Box {
     return value > upper(v) ? upper(v) : value < lower(v) ? lower(v) : value;
   }
   // Distance of a value from the nearer bound of variable v.
-  double room(int v, double value) const {
-    return std::min(upper(v) - value, value - lower(v));
-  }
+  double room(int v, double value) const { return std::min(upper(v) - value, value - lower(v)); }
 };
 
 // Gradient of function c in column columnOf(c) of G; 0 means that it has none.

@@ -7,8 +7,7 @@
 
 namespace tarnix::core {
 
-void classify(ConstIndex inequalities, ConstIndex equalities, ConstVector f,
-              Classification& out) {
+void classify(ConstIndex inequalities, ConstIndex equalities, ConstVector f, Classification& out) {
   const double tol = settings->convTol;
   out.kept.clear();
   out.active.clear();

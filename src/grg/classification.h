@@ -8,9 +8,9 @@
 namespace tarnix::core {
 
 struct Classification {
-  IndexList kept;           // inequalities that are not violated, in index order
-  IndexList active;         // |g| <= convTol, the first activeRoom of them
-  IndexList satisfied;      // equalities with |h| <= convTol
+  IndexList kept;       // inequalities that are not violated, in index order
+  IndexList active;     // |g| <= convTol, the first activeRoom of them
+  IndexList satisfied;  // equalities with |h| <= convTol
   int activeRoom;
   int activeTotal = 0;
   double worstInequality = 0.0;  // largest violation, 0 when there is none

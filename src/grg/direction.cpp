@@ -1,5 +1,7 @@
 #include "grg/direction.h"
 
+#include <tarnix/storage.hpp>
+
 #include "qp/qp_solver.h"
 #include "trace/claim.h"
 
@@ -7,10 +9,11 @@ namespace tarnix::core {
 
 DirectionEnd findDirection(const Subproblem& qp, const Direction& result) {
   const int n = qp.x.size(), kept = qp.kept.size(), count = kept + qp.satisfied.size();
+  const storage::Need need = storage::grgDirection(n, count);
   WorkFrame doubles;
-  if (!trace::claim(doubles, int64_t{count} + 2 * int64_t{n} + 1)) return DirectionEnd::storage;
+  if (!trace::claim(doubles, need.doubles)) return DirectionEnd::storage;
   IndexFrame indices;
-  if (!trace::claim(indices, int64_t{n} + 1)) return DirectionEnd::storage;
+  if (!trace::claim(indices, need.integers)) return DirectionEnd::storage;
   const VectorView b = doubles.vector(count);
   const VectorView du = doubles.vector(n);
   const VectorView dl = doubles.vector(n);

@@ -18,7 +18,7 @@ struct Subproblem {
   Box box;
   ConstVector f;
   ConstIndex kept, satisfied;
-  ConstMatrix G;        // gradients of both, in this order
+  ConstMatrix G;  // gradients of both, in this order
   ConstMatrix hessian;
   ConstVector gObj;
 };

@@ -251,6 +251,7 @@ void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter, 
   *converged = logicalFalse;
   const int rows = *nRows, nv = *nVar;
   Restoration newton{.objective = {*k, *mode},
+                     .keepsInside = false,
                      .broyden = *broyden != 0,
                      .maxIter = *maxIter,
                      .rows = {rowList, rows},
@@ -390,13 +391,11 @@ void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
                                   .Jinv = {XJINV, order, order, order},
                                   .J = {XJAC, order, order, order}},
                         .dir = {d, nv}};
-  int restorationIterations = 0;
   LineSearch line(problem, {activeList, *nActive}, {d, nv}, {GRADOB, nv}, *carried,
                   {.bestX = {BSTDV, nv},
                    .previousX = {xPrev, nv},
                    .bestF = {BSTDF, mf},
-                   .previousF = {fPrev, mf}},
-                  restorationIterations);
+                   .previousF = {fPrev, mf}});
   const SearchEnd end = line.run();
   if (line.resetCurvature()) *hessReset = logicalTrue;
   if (end == SearchEnd::minimumStep)

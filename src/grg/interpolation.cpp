@@ -17,8 +17,7 @@ bool parabolaVertex(const std::array<StepValue, 3>& at, double& vertex) {
     if (tracing(1)) trace::message("ERROR IN GRGPR3, ZERO DENOM");
     return false;
   }
-  vertex = 0.5 *
-           (f1 * (s2 * s2 - s3 * s3) + f2 * (s3 * s3 - s1 * s1) + f3 * (s1 * s1 - s2 * s2)) /
+  vertex = 0.5 * (f1 * (s2 * s2 - s3 * s3) + f2 * (s3 * s3 - s1 * s1) + f3 * (s1 * s1 - s2 * s2)) /
            denominator;
   return true;
 }
@@ -28,8 +27,8 @@ bool chooseThree(bool forParabola, const std::array<StepValue, 4>& from,
   int first = 1;
   bool bracketed = true;
   if (forParabola) {
-    const auto lowest = std::min_element(from.begin(), from.end(),
-                                         [](auto a, auto b) { return a.f < b.f; });
+    const auto lowest =
+        std::min_element(from.begin(), from.end(), [](auto a, auto b) { return a.f < b.f; });
     const int at = static_cast<int>(lowest - from.begin());
     bracketed = at == 1 || at == 2;
     first = at <= 1 ? 0 : 1;

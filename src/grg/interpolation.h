@@ -11,7 +11,8 @@ struct StepValue {
   double f;  // objective there
 };
 
-// Vertex of the parabola through three points; false when the denominator is within zeroTol of zero.
+// Vertex of the parabola through three points; false when the denominator is within zeroTol of
+// zero.
 [[nodiscard]] bool parabolaVertex(const std::array<StepValue, 3>& at, double& vertex);
 
 // The three of four points (in order of s) to go on with: for a parabola those around the smallest

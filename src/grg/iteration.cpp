@@ -1,5 +1,7 @@
 #include "grg/iteration.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <optional>
@@ -35,12 +37,13 @@ class GrgIteration {
   using End = std::optional<GrgEnd>;
 
   GrgEnd iterate(int maxIter) {
+    session().restorationIterations = 0;
+    if (!claimActive()) return GrgEnd::error;
     for (int k = 1; k <= maxIter; ++k) {
       settings->nIter = k;
       if (stopRequested()) return GrgEnd::stopped;
       if (tracing(1)) traceStart(k);
       chooseObjective();
-      if (k == 1 && !claimLists()) return GrgEnd::error;
       if (const End end = direct()) return *end;
       if (const End end = testDirection()) return *end;
       if (const End end = search()) return *end;
@@ -57,13 +60,10 @@ class GrgIteration {
     trace::message(Line("NO. ANALYSIS CALLS ").integer(settings->nFunEval, 4));
   }
 
-  // The lists of the last subproblem: its active rows are numbered by them when the Lagrangian
-  // gradients of the next iteration are formed.
-  bool claimLists() {
-    const int inequalities = p.inequalities.size(), equalities = p.equalities.size();
-    if (!trace::claim(listFrame, cellCount(inequalities) + cellCount(equalities))) return false;
-    qpKept = listFrame.vector(inequalities);
-    qpSatisfied = listFrame.vector(equalities);
+  bool claimActive() {
+    if (!activeFrame.reserve(2 * int64_t{n})) return false;
+    activeFunctions = activeFrame.vector(n);
+    activePlaces = activeFrame.vector(n);
     return true;
   }
 
@@ -115,7 +115,7 @@ class GrgIteration {
           {p.x, p.box, p.f, lists.kept.view(), lists.satisfied.view(), G, a.hessian, a.gObj},
           {a.d, a.multiplier, a.activeRows, nact});
       if (end == DirectionEnd::storage) return GrgEnd::error;
-      keepSubproblemLists();
+      noteActiveRows();
       if (tracing(3)) {
         trace::list("IACT", a.activeRows.head(nact));
         trace::vector("XLAG", a.multiplier.head(nact));
@@ -129,11 +129,17 @@ class GrgIteration {
     }
   }
 
-  void keepSubproblemLists() {
-    std::ranges::copy(lists.kept, qpKept.begin());
-    std::ranges::copy(lists.satisfied, qpSatisfied.begin());
-    nQpKept = nKept;
-    nQpSatisfied = nSatisfied;
+  // The lists that number the active rows change before the Lagrangian gradients are formed: a
+  // general row is noted as its function, and takes its place among the active rows as its number.
+  void noteActiveRows() {
+    const int general = nKept + nSatisfied;
+    for (int k = 1; k <= nact; ++k) {
+      const int row = a.activeRows(k);
+      activeFunctions(k) = row <= nKept     ? lists.kept(row)
+                           : row <= general ? lists.satisfied(row - nKept)
+                                            : 0;
+      activePlaces(k) = row <= general ? k : nact + row - general;
+    }
   }
 
   bool refreshModel() {
@@ -161,18 +167,17 @@ class GrgIteration {
   }
 
   void lagrangianInto(VectorView gl) {
-    lagrangianGradient({qpKept.head(nQpKept), qpSatisfied.head(nQpSatisfied), a.columns,
-                        a.activeRows.head(nact), a.multiplier.head(nact)},
+    lagrangianGradient({activeFunctions.head(nact), {}, a.columns, activePlaces.head(nact),
+                        a.multiplier.head(nact)},
                        a.gObj, G, gl);
   }
 
   // An active row whose function gets no gradient now cannot enter the difference of the two.
   void dropMissingMultipliers() {
     for (int k = 1; k <= nact; ++k) {
-      const int row = a.activeRows(k);
-      if (row > nQpKept + nQpSatisfied) continue;
-      const int32_t c = row <= nQpKept ? qpKept(row) : qpSatisfied(row - nQpKept);
-      if (c == objective.index || lists.kept.contains(c) || lists.satisfied.contains(c)) continue;
+      const int32_t c = activeFunctions(k);
+      if (c == 0 || c == objective.index) continue;
+      if (lists.kept.contains(c) || lists.satisfied.contains(c)) continue;
       a.multiplier(k) = 0.0;
       if (tracing(3)) trace::message(Line("GRADIENT NOT AVAILABLE, FUNCTION ").integer(c, 6));
     }
@@ -181,8 +186,9 @@ class GrgIteration {
   // The matrix of the last iteration stays readable until this claim.
   bool computeGradients(double& scale) {
     const int columns = nKept + 1 + nSatisfied;
-    if (!trace::claim(gradientFrame, static_cast<int64_t>(n) * columns + 1)) return false;
-    G = {gradientFrame.carve(static_cast<int64_t>(n) * columns), n, n, columns};
+    const int64_t cells = storage::grgGradientMatrix(n, columns);
+    if (!trace::claim(gradientFrame, cells)) return false;
+    G = {gradientFrame.carve(cells), n, n, columns};
     if (!listedGradients({p.x, p.f, objective}, lists.kept.view(), lists.satisfied.view(),
                          a.columns.head(p.f.size()), G, a.gObj, scale))
       return false;
@@ -201,7 +207,7 @@ class GrgIteration {
       a.y(i) = a.lagrangian(i) - a.lagrangianOld(i);
     }
     WorkFrame frame;
-    if (!trace::claim(frame, 3 * cellCount(n) + 1)) return false;
+    if (!trace::claim(frame, storage::grgUpdate(n))) return false;
     const VectorView w1 = frame.vector(n);
     const VectorView w2 = frame.vector(n);
     const VectorView w3 = frame.vector(n);
@@ -251,10 +257,10 @@ class GrgIteration {
 
   // ---- line search -----------------------------------------------------------------------------
   End search() {
-    SearchStorage storage;
-    if (!storage.claim(n, p.f.size(), nSatisfied, nActive)) return GrgEnd::error;
+    SearchStorage arrays;
+    if (!arrays.claim(n, p.f.size(), nSatisfied, nActive)) return GrgEnd::error;
     int32_t nBinding = 0, nIndependent = 0, nDependent = 0, nRows = 0;
-    std::ranges::fill(storage.tracked, 0);
+    std::ranges::fill(arrays.tracked, 0);
     SearchProblem along{.objective = objective,
                         .x = p.x,
                         .f = p.f,
@@ -262,17 +268,16 @@ class GrgIteration {
                         .gradients = {G, a.columns},
                         .kept = lists.kept.view(),
                         .satisfied = lists.satisfied.view(),
-                        .tracked = storage.tracked,
-                        .binding = {storage.binding, nBinding},
-                        .basis = {.independent = {storage.independent, nIndependent},
+                        .tracked = arrays.tracked,
+                        .binding = {arrays.binding, nBinding},
+                        .basis = {.independent = {arrays.independent, nIndependent},
                                   .nDep = nDependent,
-                                  .variables = storage.dependent,
-                                  .rows = {storage.rows, nRows},
-                                  .Jinv = storage.Jinv,
-                                  .J = storage.J},
+                                  .variables = arrays.dependent,
+                                  .rows = {arrays.rows, nRows},
+                                  .Jinv = arrays.Jinv,
+                                  .J = arrays.J},
                         .dir = a.d};
-    LineSearch line(along, lists.active.view(), a.d, a.gObj, length, storage.work,
-                    restorationIterations);
+    LineSearch line(along, lists.active.view(), a.d, a.gObj, length, arrays.work);
     const SearchEnd end = line.run();
     if (line.resetCurvature()) hessReset = true;
     if (settings->errorFlag) return GrgEnd::error;
@@ -295,11 +300,10 @@ class GrgIteration {
   double length = 0.0;  // of its direction
   // Carried from one iteration to the next.
   bool hessReset = true;
-  int restorationIterations = 0;  // of the last restoration
   double fPrev1 = settings->bigValue, fPrev2 = -settings->bigValue;
-  IndexVector qpKept, qpSatisfied;
-  int32_t nQpKept = 0, nQpSatisfied = 0;
-  IndexFrame listFrame;
+  IndexVector activeFunctions;  // (n) of the active rows, 0 for bounds
+  IndexVector activePlaces;     // (n) the rows numbered by that list
+  PrivateFrame<int32_t> activeFrame{session().privateIndices};
   WorkFrame gradientFrame;
 };
 

@@ -21,7 +21,7 @@ enum class GrgEnd : int32_t {
 };
 
 struct GrgProblem {
-  VectorView x;           // (n) in: start, out: last accepted point
+  VectorView x;  // (n) in: start, out: last accepted point
   Box box;
   VectorView f;           // (m) values at x
   int objective;          // its position in f

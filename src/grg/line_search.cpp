@@ -1,5 +1,7 @@
 #include "grg/line_search.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
 
@@ -26,7 +28,7 @@ SearchEnd LineSearch::run() {
   reset_ = trackBinding(active, p.gradients, d, p.binding, p.tracked);
   if (!prepare()) return SearchEnd::storage;
   start();
-  if (!tooShort() && refineEntry()) return leaveAtBest(SearchEnd::bestPoint);
+  if (refined && !tooShort() && refineEntry()) return leaveAtBest(SearchEnd::bestPoint);
   for (trial_ = 1; trial_ <= maxTrials; ++trial_) {
     if (tracing(1)) {
       trace::message("");
@@ -36,7 +38,7 @@ SearchEnd LineSearch::run() {
       if (tracing(2)) trace::message("TERMINATE: MINIMUM STEPLENGTH");
       return leaveAtBest(SearchEnd::minimumStep);
     }
-    tryPoint();
+    if (!tryPoint()) break;
     if (!saturate()) {
       if (tracing(2) && !settings->errorFlag) trace::message("TERMINATE: GRGSAT");
       break;
@@ -55,33 +57,18 @@ SearchEnd LineSearch::run() {
 // The point at step 0 and the tangent have room of their own.
 bool LineSearch::prepare() {
   const int n = p.n(), m = p.f.size();
-  if (!trace::claim(frame_, 3 * int64_t{n} + 1)) return false;
+  if (!trace::claim(frame_, storage::grgBasis(n))) return false;
   for (VectorView* v : {&scratch_.u, &scratch_.z, &scratch_.score}) *v = frame_.vector(n);
   if (!chooseSearchBasis(p, d, scratch_)) return false;
-  if (!trace::claim(baseFrame_, 2 * int64_t{n} + m)) return false;
+  if (!baseFrame_.reserve(2 * int64_t{n} + m)) return false;
   tangent_ = baseFrame_.vector(n);
   base_.x = baseFrame_.vector(n);
   base_.f = baseFrame_.vector(m);
-  improveBasis(p, scratch_.u, scratch_.z);
+  if (refined) improveBasis(p.basis, p.x, p.box, p.gradients, scratch_.u, scratch_.z);
   formTangent(p, d, tangent_, scratch_.u);
   p.dir = tangent_;
-  freeBlockedBasis();
   if (tracing(2)) traceBasis(p);
   return true;
-}
-
-// A dependent variable that the tangent drives out of the box at once would stop the search before
-// its first trial: it changes places with an independent one.
-void LineSearch::freeBlockedBasis() {
-  for (int exchanges = 0; exchanges < p.basis.nDep; ++exchanges) {
-    const Blocking first = firstBound(p.basis.dependent(), p.x, p.box, p.dir);
-    if (first.variable == 0 || !(first.step < settings->grgSearchParam2)) return;
-    const int position = p.basis.positionOf(first.variable);
-    const int entering = exchangePartner(p.basis, position, p.x, p.box, p.gradients);
-    if (entering == 0) return;
-    exchangeDependent(p.basis, position, entering, p.gradients, scratch_.u, scratch_.z);
-    formTangent(p, d, tangent_, scratch_.u);
-  }
 }
 
 void LineSearch::start() {
@@ -111,15 +98,17 @@ bool LineSearch::refineEntry() {
 
 // ---- one trial ---------------------------------------------------------------------------------
 
-void LineSearch::tryPoint() {
+// False where the trial point is not finite: nothing is evaluated there.
+bool LineSearch::tryPoint() {
   const StepPoint from = base_.point();
   moveIndependent(p.basis.independent.view(), p.box, step_, p.dir, p.x, from);
   blocking_ = predictFrom(from, p.basis.dependent(), p.box, step_, p.dir, p.x, scratch_.score);
-  p.evaluateHere();
+  if (!p.evaluateHere()) return false;
   if (tracing(2)) {
     trace::vector("DV AFTER STEP", p.x);
     trace::vector("DF AFTER STEP", p.f);
   }
+  return true;
 }
 
 // The latest accepted trial below the step, else the point at step 0.
@@ -141,8 +130,6 @@ bool LineSearch::saturate() {
                             .blocking = blocking_});
   saturation.run();
   step_ = saturation.step;
-  if (saturation.restorationIterations >= 0)
-    restorationIterations = saturation.restorationIterations;
   lastTrial_ = saturation.second;
   return !saturation.terminate && !settings->errorFlag;
 }
@@ -234,7 +221,7 @@ double LineSearch::growthLimit() const {
   constexpr int quickRestoration = 2;
   const double s = step_;
   if (p.binding.count() == 0 && p.satisfied.size() == 0) return std::min(3.0 * s, s + 0.4);
-  return std::min(2.0 * s, s + (restorationIterations > quickRestoration ? 0.15 : 0.25));
+  return std::min(2.0 * s, s + (session().restorationIterations > quickRestoration ? 0.15 : 0.25));
 }
 
 // Where the inequalities that are not held reach zero, linearly through the last two points; an

@@ -20,25 +20,24 @@ struct SearchWork {
 class LineSearch {
  public:
   // Evaluations that one search can take: two for the entry; each trial is evaluated, and its
-  // saturation moves the point at most three times in a pass and halves the step at most maxHalvings
-  // times, each with one restoration, and corrects it at most once in a pass.
+  // saturation moves the point at most three times in a pass, tries one better basis and halves the
+  // step at most maxHalvings times, each with one restoration, and corrects it at most once in a
+  // pass.
   static constexpr int maxTrials = 51;
   static constexpr int maxEvaluations =
       2 + maxTrials * (1 + Saturation::maxPasses +
-                       (3 * Saturation::maxPasses + Saturation::maxHalvings) *
+                       (3 * Saturation::maxPasses + 1 + Saturation::maxHalvings) *
                            (1 + Saturation::restorationLimit));
 
   // direction has unit length; active are the inequalities that the binding test looks at.
   LineSearch(SearchProblem& problem, ConstIndex activeInequalities, ConstVector direction,
-             ConstVector gradient, double carriedStep, const SearchWork& arrays,
-             int& lastRestorationIterations)
+             ConstVector gradient, double carriedStep, const SearchWork& arrays)
       : p(problem),
         active(activeInequalities),
         d(direction),
         gObj(gradient),
         carried(carriedStep),
-        work(arrays),
-        restorationIterations(lastRestorationIterations) {}
+        work(arrays) {}
 
   SearchEnd run();
   bool resetCurvature() const { return reset_; }
@@ -47,11 +46,10 @@ class LineSearch {
   enum class Next { goOn, stop, flat };
 
   bool prepare();
-  void freeBlockedBasis();
   void start();
   bool refineEntry();
   bool tooShort() const { return step_ < settings->grgSearchParam2; }
-  void tryPoint();
+  bool tryPoint();
   bool saturate();
   Sample reference() const;
   void recordTrial();
@@ -74,10 +72,10 @@ class LineSearch {
   const ConstVector gObj;
   const double carried;
   const SearchWork work;
-  int& restorationIterations;  // of the last restoration, that of an earlier search to begin with
+  const bool refined = session().refined;
   // Work.
   WorkFrame frame_;
-  WorkFrame baseFrame_;
+  PrivateFrame<double> baseFrame_{session().privateDoubles};
   BasisScratch scratch_{};  // (n) each: for the basis, then for prediction and restoration
   VectorView tangent_;      // (n) direction, the tangent for dependent variables
   Sample base_{};           // the point at step 0
@@ -91,8 +89,8 @@ class LineSearch {
   double slope_ = 0.0;      // of the objective along the direction, at entry
   double bestStep_ = 0.0;
   double bestObjective_ = 0.0;
-  bool improved_ = false;   // this trial was the best
-  bool risen_ = false;      // some trial was not: parabolas from there on
+  bool improved_ = false;  // this trial was the best
+  bool risen_ = false;     // some trial was not: parabolas from there on
   std::array<StepValue, 4> pairs_{};
   int pairCount_ = 0;
   int fits_ = 0;

@@ -23,13 +23,14 @@ struct Blocking {
   double step = 0.0;
 };
 
-// Linear extrapolation of the listed variables from two points, or along the tangent dxdt when their
-// steps are within zeroTol of each other; a prediction that reaches a bound is put on it.
+// Linear extrapolation of the listed variables from two points, or along the tangent dxdt when
+// their steps are within zeroTol of each other; a prediction that reaches a bound is put on it.
 Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVector dxdt,
                           VectorView x, StepPoint base, StepPoint previous);
 
 // The same from one point along the tangent. A second point one step back is made up for it in work
-// (n): from two points the step that is reported is that of the bound, on the tangent alone it is not.
+// (n): from two points the step that is reported is that of the bound, on the tangent alone it is
+// not.
 Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
                      ConstVector tangent, VectorView x, VectorView work);
 

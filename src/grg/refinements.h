@@ -6,19 +6,14 @@
 
 namespace tarnix::core {
 
-// The first variable that works for a row may leave the basis almost singular, and its restoration
-// helpless. Exchanges by the largest pivot, weighted by the room that the variables have, mend that.
-// column, w: work (n).
-void improveBasis(SearchProblem& p, VectorView column, VectorView w);
-
 // A point that lives on the tolerance of its constraints looks better than it is: where the
 // direction leads uphill, it is there to mend that. The whole step, to the end of the unscaled
 // direction, is taken when it more than halves the violation. False: x and f are as before.
 bool takeWholeStep(SearchProblem& p, ConstVector d, double length, ConstVector entryX,
                    ConstVector entryF);
 
-// For the same reason every restored trial would lose to such a point: one Newton correction puts it
-// back on the rows that are held before the search starts. False: x and f are as before.
+// For the same reason every restored trial would lose to such a point: one Newton correction puts
+// it back on the rows that are held before the search starts. False: x and f are as before.
 bool restoreEntry(SearchProblem& p, ConstVector entryX, ConstVector entryF);
 
 }  // namespace tarnix::core

@@ -1,5 +1,6 @@
 #include "grg/restoration.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "grg/basis.h"
@@ -10,6 +11,7 @@ namespace tarnix::core {
 
 void Restoration::run() {
   double previousNorm = settings->bigValue;
+  session().restorationIterations = 0;
   for (iteration = 1; iteration <= maxIter; ++iteration) {
     if (satisfied()) {
       converged = true;
@@ -18,7 +20,8 @@ void Restoration::run() {
         trace::vector("DV RETURN NR", x);
         trace::vector("DF RETURN NR", f);
       }
-      if (tracing(1)) trace::message(Line("NR ITERATIONS= ").integer(evaluations, 4));
+      if (tracing(1))
+        trace::message(Line("NR ITERATIONS= ").integer(session().restorationIterations, 4));
       return;
     }
     if (iteration == 1) ++settings->nNewton1;
@@ -29,7 +32,7 @@ void Restoration::run() {
     const bool growing = !(norm <= previousNorm);
     if (growing && tracing(2)) trace::message("NR RESIDUALS GROWING");
     if (atBound && tracing(2)) trace::message("DEPENDENT VAR AT BOUND");
-    if (growing || atBound) return;
+    if (growing || atBound || (keepsInside && !finite())) return;
     previousNorm = norm;
     evaluateHere();
     if (broyden && !refreshMatrices()) return;
@@ -89,17 +92,25 @@ bool Restoration::moveStep(int i, bool& atBound) {
   for (const int32_t v : variables.head(nDep)) {
     const double slope = secant ? (base.x(v) - previous.x(v)) / width : dir(v);
     x(v) += slope * dx(i);
+    if (keepsInside) clip(v, atBound);
   }
-  const int v = variables(i);
+  clip(variables(i), atBound);
+  return true;
+}
+
+void Restoration::clip(int v, bool& atBound) {
   const double clipped = box.clip(v, x(v));
   if (clipped != x(v)) atBound = true;
   x(v) = clipped;
-  return true;
+}
+
+bool Restoration::finite() const {
+  return std::ranges::all_of(x, [](double xi) { return std::isfinite(xi); });
 }
 
 void Restoration::evaluateHere() {
   ++settings->nNewton2;
-  ++evaluations;
+  ++session().restorationIterations;
   evaluate(x, f, objective);
   if (tracing(3)) {
     trace::vector("DV AFTER NR", x);

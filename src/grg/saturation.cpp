@@ -1,7 +1,10 @@
 #include "grg/saturation.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "grg/interpolation.h"
 #include "grg/restoration.h"
@@ -36,11 +39,9 @@ void Saturation::run() {
 }
 
 bool Saturation::claimWork() {
-  if (!trace::claim(frame_, 5 * cellCount(p.n()) + 1)) {
-    terminate = true;
-    return false;
-  }
-  for (VectorView* v : {&artificial_, &u_, &z_, &w_, &y_}) *v = frame_.vector(p.n());
+  terminate = !frame_.reserve(4 * int64_t{p.n()});
+  if (terminate) return false;
+  for (VectorView* v : {&artificial_, &u_, &z_, &w_}) *v = frame_.vector(p.n());
   return true;
 }
 
@@ -80,8 +81,7 @@ void Saturation::takeUp(const Crossing& crossing) {
   const double uncut = step;
   const bool endedBefore = second;
   second = true;
-  moveTo(cut);
-  p.evaluateHere();
+  if (!evaluateAt(cut)) return;
   if (tracing(2)) {
     trace::vector("DV AT BIND STEP", p.x);
     trace::vector("DF AT BIND STEP", p.f);
@@ -90,12 +90,12 @@ void Saturation::takeUp(const Crossing& crossing) {
   bool singular = true;
   if (holdWithNewDependent(c, singular)) return;
   if (settings->errorFlag) return void(terminate = true);
-  moveTo(cut);
-  p.evaluateHere();
+  if (!evaluateAt(cut)) return;
   bool singularAgain = true;
   if (holdWithStepLength(c, singularAgain)) return;
+  if (settings->errorFlag) return void(terminate = true);
   const bool noPivot = singular && singularAgain;
-  if (noPivot && impliedByHeldRows(c, uncut)) {
+  if (session().refined && noPivot && impliedByHeldRows(c, uncut)) {
     second = endedBefore;
     return;
   }
@@ -103,12 +103,13 @@ void Saturation::takeUp(const Crossing& crossing) {
   fail(noPivot ? "SINGULAR JACOBIAN DURING AUGMENT" : "CONVERGE FAIL, GRGNR, NEW CONSTRAINT");
 }
 
-// Ends the search. Exhausted storage has had its message, and nothing else is to be said.
+// Ends the search. Exhausted storage has had its message, and nothing else is to be said. The final
+// test follows a failed restoration too.
 void Saturation::fail(std::string_view reason) {
   terminate = true;
   if (settings->errorFlag || !tracing(1)) return;
   trace::message(reason);
-  trace::message("FEASIBILITY FAILED IN GRGSAT");
+  if (!feasible()) trace::message("FEASIBILITY FAILED IN GRGSAT");
 }
 
 int Saturation::bestIndependent(int c) const {
@@ -125,16 +126,20 @@ int Saturation::bestIndependent(int c) const {
 }
 
 // Borders the inverse by u_ and the row of constraint c on the dependent variables.
-bool Saturation::augment(int c, double corner, std::string_view unknown) {
+bool Saturation::augment(int c, double corner) {
   const int k = p.basis.nDep;
+  WorkFrame frame;
+  if (!trace::claim(frame, storage::grgBorder(k))) return false;
+  const VectorView w = frame.vector(k);
+  const VectorView y = frame.vector(k);
   for (int j = 1; j <= k; ++j) z_(j) = p.gradients(p.basis.variables(j), c);
   if (tracing(3)) {
     trace::vector("AROW", z_.head(k));
     trace::vector("ACOL", u_.head(k));
-    trace::message(Line("ACORN ").real(corner, 14, 5).text(unknown));
+    trace::message(Line("ACORN ").real(corner, 14, 5));
   }
   if (corner < 0.0 && tracing(2)) trace::message("ACORN NEGATIVE");
-  if (!borderInverse(k, corner, z_, u_, p.basis.Jinv, w_, y_)) return false;
+  if (!borderInverse(k, corner, z_, u_, p.basis.Jinv, w, y)) return false;
   if (tracing(3)) trace::matrix("JACOBIAN INVERSE", p.basis.inverseBlock(k + 1));
   return true;
 }
@@ -146,7 +151,7 @@ bool Saturation::holdWithNewDependent(int c, bool& singular) {
   const int v = bestIndependent(c);
   if (v == 0 || k >= basis.room()) return false;
   for (int i = 1; i <= k; ++i) u_(i) = p.gradients(v, basis.rows(i));
-  if (!augment(c, p.gradients(v, c), "")) return false;
+  if (!augment(c, p.gradients(v, c))) return false;
   singular = false;
 
   basis.addDependent(v, c);
@@ -175,7 +180,7 @@ bool Saturation::holdWithStepLength(int c, bool& singular) {
     return sum;
   };
   for (int i = 1; i <= k; ++i) u_(i) = alongDirection(basis.rows(i));
-  if (!augment(c, alongDirection(c), " ON STEP LENGTH")) return false;
+  if (!augment(c, alongDirection(c))) return false;
   singular = false;
 
   basis.rows.append(c);
@@ -189,15 +194,13 @@ bool Saturation::holdWithStepLength(int c, bool& singular) {
 // Constraint c may follow from the rows that are held: then the step can stand once these have been
 // restored, and c needs no place of its own.
 bool Saturation::impliedByHeldRows(int c, double length) {
-  if (p.basis.nDep == 0) return false;
-  moveTo(length);
-  p.evaluateHere();
+  if (p.basis.nDep == 0 || !evaluateAt(length)) return false;
   restoreOrShorten();
   if (terminate) return false;
   if (p.f(c) > settings->convTol) {
     // c may be on a larger scale than the rows: what is within tolerance for them is not for it.
     correctDependents(p.basis, p.f, p.box, p.x);
-    p.evaluateHere();
+    if (!evaluateFinite()) return false;
   }
   if (!feasible()) return false;
   p.tracked(c) = 1;
@@ -233,8 +236,7 @@ void Saturation::exchangeAtBound() {
   second = true;
   moveTo(std::max(0.0, limit));
   if (step > 0.0) p.x(leaving) = bound;
-  p.evaluateHere();
-  if (step <= 0.0) return;
+  if (!evaluateFinite() || step <= 0.0) return;
   if (!restore(k, k)) fail("CONVERGE FAIL, GRGNR");
 }
 
@@ -254,17 +256,21 @@ bool Saturation::feasible() const {
   return !p.objective.isEquality() || p.f(p.objective.index) >= -tol;
 }
 
-// Restores the rows that are held; a step from which that fails, or that no row can mend, is halved
-// towards the reference.
+// Restores the rows that are held. Where that fails, first with a better basis from the same step;
+// then, or where no row can mend the point, the step is halved towards the reference.
 void Saturation::restoreOrShorten() {
   for (;;) {
     const bool converged = restore(p.basis.nDep, p.basis.nDep);
-    if (converged && (restorationIterations > 0 || feasible())) return;
-    if (settings->errorFlag) break;
-    if (halvings_ == maxHalvings || !rebuildMatrices()) break;
+    if (converged && (session().restorationIterations > 0 || feasible())) return;
+    if (settings->errorFlag || !rebuildMatrices()) break;
+    if (!converged && !std::exchange(recovered_, true) &&
+        improveBasis(p.basis, p.x, p.box, p.gradients, u_, w_)) {
+      if (!evaluateAt(step)) return;
+      continue;
+    }
+    if (halvings_ == maxHalvings) break;
     ++halvings_;
-    moveTo(0.5 * (given.referenceStep + step));
-    p.evaluateHere();
+    if (!evaluateAt(0.5 * (given.referenceStep + step))) return;
   }
   fail("CONVERGE FAIL, GRGNR");
 }
@@ -281,12 +287,24 @@ void Saturation::moveTo(double length) {
   blocking = predictFrom(from, p.basis.dependent(), p.box, step, p.dir, p.x, artificial_);
 }
 
+bool Saturation::evaluateAt(double length) {
+  moveTo(length);
+  return evaluateFinite();
+}
+
+// A point that is not finite ends the search without an evaluation.
+bool Saturation::evaluateFinite() {
+  if (!p.evaluateHere()) terminate = true;
+  return !terminate;
+}
+
 // The first rows of the basis by Newton; rows behind nDep move the step length.
 bool Saturation::restore(int rows, int nDep) {
   restored_ = true;
   const Basis& basis = p.basis;
   Restoration newton{
       .objective = p.objective,
+      .keepsInside = true,
       .broyden = true,
       .maxIter = restorationLimit,
       .rows = basis.rows.view().head(rows),
@@ -307,7 +325,6 @@ bool Saturation::restore(int rows, int nDep) {
       .step = step};
   newton.run();
   step = newton.step;
-  restorationIterations = newton.evaluations;
   return newton.converged;
 }
 

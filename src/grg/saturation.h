@@ -1,6 +1,7 @@
 #pragma once
-// What becomes of a trial step: it stands as it is, or it is cut back at the first inequality that it
-// violates or the first bound that a dependent variable reaches, and feasibility is restored there.
+// What becomes of a trial step: it stands as it is, or it is cut back at the first inequality that
+// it violates or the first bound that a dependent variable reaches, and feasibility is restored
+// there.
 
 #include <string_view>
 
@@ -27,7 +28,7 @@ struct TrialStep {
   StepPoint base;               // the point at step 0
   VectorView dx, r;             // (n) work of the restoration
   double step;
-  Blocking blocking;            // of the prediction behind it
+  Blocking blocking;  // of the prediction behind it
 };
 
 struct Saturation {
@@ -37,11 +38,10 @@ struct Saturation {
   SearchProblem& p;
   const TrialStep given;
   // Decided.
-  double step;                     // the step taken
-  Blocking blocking;               // of the last prediction
-  bool terminate = false;          // end the search, the trial does not count
-  bool second = false;             // end the search after this trial
-  int restorationIterations = -1;  // of the last restoration, -1 when there was none
+  double step;             // the step taken
+  Blocking blocking;       // of the last prediction
+  bool terminate = false;  // end the search, the trial does not count
+  bool second = false;     // end the search after this trial
 
   static constexpr int maxPasses = 4;
   static constexpr int maxHalvings = 5;
@@ -63,24 +63,26 @@ struct Saturation {
   bool holdWithNewDependent(int c, bool& singular);
   bool holdWithStepLength(int c, bool& singular);
   bool impliedByHeldRows(int c, double length);
-  bool augment(int c, double corner, std::string_view unknown);
+  bool augment(int c, double corner);
   int bestIndependent(int c) const;
   void exchangeAtBound();
   void restoreOrShorten();
   bool feasible() const;
 
   void moveTo(double length);
+  bool evaluateAt(double length);
+  bool evaluateFinite();
   bool restore(int rows, int nDep);
   bool rebuildMatrices();
 
-  WorkFrame frame_{};
+  PrivateFrame<double> frame_{session().privateDoubles};
   VectorView artificial_{};  // (n) the made-up point behind a prediction
   VectorView u_{};           // (n) new column of the basis
   VectorView z_{};           // (n) new row
   VectorView w_{};           // (n) work of the inverse
-  VectorView y_{};           // (n)
   bool restored_ = false;    // in this pass
   int halvings_ = 0;
+  bool recovered_ = false;  // a better basis has been tried
 };
 
 }  // namespace tarnix::core

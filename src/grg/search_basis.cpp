@@ -8,8 +8,8 @@
 
 namespace tarnix::core {
 
-bool trackBinding(ConstIndex active, const Gradients& gradients, ConstVector d,
-                  IndexList& binding, IndexVector tracked) {
+bool trackBinding(ConstIndex active, const Gradients& gradients, ConstVector d, IndexList& binding,
+                  IndexVector tracked) {
   constexpr double oneDegree = -0.017452406;  // minus its sine: what points inside by more leaves
   constexpr double outside = 0.01;
   bool reset = false;
@@ -26,8 +26,7 @@ bool trackBinding(ConstIndex active, const Gradients& gradients, ConstVector d,
     reset = true;
     if (!tracing(2)) continue;
     trace::message("SEARCH DIRECTION OUTSIDE TANGENT");
-    trace::message(
-        Line(" BINDING DF# ").integer(c, 4).text("  DOTP=").real(cosine, 14, 5));
+    trace::message(Line(" BINDING DF# ").integer(c, 4).text("  DOTP=").real(cosine, 14, 5));
   }
   return reset;
 }

@@ -8,8 +8,8 @@ namespace tarnix::core {
 
 // Active inequalities that the direction does not leave are appended to binding and flagged. True
 // when one of them lies so far beyond its tangent plane that the curvature must be reset.
-bool trackBinding(ConstIndex active, const Gradients& gradients, ConstVector d,
-                  IndexList& binding, IndexVector tracked);
+bool trackBinding(ConstIndex active, const Gradients& gradients, ConstVector d, IndexList& binding,
+                  IndexVector tracked);
 
 // The basis for the satisfied equalities and the binding inequalities; a row that gets no dependent
 // variable is not held any more. False when the work storage is exceeded.

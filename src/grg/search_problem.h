@@ -13,12 +13,12 @@ struct SearchProblem {
   VectorView f;
   Box box;
   Gradients gradients;
-  ConstIndex kept;        // non-violated inequalities
-  ConstIndex satisfied;   // equalities
-  IndexVector tracked;    // LTRAK (m): 1 for each inequality that is held
-  IndexList binding;      // MTRAK: those inequalities
+  ConstIndex kept;       // non-violated inequalities
+  ConstIndex satisfied;  // equalities
+  IndexVector tracked;   // LTRAK (m): 1 for each inequality that is held
+  IndexList binding;     // MTRAK: those inequalities
   Basis basis;
-  ConstVector dir;        // (n) direction, the tangent for dependent variables
+  ConstVector dir;  // (n) direction, the tangent for dependent variables
 
   int n() const { return x.size(); }
   bool isTracked(int c) const { return tracked(c) == 1; }
@@ -28,7 +28,13 @@ struct SearchProblem {
     if (c != objective.index) binding.append(c);
   }
   double minimized() const { return f(objective.index); }
-  void evaluateHere() const { evaluate(x, f, objective); }
+  // False, with nothing evaluated, where the point is not finite.
+  [[nodiscard]] bool evaluateHere() const {
+    for (const double xi : x)
+      if (!std::isfinite(xi)) return false;
+    evaluate(x, f, objective);
+    return true;
+  }
 };
 
 }  // namespace tarnix::core

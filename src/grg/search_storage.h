@@ -1,5 +1,6 @@
 #pragma once
-// The arrays of one search, claimed from the work storage.
+// The arrays of one search. The storage is claimed with the total that the method is known by; the
+// matrices and the row list, which have room for what a search takes up, stand beside it.
 
 #include "grg/line_search.h"
 
@@ -15,7 +16,9 @@ struct SearchStorage {
 
  private:
   WorkFrame doubles_;
-  IndexFrame lists_, rowList_;
+  IndexFrame lists_;
+  PrivateFrame<double> matrices_{session().privateDoubles};
+  PrivateFrame<int32_t> rowList_{session().privateIndices};
 };
 
 }  // namespace tarnix::core

@@ -40,6 +40,7 @@ struct Session {
   // The second group's list of the solves without a first group. It is not released at their return:
   // the next such solve takes it again and lets it grow.
   Arena<int32_t> keptList{true};
+  int32_t restorationIterations = 0;  // of the last Newton restoration
   bool refined = false;  // the reduced gradient method with its refinements
 };
 

@@ -122,11 +122,12 @@ class PrivateFrame {
     if (next_ == nullptr) settings->errorFlag = logicalTrue;
     return next_ != nullptr;
   }
-  BasicVector<T> vector(int size) {
+  T* carve(int64_t cells) {
     T* stretch = next_;
-    next_ += cellCount(size);
-    return {stretch, size};
+    next_ += cellCount(cells);
+    return stretch;
   }
+  BasicVector<T> vector(int size) { return {carve(size), size}; }
 
  private:
   Arena<T>& arena_;

@@ -110,10 +110,11 @@ TEST_F(GrgIteration, StorageRefusals) {
     Rows totals;
     int solver;  // the subproblem's own among them: printed at every level, status 10
   } cases[] = {
-      // n^2 + 8n + 1; gradients n + 1; both blocks of differences; 2n + 1 right sides; QPSOLV 33.
-      {3, 0, false, {34, 38, 40, 42, 45, 78}, 78},
-      // Three equalities: gradients 4 + 1, blocks of 5, QPSOLV 13; search 2 + 8 + 2 * 16 + 1.
-      {1, 3, false, {10, 15, 20, 25, 34, 58}, 34},
+      // n^2 + 8n + 1; gradients n; both blocks of differences; 2n + 1 right sides; QPSOLV 33.
+      {3, 0, false, {34, 37, 39, 41, 44, 77}, 77},
+      // Three equalities: gradients 4, blocks of 5, QPSOLV 13; search 2 + 8 + 2 * 16 + 1, its basis
+      // 3 + 1, the first row of that 1.
+      {1, 3, false, {10, 14, 19, 24, 33, 57, 61, 62}, 33},
       {3, 0, true, {4, 8, 20}, 0},
       {100, 0, false, {10801}, 0},
   };
@@ -284,6 +285,7 @@ TEST_F(GrgIteration, ReturnedValuesAreThoseOfTheAnalysis) {
 // mode changes, and the Hessian with it.
 TEST_F(GrgIteration, OvershootChangesTheMode) {
   VRK_set_print(2);
+  tarnix_session_refine(nullptr, 1);
   for (const double sign : {1.0, -1.0}) {
     Solve solve({.0005, 0}, 1, 1, [&](double* x, double* f, double* h, double* g) {
       *f = 0, *h = sign * ((x[0] > .0002 ? .5 : -.5) - .1 * x[1]), *g = x[0];

@@ -1,6 +1,8 @@
 // The search along a direction: every step it tries and every message, from both routines. The
 // first variable is the step.
 
+#include <memory>
+
 #include "grg/along.h"
 
 using namespace support;
@@ -138,6 +140,79 @@ TEST_F(GrgSearch, RowsThatAreHeld) {
   a.search(true);
   EXPECT_EQ(Rows(a.tracked.begin() + 1, a.tracked.end()), (Rows{1, 0, 1}));
   EXPECT_EQ(a.hessReset, -1);
+}
+
+// Each refinement where it decides, and the plain method without it.
+TEST_F(GrgSearch, Refinements) {
+  const auto searched = [](bool refined, Values d, int m1, int m2, Along::Fill fill,
+                           auto... options) {
+    VRK_setDefaults();
+    tarnix_session_refine(nullptr, refined);
+    auto a = std::make_unique<Along>(d, m1, m2, fill);
+    (options(*a), ...);
+    a->search(true);
+    return a;
+  };
+  for (const bool refined : {false, true}) {
+    SCOPED_TRACE(refined ? "refined" : "plain");
+    // The entry point is off its row by half the tolerance: one Newton correction first.
+    const auto entry = searched(refined, {1, 0}, 1, 0, [](auto x, auto f) {
+      f[0] = -x[0], f[1] = x[1] + .0005;
+    });
+    EXPECT_EQ(entry->host.calls[0].x, refined ? Values({0, -.0005}) : Values({.02, 0}));
+
+    // Uphill, to mend a violation within the tolerance: the whole step, or none.
+    const auto uphill = searched(
+        refined, {1}, 0, 1, [](auto x, auto f) { f[0] = x[0], f[1] = .0008 - x[0]; },
+        carry<2>, [](Along& a) { a.gObj[0] = 1.0; });
+    EXPECT_EQ(uphill->x[0], refined ? .5 : 0.0);
+    EXPECT_EQ(uphill->host.calls[0].x[0], refined ? .5 : .02);
+
+    // The second row takes the variable with the larger entry, whose pivot is 0.001.
+    const std::string basis = captured([&] {
+      searched(
+          refined, {0, 0, 1}, 2, 0,
+          [](auto x, auto f) {
+            f[0] = 0, f[1] = x[0] + .599 * x[1], f[2] = x[0] + .6 * x[1] + .5 * x[2];
+          },
+          [](Along&) { VRK_set_print(2); });
+    });
+    const char* const chosen = refined ? " MDDV\n         1         3\n"
+                                       : " MDDV\n         1         2\n";
+    EXPECT_NE(basis.npos, basis.find(chosen)) << basis;
+
+    // Constraint 3 follows from the equality that is held: once that is restored the step stands.
+    VRK_setDefaults();
+    VRK_set_print(1);
+    Along implied({1, 1}, 1, 1, [](auto x, auto f) {
+      f[0] = 0, f[1] = x[1] - x[0] - .1 * x[0] * x[0], f[2] = -f[1];
+    });
+    const std::string text = captured([&] { implied.saturate(0, .5, true); });
+    EXPECT_EQ(text.find("SINGULAR JACOBIAN DURING AUGMENT") == text.npos, refined) << text;
+    EXPECT_EQ(implied.terminate, refined ? 0 : -1);
+    EXPECT_TRUE(!refined || (implied.step == .5 && implied.second == 0)) << implied.step;
+  }
+}
+
+// The growth of the step follows the last restoration, be it of an earlier call.
+TEST_F(GrgSearch, RestorationsAreCountedOverCalls) {
+  const auto steps = [] {
+    Along a({1, 0}, 0, 1, [](auto x, auto f) { f[0] = -x[0], f[1] = x[1]; });
+    a.search(true);
+    Values seen;
+    for (std::size_t k = 3; k < 6; ++k) seen.push_back(a.host.calls[k].x[0]);
+    return seen;
+  };
+  const auto expectSteps = [&](const Values& wanted) {
+    const Values seen = steps();
+    for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(seen[k], wanted[k], 1e-12);
+  };
+  expectSteps({.16, .32, .57});
+  Along slow({1, 0}, 1, 0, [](auto x, auto f) {
+    f[0] = -x[0], f[1] = x[1] + 8 * x[1] * x[1] + x[0] * x[0];
+  });
+  slow.saturate(0, .16, true);  // three iterations
+  expectSteps({.16, .31, .46});
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // within its number of evaluations, writes nothing outside its arrays, and gives the work storage
 // back.
 
+#include <problems.h>
+
 #include <atomic>
 #include <cmath>
 #include <limits>
@@ -19,6 +21,7 @@ namespace {
 struct Method {
   const char* name;
   decltype(VRK_sqp)* solve;
+  bool refined;
   std::vector<int32_t> endings;
   int32_t stopped;        // of these
   int gradients, search;  // gradients and evaluations of the search in an iteration, at most
@@ -26,7 +29,10 @@ struct Method {
 
   friend std::ostream& operator<<(std::ostream& out, const Method& m) { return out << m.name; }
 };
-class Robustness : public Library, public testing::WithParamInterface<Method> {};
+class Robustness : public Library, public testing::WithParamInterface<Method> {
+ protected:
+  Robustness() { tarnix_session_refine(nullptr, GetParam().refined); }
+};
 
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -95,9 +101,18 @@ void falling(void* user, double*, double* value, double*, double*) {
 }
 
 const Method methods[] = {
-    {"Sqp", VRK_sqp, {1, 2, 4, 5, 6, 7, 8, 9}, 8, 1, 6, refused},
+    {"Sqp", VRK_sqp, false, {1, 2, 4, 5, 6, 7, 8, 9}, 8, 1, 6, refused},
     {"Grg",
      VRK_grg,
+     false,
+     {1, 2, 3, 4, 5, 6, 8, 10, 11, 12},
+     12,
+     2,
+     tarnix::core::LineSearch::maxEvaluations,
+     falling},
+    {"RefinedGrg",
+     VRK_grg,
+     true,
      {1, 2, 3, 4, 5, 6, 8, 10, 11, 12},
      12,
      2,
@@ -111,7 +126,11 @@ void runSpoilt(const Method& method, int n, int m1, int m2, int32_t maxIter, Spo
                double farthest) {
   Solve solve(Values(static_cast<std::size_t>(n), 0.25), m1, m2, nullptr);
   solve.host.fill = [&](double* x, double* f, double* h, double* g) {
-    for (int i = 0; i < n; ++i) EXPECT_TRUE(farthest == infinity || std::fabs(x[i]) <= farthest);
+    for (int i = 0; i < n; ++i) {
+      EXPECT_TRUE(farthest == infinity || std::fabs(x[i]) <= farthest) << x[i];
+      // The points of the reduced gradient method are finite whatever came back.
+      EXPECT_TRUE(method.solve == VRK_sqp || farthest == infinity || std::isfinite(x[i])) << x[i];
+    }
     spoil({n, m1, m2, static_cast<int>(solve.host.calls.size()), x, f, h, g});
   };
   const int32_t status = solve.run(maxIter, method.solve);
@@ -197,6 +216,49 @@ TEST_P(Robustness, RandomSettings) {
     const int n = below(6), m1 = below(4), m2 = below(4), maxIter = below(25) - 1;
     const Spoil spoil = spoilers[below(2) ? 0 : below(std::size(spoilers))].spoil;
     captured([&] { runSpoilt(GetParam(), n, m1, m2, maxIter, spoil, infinity); });
+  }
+}
+
+// The collection from random starts, clean and with values that are not finite every now and then:
+// no coordinate of an evaluation lies outside the box by more than the difference step, and all are
+// finite.
+TEST_P(Robustness, EvaluationsStayInTheBox) {
+  struct Host {
+    const Problem* p;
+    bool dirty;
+    std::mt19937 random;
+    double farthest = 0.0;
+    static void analysis(void* user, double* x, double* f, double* h, double* g) {
+      auto& host = *static_cast<Host*>(user);
+      const Problem& p = *host.p;
+      for (int i = 0; i < p.n; ++i) {
+        const double scaled =
+            std::fabs(2.0 * x[i] - p.upper[i] - p.lower[i]) / (p.upper[i] - p.lower[i]);
+        if (!(scaled <= host.farthest)) host.farthest = scaled;
+      }
+      p.evaluate(nullptr, x, f, h, g);
+      if (!host.dirty || host.random() % 8 != 0) return;
+      const double values[] = {nan, infinity, -infinity, 1e300};
+      const double value = values[host.random() % 4];
+      const auto at = static_cast<int>(host.random() % (1u + p.nEq + p.nIneq));
+      (at == 0 ? f[0] : at <= p.nEq ? h[at - 1] : g[at - 1 - p.nEq]) = value;
+    }
+  };
+  for (int k = 0; k < problemCount(); ++k) {
+    const Problem& p = *problemAt(k);
+    if (p.n > 20) continue;
+    for (unsigned seed = 0; seed < 16; ++seed) {
+      SCOPED_TRACE(testing::Message() << p.name << ", seed " << seed);
+      VRK_setDefaults();
+      Host host{&p, seed % 2 == 1, std::mt19937(seed)};
+      Doubles x(p.n), f(1 + p.nEq + p.nIneq);
+      for (int i = 0; i < p.n; ++i) {
+        const double t = seed < 2 ? 0.0 : (host.random() + 0.5) / 4294967296.0;
+        x[i] = seed < 2 ? p.start[i] : p.lower[i] + t * (p.upper[i] - p.lower[i]);
+      }
+      GetParam().solve(40, p.n, x, p.lower, p.upper, p.nEq, p.nIneq, Host::analysis, &host, f);
+      EXPECT_LE(host.farthest, 1.0 + 1.001e-4);
+    }
   }
 }
 

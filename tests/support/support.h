@@ -2,7 +2,7 @@
 // What the tests share: arguments by reference, guarded arrays, captured trace, a recording host.
 
 #include <gtest/gtest.h>
-#include <tarnix/routines.h>
+#include <tarnix/session.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -130,10 +130,13 @@ struct Recorder {
   }
 };
 
-// Defaults before every test.
+// Defaults and the plain method before every test.
 class Library : public ::testing::Test {
  protected:
-  Library() { VRK_setDefaults(); }
+  Library() {
+    VRK_setDefaults();
+    tarnix_session_refine(nullptr, 0);
+  }
 };
 
 }  // namespace support
