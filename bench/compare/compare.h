@@ -18,7 +18,7 @@ struct Setup {
   double noise = 0;             ///< of every value, relative to max(1, |value|)
   std::uint64_t seed = 1;       ///< of the noise and of the random starts
   long maxEvaluations = 10000;  ///< of a solve
-  double maxSeconds = 20;       ///< of a solve
+  double maxSeconds = 10;       ///< of processor time, of a solve
 };
 
 /// Thrown by Values::at when the evaluations or the time of a solve are used up.
@@ -91,7 +91,7 @@ Verdict judge(const Problem& problem, const Claim& claim, double looseTolerance)
 /// violates a constraint by more than the tolerance.
 double furtherFall(const Problem& problem, const std::vector<double>& x, double tolerance);
 
-double seconds();  ///< of a steady clock
+double seconds();  ///< of processor time
 
 }  // namespace compare
 

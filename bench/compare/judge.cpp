@@ -63,7 +63,7 @@ std::vector<double> fitMultipliers(std::vector<double> g, std::vector<Active>& a
 
 // Second derivatives of the Lagrangian, by differences.
 Rows curvature(Values& values, const std::vector<double>& z, const std::vector<Active>& active) {
-  const double step = 1e-4;
+  const double step = 3e-6;
   const auto lagrangian = [&](const std::vector<double>& at) {
     const std::vector<double>& all = values.atScaled(at.data());
     double sum = all[0];

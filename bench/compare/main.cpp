@@ -26,7 +26,7 @@ const char help[] =
     "  --noise r              of every value, relative to max(1, |value|) (0)\n"
     "  --loose t              what counts as loosely solved (1e-3)\n"
     "  --max-evaluations k    of a solve (10000)\n"
-    "  --max-seconds s        of a solve (20)\n"
+    "  --max-seconds s        of processor time, of a solve (10)\n"
     "  --seed k               of starts and noise (1)\n"
     "  --csv file, --json file  one row per solve\n"
     "  --list 1               prints every solve that is not solved loosely\n";

@@ -49,8 +49,6 @@ Claim byNlopt(Values& values, const std::vector<double>& start, const Setup& set
     solver.add_inequality_mconstraint(constraints, &atMost, std::vector<double>(p.nIneq, feasible));
   solver.set_xtol_rel(setup.peerTolerance);
   solver.set_ftol_rel(setup.peerTolerance);
-  // An exception inside does not tell the best point; the solver's own limits do.
-  solver.set_maxtime(setup.maxSeconds);
   std::vector<double> z = values.scaled(start);
   double f = 0;
   bool success = false;

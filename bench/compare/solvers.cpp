@@ -23,7 +23,6 @@ Claim byTarnix(Values& values, const std::vector<double>& start, const Setup& se
   options.start = start;
   options.report = false;
   options.maxEvaluations = setup.maxEvaluations;
-  options.maxTime = std::chrono::duration<double>(setup.maxSeconds);
   std::vector<double> x;
   const tarnix::Result r = problem.solve(
       [&](const tarnix::Point& point, tarnix::Values& v) {
