@@ -95,6 +95,7 @@ need optional libcli11-dev has_header CLI/CLI.hpp
 need optional libtomlplusplus-dev has_header toml++/toml.h
 need optional libmuparser-dev has_header muParser.h
 need optional nlohmann-json3-dev has_header nlohmann/json.hpp
+need optional libre2-dev has_header re2/re2.h
 need optional python3 have python3 # its tests, and one of the examples
 
 # --- Building --------------------------------------------------------------------------------

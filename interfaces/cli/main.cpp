@@ -2,8 +2,10 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <new>
 
 #include "base/issues.h"
+#include "base/text.h"
 #include "commands/command_line.h"
 #include "run/process.h"
 
@@ -20,11 +22,7 @@ void openStandardStreams() {
   if (descriptor >= 0) close(descriptor);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  openStandardStreams();
-  blockSignals();
+int run(int argc, char** argv) {
   try {
     return runCommandLine(argc, argv);
   } catch (const Failure& failure) {
@@ -32,8 +30,32 @@ int main(int argc, char** argv) {
     return failure.code;
   } catch (const Interrupted& interrupted) {
     return 128 + interrupted.signal;
+  } catch (const std::bad_alloc&) {
+    std::cerr << "error: out of memory\n";
+    return exitInternal;
   } catch (const std::exception& error) {
     std::cerr << "error: " << error.what() << "\n";
     return exitInternal;
   }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  openStandardStreams();
+  blockSignals();
+  // File names, units and messages of simulators reach a terminal through these.
+  PrintableBuffer output(STDOUT_FILENO), errors(STDERR_FILENO);
+  std::streambuf *const plainOutput = std::cout.rdbuf(&output),
+                        *const plainErrors = std::cerr.rdbuf(&errors);
+  int status = run(argc, argv);
+  std::cout.flush();
+  if (output.failed()) {
+    std::cerr << "error: standard output cannot be written\n";
+    status = exitFiles;
+  }
+  std::cerr.flush();
+  std::cout.rdbuf(plainOutput);
+  std::cerr.rdbuf(plainErrors);
+  return status;
 }

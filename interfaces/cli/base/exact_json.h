@@ -24,9 +24,9 @@ inline double number(const nlohmann::ordered_json& value) {
   throw std::invalid_argument("'" + text + "' is not a number");
 }
 
-// Messages of simulators come in any encoding.
+// ASCII: messages of simulators come in any encoding, and a terminal shows what it is sent.
 inline std::string dumped(const nlohmann::ordered_json& json, int indent = -1) {
-  return json.dump(indent, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+  return json.dump(indent, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
 }
 
 }  // namespace tarnix::cli

@@ -20,16 +20,18 @@ First steps:
 Files, beside the problem file or in the directory of --output:
   beam.history.jsonl          every finished evaluation, one line each, exact
   beam.runs/                  directories of the runs of an external command
+  beam.best/                  the run that verified the final design
   beam.report.html            the page of 'report'
 
 Exit status:
   0  solved: every limit holds and the method has converged
-  1  the solve ended otherwise (no feasible design, a limit of the options)
+  1  the solve ended otherwise (no feasible design, a limit of the options, a final design
+     that does not repeat)
   2  wrong command line or problem file; nothing was run
-  3  an evaluation failed, and on_failure is "stop"
+  3  an evaluation failed, and on_failure is "stop"; or the one of the start
   4  a file cannot be read or written, or an unfinished history is in the way
   5  anything else
-  130, 143, 129  ended by SIGINT, SIGTERM, SIGHUP; the best design so far is printed)";
+  128 + N  ended by signal N (INT, TERM, HUP, USR1, USR2); the best design so far is printed)";
 
 class CommandLine {
  public:
@@ -94,6 +96,8 @@ class CommandLine {
     solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and begin anew");
     CLI::App* resume = withFile("resume", "Go on with a solve that was ended, repeating no run",
                                 solves(true));
+    resume->add_flag("--retry-failed", options.retryFailed,
+                     "Run designs again whose runs have failed");
     for (CLI::App* sub : {solve, resume}) {
       sub->add_option("-j,--jobs", options.jobs, "Runs of the external command side by side")
           ->check(CLI::Range(1, 1024))

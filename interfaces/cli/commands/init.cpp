@@ -73,7 +73,7 @@ timeout = 60                # seconds
 on_failure = "stop"         # or retry, or penalty: go on with very bad values
 # retries = 2               # with retry or penalty
 # penalty = 1e6             # with penalty, in units of the scales
-keep = "failed"             # which run directories stay: none, failed or all
+keep = "best"               # which run directories stay: none, failed, best or all
 
 # What is read from its output: the number after a key ("mass = 3.2" or "mass: 3.2"), or the group
 # of a regex that matches within a line; the last match counts. From standard output, or a file.

@@ -47,10 +47,12 @@ struct StageOutcome {
   long evaluations = 0;
 };
 
-// A design within the limits that is not the one that the solve ended at.
-struct OtherDesign {
-  double value = 0, violation = 0;
-  std::vector<double> x;
+// The final design run once more, alone, and compared.
+struct Verification {
+  bool same = false;      // to the last bit
+  bool agrees = false;    // within the tolerance
+  std::string text;       // what differs
+  std::string directory;  // of that run; empty when it is not kept
 };
 
 struct Outcome {
@@ -66,9 +68,11 @@ struct Outcome {
   std::string meaning, advice, error;
   std::optional<int> iterations;
   std::vector<StageOutcome> stages;
-  std::optional<OtherDesign> bestFeasible;
   double tolerance = 0;
   std::optional<long> evaluations, runs, foreseen, foreseenUsed, replayed;  // runs: of a command
+  std::optional<long> failed;     // of the runs
+  std::string lastFailure;
+  std::optional<Verification> verification;
   std::optional<double> seconds;
 };
 

@@ -1,4 +1,5 @@
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "base/exact_json.h"
 #include "output/outcome.h"
@@ -37,8 +38,9 @@ void fieldsOf(Fields& fields, Part& o, const StageOutcome*) {
 }
 
 template <class Fields, class Part>
-void fieldsOf(Fields& fields, Part& o, const OtherDesign*) {
-  fields("value", o.value), fields("violation", o.violation), fields("x", o.x);
+void fieldsOf(Fields& fields, Part& o, const Verification*) {
+  fields("same", o.same), fields("agrees", o.agrees), fields("text", o.text);
+  fields("directory", o.directory);
 }
 
 template <class Fields, class Part>
@@ -48,8 +50,9 @@ void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("variables", o.variables), fields("constraints", o.constraints);
   fields("method", o.method), fields("status", o.status), fields("meaning", o.meaning);
   fields("advice", o.advice), fields("error", o.error), fields("iterations", o.iterations);
-  fields("stages", o.stages), fields("best_feasible", o.bestFeasible);
+  fields("stages", o.stages), fields("verification", o.verification);
   fields("tolerance", o.tolerance), fields("evaluations", o.evaluations), fields("runs", o.runs);
+  fields("failed", o.failed), fields("last_failure", o.lastFailure);
   fields("foreseen", o.foreseen), fields("foreseen_used", o.foreseenUsed);
   fields("replayed", o.replayed), fields("seconds", o.seconds);
 }
@@ -92,7 +95,9 @@ class Writer {
 
 class Reader {
  public:
-  explicit Reader(const Json& content) : json(content) {}
+  explicit Reader(const Json& content) : json(content) {
+    if (!json.is_object()) throw std::invalid_argument("not an object");
+  }
 
   template <class Value>
   void operator()(const char* key, Value& value) {
@@ -116,6 +121,7 @@ class Reader {
   }
   template <class Part>
   static void take(const Json& from, std::vector<Part>& parts) {
+    if (!from.is_array()) throw std::invalid_argument("not a list");
     for (const Json& one : from) take(one, parts.emplace_back());
   }
 
@@ -126,6 +132,7 @@ class Reader {
 
 Json toJson(const Outcome& outcome) {
   Writer writer;
+  writer.json["version"] = 1;  // of what the keys mean
   fieldsOf(writer, outcome, static_cast<const Outcome*>(nullptr));
   return writer.json;
 }
@@ -133,6 +140,7 @@ Json toJson(const Outcome& outcome) {
 Outcome outcomeFrom(const Json& json) {
   Outcome outcome;
   Reader reader(json);
+  for (const char* key : {"problem", "success", "feasible", "reason"}) (void)json.at(key);
   fieldsOf(reader, outcome, static_cast<const Outcome*>(nullptr));
   return outcome;
 }

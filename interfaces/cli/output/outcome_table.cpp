@@ -47,6 +47,15 @@ std::string headLines(const Outcome& o) {
     std::snprintf(seconds, sizeof seconds, ", %.1f s\n", o.seconds.value_or(0));
     text += seconds;
   }
+  if (o.failed.value_or(0) > 0)
+    text += "  " + std::to_string(*o.failed) + (*o.failed == 1 ? " run" : " runs") +
+            " failed; the last: " + o.lastFailure + "\n";
+  if (o.verification)
+    text += o.verification->same ? "  Run once more, alone: the same to the last bit" +
+                                       (o.verification->directory.empty()
+                                            ? ""
+                                            : "; see " + o.verification->directory) + "\n"
+                                 : "  Run once more, alone: " + o.verification->text + "\n";
   if (!o.success && !o.advice.empty()) text += "  " + o.advice + "\n";
   return text;
 }
@@ -104,13 +113,6 @@ std::string table(const Outcome& o) {
   for (const ConstraintOutcome& c : o.constraints)
     rows.row({c.name, rounded(c.value), c.unit, rest(c, name, o.tolerance)});
   text += rows.text();
-  if (o.bestFeasible) {
-    text += "\n  Best design within the limits that was seen: " + name + " " +
-            rounded(o.bestFeasible->value) + " at";
-    for (std::size_t i = 0; i < o.bestFeasible->x.size(); ++i)
-      text += " " + o.variables[i].name + " = " + rounded(o.bestFeasible->x[i]);
-    text += "\n";
-  }
   return text;
 }
 

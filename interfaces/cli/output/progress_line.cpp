@@ -1,9 +1,12 @@
 #include "output/progress_line.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <iostream>
 
 #include "base/numbers.h"
+#include "base/text.h"
 
 namespace tarnix::cli {
 
@@ -16,18 +19,18 @@ void ProgressLine::evaluated() {
 
 void ProgressLine::iterated(const std::string& method, int number) {
   label = method + " " + std::to_string(number);
-  if (style == ProgressStyle::lines) std::cerr << text() << "\n";
+  if (style == ProgressStyle::lines) std::cerr << text() << "\n" << std::flush;
   evaluated();
 }
 
 void ProgressLine::clear() {
-  if (shown != Clock::time_point{}) std::cerr << "\r\x1b[K" << std::flush;
+  if (shown != Clock::time_point{}) writeAll(STDERR_FILENO, "\r\x1b[K");
   shown = {};
 }
 
 void ProgressLine::show() {
   shown = Clock::now();
-  std::cerr << "\r\x1b[K" << text() << std::flush;
+  writeAll(STDERR_FILENO, "\r\x1b[K" + printable(text()));  // past the filter of std::cerr
 }
 
 std::string ProgressLine::text() const {
@@ -38,6 +41,8 @@ std::string ProgressLine::text() const {
             rounded(best->violation, 2);
   if (style == ProgressStyle::live && problem.command)
     line += "  running " + std::to_string(evaluations.running());
+  if (evaluations.counts().failed > 0)
+    line += "  failed " + std::to_string(evaluations.counts().failed);
   const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
   char time[32];
   std::snprintf(time, sizeof time, "  %.1f s", seconds);

@@ -42,7 +42,13 @@ Command CommandReader::command(Section& section) {
   }
   command.timeout = section.positive("timeout").value_or(0);
   readFailurePolicy(section, command);
-  const auto keep = section.choice("keep", {"none", "failed", "all"}).value_or(1);
+  if (const auto grace = section.number("kill_grace")) {
+    if (*grace < 0) section.issue("kill_grace", "'kill_grace' is below zero");
+    command.killGrace = *grace;
+  }
+  if (const auto limit = section.positive("output_limit"))  // megabytes
+    command.outputLimit = static_cast<std::uintmax_t>(std::min(*limit, 1e9) * 1e6);
+  const auto keep = section.choice("keep", {"none", "failed", "best", "all"}).value_or(2);
   command.keep = static_cast<Keep>(keep);
   return command;
 }
@@ -111,12 +117,16 @@ void CommandReader::runProgram(Section& section, Command& command) {
     section.issue("run", "'" + name + "' may not be executed");
 }
 
-// Takes a name in the run directory.
+// Takes a name in the run directory. Names are compared as paths: ./a//b is a/b.
 void CommandReader::claim(int line, const std::string& to) {
-  if (!insideDirectory(to))
-    issues.add(line, "command: '" + to + "' lies outside the run directory");
-  else if (!targets.insert(to).second)
-    issues.add(line, "command: two files are called '" + to + "' in the run directory");
+  const std::string path = fs::path(to).lexically_normal().generic_string();
+  if (!insideDirectory(to) || path == "." || path.back() == '/')
+    return issues.add(line, "command: '" + to + "' names no file in the run directory");
+  for (const std::string& taken : targets)
+    if (path == taken || path.rfind(taken + "/", 0) == 0 || taken.rfind(path + "/", 0) == 0)
+      return issues.add(line, "command: '" + to + "' and '" + taken +
+                                  "' cannot both be files of the run directory");
+  targets.insert(path);
 }
 
 // A file that the problem names, relative to its own place.

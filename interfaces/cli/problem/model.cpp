@@ -5,6 +5,8 @@
 #include <limits>
 #include <numbers>
 
+#include "base/text.h"
+
 namespace tarnix::cli {
 
 namespace {
@@ -93,7 +95,7 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
     for (const auto& [name, unused] : used) {
       const auto place = std::find(names.begin(), names.end(), name);
       if (place == names.end()) {
-        known = wrong("unknown name '" + name + "' in \"" + expression.text + "\"" +
+        known = wrong("unknown name '" + clipped(name) + "' in \"" + expression.text + "\"" +
                       suggestion(name, names));
         continue;
       }
@@ -108,12 +110,12 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
     int count = 0;
     formula.parser->Eval(count);
     if (count != 1)
-      return wrong("\"" + expression.text + "\" holds " + std::to_string(count) +
+      return wrong("\"" + clipped(expression.text) + "\" holds " + std::to_string(count) +
                    " expressions separated by commas");
   } catch (const mu::ParserError& error) {
     std::string text = error.GetMsg();
     while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
-    return wrong(text + " in \"" + expression.text + "\"");
+    return wrong(clipped(text, 200) + " in \"" + clipped(expression.text) + "\"");
   }
   return true;
 }

@@ -2,6 +2,7 @@
 // objective as written, constraints with their limits.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -67,7 +68,7 @@ struct TemplateFile {
 };
 
 enum class FailurePolicy { stop, retry, penalty };
-enum class Keep { none, failed, all };
+enum class Keep { none, failed, best, all };  // best: failed ones, and the final design
 
 struct Command {
   std::vector<std::string> words;  // with placeholders; one word when the shell runs it
@@ -79,7 +80,9 @@ struct Command {
   FailurePolicy onFailure = FailurePolicy::stop;
   int retries = 0;
   double penalty = 1e6;  // objective and violations of a failed evaluation, in scaled units
-  Keep keep = Keep::failed;
+  Keep keep = Keep::best;
+  double killGrace = 5;                  // seconds between SIGTERM and SIGKILL
+  std::uintmax_t outputLimit = 1000000000;  // bytes of standard output, error and result files
   int line = 0;
 };
 

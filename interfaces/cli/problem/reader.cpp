@@ -5,6 +5,7 @@
 #include <map>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "problem/command_reader.h"
 #include "problem/section.h"
 
@@ -243,6 +244,35 @@ class Reader {
   std::map<std::string, std::string> declared;
 };
 
+// The parser nests as deep as a key has parts, on the stack. Line of a key with more parts than any
+// of ours, 0 for none; texts and comments are skipped.
+int lineOfDeepKey(const std::string& content) {
+  constexpr int mostParts = 64;
+  int line = 1, dots = 0;
+  for (std::size_t i = 0; i < content.size(); ++i) {
+    const char c = content[i];
+    if (c == '"' || c == '\'') {
+      const bool block = content.compare(i, 3, std::string(3, c)) == 0;
+      const std::string end(block ? 3 : 1, c);
+      for (i += end.size(); i < content.size() && content.compare(i, end.size(), end) != 0; ++i) {
+        if (content[i] == '\n' && !block) break;
+        line += content[i] == '\n';
+        if (c == '"' && content[i] == '\\') ++i;
+      }
+      if (i < content.size() && content[i] == '\n') --i;
+      else i += end.size() - 1;
+    } else if (c == '#') {
+      i = std::min(content.find('\n', i), content.size()) - 1;
+    } else if (c == '.') {
+      if (++dots >= mostParts) return line;
+    } else if (std::string("\n=,[]{}").find(c) != std::string::npos) {
+      dots = 0;
+      line += c == '\n';
+    }
+  }
+  return 0;
+}
+
 }  // namespace
 
 ProblemFile readProblem(const fs::path& file, Issues& issues) {
@@ -258,8 +288,17 @@ ProblemFile readProblem(const fs::path& file, Issues& issues) {
     issues.add(0, "cannot be read");
     return problem;
   }
+  std::string text;
+  if (!readFile(file, text, 100'000'000)) {
+    issues.add(0, "cannot be read, or is larger than 100 MB");
+    return problem;
+  }
+  if (const int line = lineOfDeepKey(text); line > 0) {
+    issues.add(line, "syntax: a key of too many parts with points between them");
+    return problem;
+  }
   try {
-    const toml::table content = toml::parse_file(file.string());
+    const toml::table content = toml::parse(text, file.string());
     Reader(content, problem, issues).read();
   } catch (const toml::parse_error& wrong) {
     issues.add(static_cast<int>(wrong.source().begin.line),

@@ -1,49 +1,141 @@
 #include "problem/text_template.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <regex>
 
-#include "base/numbers.h"
 #include "base/issues.h"
+#include "base/numbers.h"
+#include "base/text.h"
 
 namespace tarnix::cli {
 
+namespace {
+
+// %[flags][width][.precision] and a letter for doubles, with at most three digits each.
+bool soundFormat(const std::string& format) {
+  std::size_t i = 0;
+  const auto at = [&](const char* set) {
+    return i < format.size() && std::string(set).find(format[i]) != std::string::npos;
+  };
+  const auto digits = [&] {
+    int count = 0;
+    while (at("0123456789")) ++i, ++count;
+    return count;
+  };
+  if (!at("%")) return false;
+  ++i;
+  while (at("-+ 0#")) ++i;
+  if (i > 6 || digits() > 3) return false;
+  if (at(".")) {
+    ++i;
+    if (const int count = digits(); count < 1 || count > 3) return false;
+  }
+  return at("eEfFgG") && i + 1 == format.size();
+}
+
+std::string trimmed(const std::string& text) {
+  const std::size_t begin = text.find_first_not_of(' ');
+  if (begin == std::string::npos) return {};
+  return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
+}
+
+}  // namespace
+
 TextTemplate::TextTemplate(const std::string& text, const std::vector<std::string>& numbers,
-                           const std::vector<std::string>& texts,
-                           const std::function<void(int, const std::string&)>& complain)
-    : numberCount(numbers.size()) {
-  static const std::regex soundFormat(R"(%[-+ 0#]*[0-9]{0,3}(\.[0-9]{1,3})?[eEfFgG])");
+                           const std::vector<std::string>& texts, const Complain& complain,
+                           Kind k)
+    : numberCount(numbers.size()), kind(k) {
   std::vector<std::string> names = numbers;
   names.insert(names.end(), texts.begin(), texts.end());
-
+  Part part;
   std::size_t begin = 0;
+  int line = 1;
+  const auto take = [&](std::size_t end) {
+    line += static_cast<int>(std::count(text.begin() + static_cast<std::ptrdiff_t>(begin),
+                                        text.begin() + static_cast<std::ptrdiff_t>(end), '\n'));
+    part.literal += text.substr(begin, end - begin);
+    begin = end;
+  };
   for (std::size_t open; (open = text.find("{{", begin)) != std::string::npos;) {
-    const auto line = static_cast<int>(
-        1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(open), '\n'));
+    take(open);
+    if (text.compare(open, 4, "{{{{") == 0) {
+      part.literal += "{{";
+      begin = open + 4;
+      continue;
+    }
     const std::size_t close = text.find("}}", open);
-    const std::size_t lineEnd = text.find('\n', open);
-    if (close == std::string::npos || close > lineEnd) {
-      complain(line, "'{{' without '}}' in the same line");
+    if (close == std::string::npos || close > text.find('\n', open)) {
+      complain(line, "'{{' without '}}' in the same line; two braces that mean nothing are written "
+                     "{{{{");
       break;
     }
-    Part part{text.substr(begin, open - begin), none, {}};
-    std::string name = text.substr(open + 2, close - open - 2);
-    if (const std::size_t colon = name.find(':'); colon != std::string::npos) {
-      part.format = name.substr(colon + 1);
-      name.resize(colon);
-    }
-    const auto place = std::find(names.begin(), names.end(), name);
-    if (place == names.end())
-      complain(line, "unknown name '" + name + "' in {{ }}" + suggestion(name, names));
-    else if (!part.format.empty() && !std::regex_match(part.format, soundFormat))
-      complain(line, "format '" + part.format + "' of '" + name + "' is not like %12.5e or %.17g");
-    else
-      part.index = static_cast<std::size_t>(place - names.begin());
+    readPlace(text.substr(open + 2, close - open - 2), names, line, complain, part);
     parts.push_back(std::move(part));
+    part = {};
     begin = close + 2;
   }
-  parts.push_back({text.substr(begin), none, {}});
+  take(text.size());
+  parts.push_back(std::move(part));
+  if (kind == Kind::shell) noteQuotes();
+}
+
+void TextTemplate::readPlace(std::string inner, const std::vector<std::string>& names, int line,
+                             const Complain& complain, Part& part) {
+  if (const std::size_t colon = inner.find(':'); colon != std::string::npos) {
+    part.format = trimmed(inner.substr(colon + 1));
+    inner.resize(colon);
+  }
+  const std::string name = trimmed(inner);
+  const auto place = std::find(names.begin(), names.end(), name);
+  if (place == names.end())
+    complain(line, "unknown name '" + clipped(name) + "' in {{ }}" + suggestion(name, names));
+  else if (!part.format.empty() && !soundFormat(part.format))
+    complain(line, "format '" + clipped(part.format) + "' of '" + name +
+                       "' is not like %12.5e or %.17g");
+  else
+    part.index = static_cast<std::size_t>(place - names.begin());
+}
+
+// Follows the shell's quotes through the literal parts.
+void TextTemplate::noteQuotes() {
+  Quote quote = Quote::none;
+  bool wordBegins = true;
+  for (Part& part : parts) {
+    for (std::size_t i = 0; i < part.literal.size(); ++i) {
+      const char c = part.literal[i];
+      if (quote == Quote::single) {
+        if (c == '\'') quote = Quote::none;
+      } else if (c == '\\') {
+        ++i;
+      } else if (c == '"') {
+        quote = quote == Quote::twice ? Quote::none : Quote::twice;
+      } else if (c == '\'' && quote == Quote::none) {
+        quote = Quote::single;
+      } else if (c == '#' && wordBegins && quote == Quote::none) {
+        i = std::min(part.literal.find('\n', i), part.literal.size()) - 1;
+      }
+      wordBegins = c == ' ' || c == '\t' || c == '\n' || c == ';' || c == '&' || c == '|';
+    }
+    part.quote = quote;
+    wordBegins = false;
+  }
+}
+
+std::string TextTemplate::quoted(const std::string& text, Quote quote) {
+  const bool plain = !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
+    return std::isalnum(c) || c == '/' || c == '.' || c == '_' || c == '-' || c >= 0x80;
+  });
+  if (plain) return text;
+  std::string inner;
+  for (const char c : text) {
+    if (quote == Quote::twice)
+      inner += std::string("\\$`\"").find(c) != std::string::npos ? "\\" + std::string(1, c)
+                                                                  : std::string(1, c);
+    else
+      inner += c == '\'' ? "'\\''" : std::string(1, c);
+  }
+  return quote == Quote::none ? "'" + inner + "'" : inner;
 }
 
 std::string TextTemplate::filled(std::span<const double> numbers,
@@ -53,7 +145,8 @@ std::string TextTemplate::filled(std::span<const double> numbers,
     result += part.literal;
     if (part.index == none) continue;
     if (part.index >= numberCount) {
-      result += texts[part.index - numberCount];
+      const std::string& text = texts[part.index - numberCount];
+      result += kind == Kind::shell ? quoted(text, part.quote) : text;
     } else if (part.format.empty()) {
       result += shortest(numbers[part.index]);
     } else {
@@ -68,6 +161,11 @@ std::string TextTemplate::filled(std::span<const double> numbers,
 bool TextTemplate::usesNumbers() const {
   return std::any_of(parts.begin(), parts.end(),
                      [this](const Part& part) { return part.index < numberCount; });
+}
+
+bool TextTemplate::uses(std::size_t number) const {
+  return std::any_of(parts.begin(), parts.end(),
+                     [&](const Part& part) { return part.index == number; });
 }
 
 }  // namespace tarnix::cli

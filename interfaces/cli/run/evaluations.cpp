@@ -5,13 +5,18 @@
 
 namespace tarnix::cli {
 
-Evaluations::Evaluations(const ProblemFile& p, Model& m, Simulator* s, History* h, int parallel)
+Evaluations::Evaluations(const ProblemFile& p, Model& m, Simulator* s, History* h, int parallel,
+                         bool retryFailed)
     : problem(p), model(m), simulator(s), history(h), jobs(parallel), prediction(p) {
-  if (history) replay();
+  if (!history) return;
+  replay(retryFailed);
+  noteStart = [this](long run) { history->noteStart(run); };
 }
 
 Evaluations::~Evaluations() {
-  for (Started& started : runs) simulator->abandon(started.run);
+  std::vector<Run*> unwanted;
+  for (Started& started : runs) unwanted.push_back(&started.run);
+  if (!unwanted.empty()) simulator->abandon(unwanted);
 }
 
 Evaluations::Key Evaluations::keyOf(std::span<const double> x) {
@@ -22,12 +27,14 @@ Evaluations::Key Evaluations::keyOf(std::span<const double> x) {
 
 // What a command has measured stands; objective and constraints follow from it anew, so that a
 // limit or an expression may have been changed in between.
-void Evaluations::replay() {
+void Evaluations::replay(bool retryFailed) {
   const bool penalty = problem.command && problem.command->onFailure == FailurePolicy::penalty;
+  nextRun = history->lastRun() + 1;
+  count.total = simulator ? history->finishedRuns() : 0;
   for (Record record : history->records()) {
-    nextRun = std::max(nextRun, record.run + 1);
     if (!record.failed.empty()) {
-      if (!penalty) continue;  // the user has seen to the cause: it is run again
+      latestFailure = record.failed;
+      if (!penalty || retryFailed) continue;  // the user has seen to the cause: it is run again
       record.values = penalties();
     } else {
       const Judged judged = judge(problem, model, record);
@@ -35,6 +42,7 @@ void Evaluations::replay() {
       keepBest(problem, record, judged, bestSeen);
     }
     ++count.replayed;
+    if (!simulator) ++count.total;
     known[keyOf(record.x)] = {record.values, record.failed, false};
   }
 }
@@ -48,19 +56,64 @@ std::vector<double> Evaluations::at(std::span<const double> x) {
     if (simulator) {
       runUntilKnown(x, key);
     } else {
+      keepLimits();
       Record record;
       record.x.assign(x.begin(), x.end());
       record.values = model.values(x, {});
-      ++count.finished;
+      ++count.finished, ++count.total;
       store(std::move(record), false);
     }
   }
   Known& found = known.at(key);
   if (found.foreseen) ++count.used;
   found.foreseen = false;
-  lastAnswerFailed = !found.failed.empty();
+  if (!found.failed.empty()) penaltyAnswer = count.asked;
   if (found.values.empty()) throw Failure(exitEvaluation, found.failed);
   return found.values;
+}
+
+std::string Evaluations::failureAt(std::span<const double> x) const {
+  const auto place = known.find(keyOf(x));
+  return place == known.end() ? std::string() : place->second.failed;
+}
+
+std::vector<std::vector<double>> Evaluations::sideBySide() const {
+  std::vector<std::vector<double>> measured;
+  for (const auto& x : beside)
+    if (known.count(keyOf(x)) && failureAt(x).empty()) measured.push_back(x);
+  return measured;
+}
+
+bool Evaluations::limitReached() const {
+  const OptionsTable& o = problem.options;
+  if (o.maxEvaluations > 0 && count.total + running() >= o.maxEvaluations) return true;
+  return o.maxSeconds > 0 &&
+         std::chrono::duration<double>(Clock::now() - begun).count() >= o.maxSeconds;
+}
+
+void Evaluations::keepLimits() {
+  if (!limitReached()) return;
+  const int most = problem.options.maxEvaluations;
+  throw LimitReached{most > 0 && count.total >= most ? "max_evaluations" : "max_seconds"};
+}
+
+Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& directory) {
+  dropForeseen();
+  Run run = simulator->start(nextRun, x, 1, noteStart);
+  nextRun = run.number + 1;
+  std::optional<RunOutcome> outcome;
+  try {
+    while (!(outcome = simulator->finished(run, true)))
+      waitForChild(Clock::now() + std::chrono::milliseconds(run.ending.empty() ? 200 : 20));
+  } catch (const Interrupted&) {
+    simulator->abandon({&run});
+    throw;
+  }
+  directory = run.directory;
+  Record record{run.number, run.x, outcome->results, {}, outcome->reason, outcome->seconds};
+  if (record.failed.empty()) record.values = model.values(run.x, record.results);
+  if (history) history->appendVerification(record);
+  return record;
 }
 
 // ---- running side by side ----------------------------------------------------------------------
@@ -73,10 +126,6 @@ void Evaluations::foresee(std::span<const double> x) {
     dropForeseen();
     expected.assign(pass.begin(), pass.end());
     ahead = expected;
-    if (const int limit = problem.options.maxEvaluations; limit > 0) {
-      const auto left = static_cast<std::size_t>(std::max(limit - count.asked, 0L));
-      if (ahead.size() > left) ahead.resize(left);
-    }
     return;
   }
   if (place == expected.end()) {
@@ -101,7 +150,7 @@ void Evaluations::dropForeseen() {
 void Evaluations::drop(const Key& key) {
   std::erase_if(runs, [&](Started& started) {
     if (started.key != key) return false;
-    simulator->abandon(started.run);
+    simulator->abandon({&started.run});
     return true;
   });
 }
@@ -114,24 +163,22 @@ void Evaluations::runUntilKnown(std::span<const double> x, const Key& key) {
   for (;;) {
     collect();
     if (known.count(key)) break;
-    if (!isRunning(key) && slotFree()) startRun(x, 1, false);
-    startAhead();
-    std::optional<Clock::time_point> until;
-    for (const Started& started : runs)
-      if (started.run.deadline && (!until || *started.run.deadline < *until))
-        until = started.run.deadline;
-    if (onTick) {
-      onTick();
-      const auto soon = Clock::now() + std::chrono::milliseconds(500);
-      until = until ? std::min(*until, soon) : soon;
+    if (!isRunning(key) && slotFree()) {
+      if (runs.empty()) keepLimits();  // what runs is waited for
+      if (!limitReached()) startRun(x, 1, false);
     }
-    waitForChild(until);
+    startAhead();
+    const bool ending = std::any_of(runs.begin(), runs.end(),
+                                    [](const Started& s) { return !s.run.ending.empty(); });
+    if (onTick) onTick();
+    // Time limits, the size of outputs and the course of an end are looked at now and then.
+    waitForChild(Clock::now() + std::chrono::milliseconds(ending ? 20 : 100));
   }
   startAhead();  // the pass goes on while the solve looks at this design
 }
 
 void Evaluations::startAhead() {
-  while (slotFree() && !ahead.empty()) {
+  while (slotFree() && !ahead.empty() && !limitReached()) {
     const std::vector<double> next = std::move(ahead.front());
     ahead.pop_front();
     const Key key = keyOf(next);
@@ -142,8 +189,10 @@ void Evaluations::startAhead() {
 }
 
 void Evaluations::startRun(std::span<const double> x, int attempt, bool foreseen) {
-  const long number = nextRun++;
-  runs.push_back({simulator->start(number, x, attempt), keyOf(x), foreseen});
+  Run run = simulator->start(nextRun, x, attempt, noteStart);
+  nextRun = run.number + 1;
+  if (!runs.empty()) beside = {runs.back().run.x, run.x};
+  runs.push_back({std::move(run), keyOf(x), foreseen});
 }
 
 void Evaluations::collect() {
@@ -160,16 +209,22 @@ void Evaluations::collect() {
 void Evaluations::finish(const Run& run, const RunOutcome& outcome, bool foreseen) {
   Record record{run.number, run.x, outcome.results, {}, {}, outcome.seconds};
   const Command& command = *problem.command;
+  ++count.total;
   if (outcome.reason.empty()) {
     ++count.finished;
     record.values = model.values(run.x, outcome.results);
   } else {
     ++count.failed;
-    if (run.attempt <= command.retries) return startRun(run.x, run.attempt + 1, foreseen);
-    record.failed = "run " + runName(run.number) + ": " + outcome.reason;
+    latestFailure = "run " + runName(run.number) + ": " + outcome.reason;
+    if (run.attempt <= command.retries) {
+      if (history) history->noteFailedAttempt(run.number);
+      return startRun(run.x, run.attempt + 1, foreseen);
+    }
+    record.failed = latestFailure;
     if (run.attempt > 1) record.failed += " (attempt " + std::to_string(run.attempt) + ")";
     if (command.keep != Keep::none) record.failed += "; see " + run.directory.string();
     if (command.onFailure == FailurePolicy::penalty) record.values = penalties();
+    latestFailure = record.failed;
   }
   store(std::move(record), foreseen);
 }

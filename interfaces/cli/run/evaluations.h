@@ -19,6 +19,11 @@
 
 namespace tarnix::cli {
 
+// A limit of the options: the next evaluation is not begun.
+struct LimitReached {
+  std::string option;  // max_evaluations or max_seconds
+};
+
 class Evaluations {
  public:
   struct Counts {
@@ -28,24 +33,37 @@ class Evaluations {
     long foreseen = 0;  // runs that were started before the solve asked for them
     long used = 0;      // of those, the ones that it asked for
     long failed = 0;    // runs without values
+    long total = 0;     // evaluations or runs of the whole solve, those of the history too
   };
 
   Evaluations(const ProblemFile& problem, Model& model, Simulator* simulator, History* history,
-              int jobs);
+              int jobs, bool retryFailed = false);
   ~Evaluations();
   Evaluations(const Evaluations&) = delete;
   Evaluations& operator=(const Evaluations&) = delete;
 
-  // Objective and constraints at a design. Throws Failure when the policy says stop, Interrupted
-  // on a signal.
+  // Objective and constraints at a design; penalties where a run has failed and the policy goes on.
+  // Throws Failure when the policy says stop, LimitReached, Interrupted on a signal.
   std::vector<double> at(std::span<const double> x);
 
-  // Best design seen in the box: a feasible one before others, then the better objective.
+  // Runs a design once more, alone, and keeps its directory. Its record, with values unless it has
+  // failed.
+  Record repeat(std::span<const double> x, std::filesystem::path& directory);
+
+  // Designs of the last two runs that were side by side, without the ones that failed.
+  std::vector<std::vector<double>> sideBySide() const;
+
+  // Best of the designs measured in the box: a feasible one before others, then the better
+  // objective.
   const std::optional<BestDesign>& best() const { return bestSeen; }
   const Counts& counts() const { return count; }
   int running() const { return static_cast<int>(runs.size()); }
 
-  bool lastFailed() const { return lastAnswerFailed; }  // the last values of at are penalties
+  // Why the run of a design has failed; empty when it was measured.
+  std::string failureAt(std::span<const double> x) const;
+  const std::string& lastFailure() const { return latestFailure; }
+  // Number of the last answer that was a penalty, counted as asked; 0 for none.
+  long lastPenalty() const { return penaltyAnswer; }
 
   std::function<void()> onChange;  // after every finished evaluation
   std::function<void()> onTick;    // now and then while runs are waited for
@@ -59,7 +77,9 @@ class Evaluations {
   };
   static Key keyOf(std::span<const double> x);
 
-  void replay();
+  void replay(bool retryFailed);
+  void keepLimits();
+  bool limitReached() const;
   void foresee(std::span<const double> x);
   void runUntilKnown(std::span<const double> x, const Key& key);
   void startRun(std::span<const double> x, int attempt, bool foreseen);
@@ -89,8 +109,12 @@ class Evaluations {
   };
   std::vector<Started> runs;
   long nextRun = 1;
+  std::function<void(long)> noteStart;
   std::optional<BestDesign> bestSeen;
-  bool lastAnswerFailed = false;
+  std::vector<std::vector<double>> beside;  // as sideBySide
+  std::string latestFailure;
+  long penaltyAnswer = 0;
+  const Clock::time_point begun = Clock::now();
   Counts count;
 };
 

@@ -1,12 +1,90 @@
 #include "run/fingerprint.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
+#include <filesystem>
+#include <set>
 
 #include "base/text.h"
 
+namespace fs = std::filesystem;
+
 namespace tarnix::cli {
+
+namespace {
+
+std::string contentOf(const fs::path& path) {
+  std::string all;
+  readFile(path, all);
+  return all;
+}
+
+class Hash {
+ public:
+  void add(const std::string& part) { value = hashOf(part + '\0', value); }
+  std::string text() const {
+    char result[17];
+    std::snprintf(result, sizeof result, "%016llx", static_cast<unsigned long long>(value));
+    return result;
+  }
+
+ private:
+  std::uint64_t value = hashOf("");
+};
+
+// Files beside the problem file that the words name: {{dir}}/x and ./x.
+std::set<fs::path> scripts(const ProblemFile& problem) {
+  std::set<fs::path> found;
+  for (const std::string& word : problem.command->words) {
+    for (const std::string mark : {"{{dir}}/", "./"})
+      for (std::size_t at = word.find(mark); at != std::string::npos; at = word.find(mark, at + 1)) {
+        if (mark == "./" && at > 0 && std::string(" \t\n'\"=;&|(").find(word[at - 1]) == std::string::npos)
+          continue;
+        const std::size_t begin = at + mark.size();
+        const std::size_t end = std::min(word.find_first_of(" \t\n'\"`;&|<>()$", begin), word.size());
+        const fs::path path = problem.directory / word.substr(begin, end - begin);
+        std::error_code error;
+        if (fs::is_regular_file(path, error)) found.insert(path.lexically_normal());
+      }
+  }
+  return found;
+}
+
+// Whether a place of a word or template names a quantity.
+bool quantityFilledIn(const ProblemFile& problem) {
+  std::string all;
+  for (const std::string& word : problem.command->words) all += word + "\n";
+  for (const TemplateFile& file : problem.command->templates) all += contentOf(file.from) + "\n";
+  std::set<std::string> named;
+  for (std::size_t at = all.find("{{"); at != std::string::npos; at = all.find("{{", at + 2)) {
+    const std::size_t begin = std::min(all.find_first_not_of(' ', at + 2), all.size());
+    named.insert(all.substr(begin, all.find_first_of(" :}\n", begin) - begin));
+  }
+  return std::any_of(problem.quantities.begin(), problem.quantities.end(),
+                     [&](const QuantityEntry& q) { return named.count(q.name) > 0; });
+}
+
+void addCommand(const ProblemFile& problem, Fingerprint& parts) {
+  const Command& command = *problem.command;
+  Hash words, results;
+  for (const std::string& word : command.words) words.add(word);
+  for (const auto& r : problem.results)
+    for (const std::string& part : {r.name, r.file, r.key, r.regex}) results.add(part);
+  parts.emplace_back("run", words.text());
+  parts.emplace_back("results", results.text());
+  const auto addFile = [&](const std::string& kind, const fs::path& path, const std::string& to) {
+    Hash hash;
+    hash.add(to);
+    hash.add(contentOf(path));
+    parts.emplace_back(kind + " '" + path.lexically_relative(problem.directory).string() + "'",
+                       hash.text());
+  };
+  for (const TemplateFile& file : command.templates) addFile("template", file.from, file.to);
+  for (const fs::path& file : command.files) addFile("file", file, file.filename().string());
+  for (const fs::path& file : scripts(problem)) addFile("program", file, "");
+}
+
+}  // namespace
 
 std::vector<std::string> variableNames(const ProblemFile& problem) {
   std::vector<std::string> names;
@@ -14,41 +92,21 @@ std::vector<std::string> variableNames(const ProblemFile& problem) {
   return names;
 }
 
-std::string fingerprint(const ProblemFile& problem) {
-  std::uint64_t hash = 14695981039346656037u;  // FNV-1a
-  const auto add = [&](const std::string& part) {
-    for (const char c : part + '\0') hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211u;
-  };
-  const auto content = [](const std::filesystem::path& path) {
-    std::string all;
-    readFile(path, all);
-    return all;
-  };
-  for (const std::string& name : variableNames(problem)) add(name);
-  if (const auto& command = problem.command) {
-    for (const std::string& word : command->words) add(word);
-    for (const TemplateFile& file : command->templates) add(file.to + '\0' + content(file.from));
-    for (const auto& file : command->files) add(file.filename().string() + '\0' + content(file));
-    for (const ResultEntry& r : problem.results)
-      for (const std::string& part : {r.name, r.file, r.key, r.regex}) add(part);
-  }
-  // With a command they matter where a place of a template or word names one of them.
-  const auto filledIn = [&] {
-    std::string all;
-    for (const std::string& word : problem.command->words) all += word;
-    for (const TemplateFile& file : problem.command->templates) all += content(file.from);
-    return std::any_of(problem.quantities.begin(), problem.quantities.end(),
-                       [&](const auto& q) { return all.find("{{" + q.name) != std::string::npos; });
-  };
-  if (!problem.command || filledIn())
-    for (const QuantityEntry& q : problem.quantities) add(q.name + '=' + q.value.text);
+Fingerprint fingerprint(const ProblemFile& problem) {
+  Fingerprint parts;
+  Hash variables, expressions;
+  for (const std::string& name : variableNames(problem)) variables.add(name);
+  parts.emplace_back("variables", variables.text());
+  if (problem.command) addCommand(problem, parts);
+  if (problem.command && !quantityFilledIn(problem)) return parts;
+  for (const QuantityEntry& q : problem.quantities) expressions.add(q.name + '=' + q.value.text);
   if (!problem.command) {
-    add(problem.objective.value.text);
-    for (const ConstraintEntry& c : problem.constraints) add(c.name + '=' + c.value.text);
+    expressions.add(problem.objective.value.text);
+    for (const ConstraintEntry& c : problem.constraints)
+      expressions.add(c.name + '=' + c.value.text);
   }
-  char result[17];
-  std::snprintf(result, sizeof result, "%016llx", static_cast<unsigned long long>(hash));
-  return result;
+  parts.emplace_back(problem.command ? "quantities" : "expressions", expressions.text());
+  return parts;
 }
 
 }  // namespace tarnix::cli

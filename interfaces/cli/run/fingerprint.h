@@ -1,7 +1,8 @@
-// What recorded values depend on, in one number.
+// What recorded values depend on, a hash per part.
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "problem/problem.h"
@@ -10,8 +11,10 @@ namespace tarnix::cli {
 
 std::vector<std::string> variableNames(const ProblemFile& problem);
 
-// Fingerprint of everything that the recorded values follow from: with a command its words, files
-// and results; without one the expressions. Bounds, limits and options may change on the way.
-std::string fingerprint(const ProblemFile& problem);
+// Everything that the recorded values follow from, by names that a user understands: with a command
+// its words, the files that they name beside the problem file, templates, files and results;
+// without one the expressions. Bounds, limits and options may change on the way.
+using Fingerprint = std::vector<std::pair<std::string, std::string>>;
+Fingerprint fingerprint(const ProblemFile& problem);
 
 }  // namespace tarnix::cli

@@ -2,12 +2,16 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include "base/exact_json.h"
@@ -20,7 +24,10 @@ namespace tarnix::cli {
 
 namespace {
 
-constexpr int formatVersion = 1;
+constexpr int formatVersion = 2;
+const std::string headerBegin = "{\"tarnix_history\":";
+constexpr long mostRuns = 1'000'000'000'000;
+constexpr int deepest = 8;  // levels of a line of ours
 
 std::vector<double> vectorAt(const Json& line, const char* key) {
   std::vector<double> values;
@@ -44,12 +51,76 @@ std::string text(const std::vector<double>& values) {
   return result + "]";
 }
 
+// ,"c":"01234567"} at the end of a line
+constexpr std::size_t checkLength = 16;
+std::string checkText(std::string_view before) {
+  char result[checkLength + 1];
+  std::snprintf(result, sizeof result, ",\"c\":\"%08x\"}", checkOf(before));
+  return result;
+}
+
+Json parsed(std::string_view line) {
+  if (line.size() < checkLength ||
+      checkText(line.substr(0, line.size() - checkLength)) !=
+          line.substr(line.size() - checkLength))
+    throw std::invalid_argument("check");
+  return Json::parse(line, [](int depth, Json::parse_event_t, Json&) {
+    if (depth > deepest) throw std::invalid_argument("depth");
+    return true;
+  });
+}
+
+long runNumber(const Json& entry, const ProblemFile& problem) {
+  if (!problem.command) return 0;
+  const auto number = entry.at("run").get<std::int64_t>();
+  if (number < 1 || number > mostRuns) throw std::invalid_argument("run number");
+  return static_cast<long>(number);
+}
+
+// Whatever does not fit the problem is refused: the numbers are used as they are later on.
+Record recordFrom(const Json& entry, const ProblemFile& problem) {
+  Record record{runNumber(entry, problem),
+                vectorAt(entry, "x"),
+                vectorAt(entry, "r"),
+                vectorAt(entry, "f"),
+                entry.value("failed", std::string()),
+                entry.value("s", 0.0)};
+  const bool failed = !record.failed.empty();
+  const std::size_t values = failed ? 0 : 1 + problem.constraints.size();
+  if (record.x.size() != problem.variables.size() ||
+      record.results.size() != (failed ? 0 : problem.results.size()) ||
+      (!problem.command && record.values.size() != values) || (failed && !problem.command))
+    throw std::invalid_argument("count of numbers");
+  return record;
+}
+
+std::string lineOf(const Record& record) {
+  std::string line = "{";
+  if (record.run > 0) line += "\"run\":" + std::to_string(record.run) + ",";
+  line += "\"x\":" + text(record.x);
+  if (!record.results.empty()) line += ",\"r\":" + text(record.results);
+  if (!record.failed.empty())
+    line += ",\"failed\":" + dumped(record.failed);
+  else
+    line += ",\"f\":" + text(record.values);
+  if (record.run > 0) {
+    char seconds[40];
+    std::snprintf(seconds, sizeof seconds, ",\"s\":%.4f", record.seconds);
+    line += seconds;
+  }
+  return line;
+}
+
 }  // namespace
 
 History::History(History&& other) noexcept
     : file(std::move(other.file)),
       descriptor(std::exchange(other.descriptor, -1)),
       known(std::move(other.known)),
+      repeated(std::move(other.repeated)),
+      started(std::move(other.started)),
+      failedAttempts(std::move(other.failedAttempts)),
+      highestRun(other.highestRun),
       lastEnd(std::move(other.lastEnd)) {}
 
 History::~History() {
@@ -65,16 +136,27 @@ bool History::inUse(const std::filesystem::path& path) {
 }
 
 void History::open(int flags) {
-  descriptor = ::open(file.c_str(), flags | O_APPEND | O_CLOEXEC, 0666);
+  descriptor = ::open(file.c_str(), flags | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
+  if (descriptor < 0 && errno == ELOOP)
+    throw Failure(exitFiles, file.string() + ": is a symbolic link, which is not written through; "
+                                             "--output names another directory");
   if (descriptor < 0)
     throw Failure(exitFiles,
                   file.string() + ": cannot be opened for writing: " + std::strerror(errno));
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    throw Failure(exitFiles, file.string() + ": is no regular file");
   if (flock(descriptor, LOCK_EX | LOCK_NB) != 0)
     throw Failure(exitFiles, file.string() + ": another solve is writing to it");
 }
 
 void History::create(const ProblemFile& problem) {
   open(O_WRONLY | O_CREAT);  // not emptied before it is certain that nobody else uses it
+  std::string content;
+  if (!readFile(file, content) ||
+      (!content.empty() && content.compare(0, headerBegin.size(), headerBegin) != 0))
+    throw Failure(exitFiles, file.string() + ": is no history, and is left as it is; remove it, or "
+                                             "name another directory with --output");
   writeHeader(problem);
 }
 
@@ -84,13 +166,19 @@ void History::writeHeader(const ProblemFile& problem) {
   Json header;
   header["tarnix_history"] = formatVersion;
   header["problem"] = problem.file.filename().string();
-  header["fingerprint"] = fingerprint(problem);
   header["variables"] = variableNames(problem);
-  write(header.dump());
+  header["parts"] = Json::object();
+  for (const auto& [part, hash] : fingerprint(problem)) header["parts"][part] = hash;
+  std::string line = dumped(header);
+  line.pop_back();
+  write(line);
 }
 
 void History::resume(const ProblemFile& problem) {
-  if (!std::filesystem::exists(file)) return create(problem);
+  std::error_code error;
+  if (!std::filesystem::exists(file, error))
+    throw Failure(exitFiles,
+                  file.string() + ": no history to go on from; 'tarnix solve' begins one");
   open(O_RDWR);
   const std::size_t whole = parse(problem);
   if (whole == 0) return writeHeader(problem);
@@ -99,7 +187,8 @@ void History::resume(const ProblemFile& problem) {
 }
 
 void History::read(const ProblemFile& problem) {
-  if (!std::filesystem::exists(file))
+  std::error_code error;
+  if (!std::filesystem::exists(file, error))
     throw Failure(exitFiles, file.string() + ": no history; 'tarnix solve' writes it");
   parse(problem);
 }
@@ -108,84 +197,120 @@ std::size_t History::parse(const ProblemFile& problem) {
   std::string content;
   if (!readFile(file, content)) throw Failure(exitFiles, file.string() + ": cannot be read");
   std::size_t begin = 0;
-  int line = 0;
-  bool header = false;
+  int number = 0;
   for (std::size_t end; (end = content.find('\n', begin)) != std::string::npos; begin = end + 1) {
-    ++line;
+    const std::string_view line = std::string_view(content).substr(begin, end - begin);
     try {
-      const Json entry = Json::parse(content.substr(begin, end - begin));
-      if (!header) {
-        if (entry.at("tarnix_history").get<int>() != formatVersion)
-          throw std::invalid_argument("unknown version");
-        if (entry.at("fingerprint").get<std::string>() != fingerprint(problem))
-          throw Failure(exitFiles,
-                        file.string() + ": the values in it belong to another state of " +
-                            problem.file.string() +
-                            (problem.command ? " (variables, command, templates, files or results"
-                                             : " (variables or expressions") +
-                            " have changed); begin anew with 'tarnix solve --fresh'");
-        header = true;
-      } else if (entry.contains("x")) {
-        Record record{entry.value("run", 0L),
-                      vectorAt(entry, "x"),
-                      vectorAt(entry, "r"),
-                      vectorAt(entry, "f"),
-                      entry.value("failed", std::string()),
-                      entry.value("s", 0.0)};
-        if (record.x.size() != problem.variables.size() ||
-            (record.failed.empty() && record.results.size() != problem.results.size()))
-          throw std::invalid_argument("count of numbers");
-        known.push_back(std::move(record));
-        lastEnd = nullptr;
-      } else if (entry.contains("end")) {
-        lastEnd = std::make_shared<const Outcome>(outcomeFrom(entry.at("end")));
-      }
+      if (++number == 1)
+        parseHeader(line, problem);
+      else
+        parseLine(line, problem);
     } catch (const Failure&) {
       throw;
+    } catch (const std::bad_alloc&) {
+      throw;
     } catch (const std::exception&) {
-      throw Failure(exitFiles, file.string() + ":" + std::to_string(line) +
-                                   ": damaged line; repair or remove it, or begin anew with "
-                                   "'tarnix solve --fresh'");
+      throw Failure(exitFiles, file.string() + ":" + std::to_string(number) +
+                                   ": damaged line; remove it, or begin anew with 'tarnix solve "
+                                   "--fresh'");
     }
   }
   return begin;
 }
 
-void History::append(const Record& record) {
-  std::string line = "{";
-  if (record.run > 0) line += "\"run\":" + std::to_string(record.run) + ",";
-  line += "\"x\":" + text(record.x);
-  if (!record.results.empty()) line += ",\"r\":" + text(record.results);
-  if (!record.failed.empty())
-    line += ",\"failed\":" + dumped(record.failed);
-  else
-    line += ",\"f\":" + text(record.values);
-  if (record.run > 0) {
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, ",\"s\":%.4f", record.seconds);
-    line += seconds;
+void History::parseHeader(std::string_view line, const ProblemFile& problem) const {
+  const Json entry = parsed(line);
+  if (entry.at("tarnix_history").get<int>() != formatVersion)
+    throw std::invalid_argument("unknown version");
+  std::string changed;
+  const auto change = [&](const std::string& part) { changed += (changed.empty() ? "" : ", ") + part; };
+  const Json& parts = entry.at("parts");
+  const Fingerprint now = fingerprint(problem);
+  for (const auto& [part, hash] : now)
+    if (!parts.contains(part) || parts.at(part) != hash) change(part);
+  for (const auto& [part, hash] : parts.items())
+    if (std::none_of(now.begin(), now.end(), [&](const auto& p) { return p.first == part; }))
+      change(part);
+  if (!changed.empty())
+    throw Failure(exitFiles, file.string() + ": the values in it belong to another state of " +
+                                 problem.file.string() + ". Changed: " + clipped(changed, 300) +
+                                 ". Put that back, or begin anew with 'tarnix solve --fresh'");
+}
+
+void History::parseLine(std::string_view line, const ProblemFile& problem) {
+  const Json entry = parsed(line);
+  if (entry.contains("end")) {
+    lastEnd = std::make_shared<const Outcome>(outcomeFrom(entry.at("end")));
+    return;
   }
-  write(line + "}");
+  highestRun = std::max(highestRun, runNumber(entry, problem));
+  if (entry.contains("started")) {
+    started.push_back(runNumber(entry, problem));
+    return;
+  }
+  if (entry.contains("attempt_failed")) {
+    failedAttempts.push_back(runNumber(entry, problem));
+    return;
+  }
+  (entry.contains("verifies") ? repeated : known).push_back(recordFrom(entry, problem));
+  if (!entry.contains("verifies")) lastEnd = nullptr;
+}
+
+std::vector<long> History::cutShort() const {
+  std::unordered_set<long> finished(failedAttempts.begin(), failedAttempts.end());
+  for (const auto* list : {&known, &repeated})
+    for (const Record& record : *list) finished.insert(record.run);
+  std::vector<long> open;
+  for (const long run : started)
+    if (!finished.count(run)) open.push_back(run);
+  return open;
+}
+
+long History::finishedRuns() const {
+  return static_cast<long>(started.size() - cutShort().size() - repeated.size());
+}
+
+void History::noteStart(long run) {
+  write("{\"run\":" + std::to_string(run) + ",\"started\":true");
+  started.push_back(run);
+  highestRun = std::max(highestRun, run);
+}
+
+void History::noteFailedAttempt(long run) {
+  write("{\"run\":" + std::to_string(run) + ",\"attempt_failed\":true");
+  failedAttempts.push_back(run);
+}
+
+void History::append(const Record& record) {
+  write(lineOf(record));
+  if (record.run > 0) store();
   known.push_back(record);
 }
 
+void History::appendVerification(const Record& record) {
+  write(lineOf(record) + ",\"verifies\":true");
+  store();
+  repeated.push_back(record);
+}
+
 void History::appendEnd(const Outcome& outcome) {
-  write("{\"end\":" + dumped(toJson(outcome)) + "}");
+  write("{\"end\":" + dumped(toJson(outcome)));
+  store();
   lastEnd = std::make_shared<const Outcome>(outcome);
 }
 
 // One call per line: a kill leaves the line whole or, when the disk is slower than the kill, torn
 // at the end of the file, which resume cuts off.
-void History::write(const std::string& line) {
-  const std::string whole = line + "\n";
-  std::size_t done = 0;
-  while (done < whole.size()) {
-    const ssize_t count = ::write(descriptor, whole.data() + done, whole.size() - done);
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0)
-      throw Failure(exitFiles, file.string() + ": cannot be written: " + std::strerror(errno));
-    done += static_cast<std::size_t>(count);
-  }
+void History::write(std::string line) {
+  line += checkText(line) + "\n";
+  if (!writeAll(descriptor, line))
+    throw Failure(exitFiles, file.string() + ": cannot be written: " + std::strerror(errno));
+}
+
+// A run costs more than a write to the disk; a power cut takes nothing that is finished.
+void History::store() {
+  if (fdatasync(descriptor) != 0 && errno != EINVAL && errno != ENOSYS)
+    throw Failure(exitFiles, file.string() + ": cannot be written: " + std::strerror(errno));
 }
 
 }  // namespace tarnix::cli

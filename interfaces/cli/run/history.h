@@ -1,10 +1,12 @@
 // The file of finished evaluations: one JSON object per line, numbers in the shortest form that
-// reads back to the same bits. A line is written whole, in one call, before the solve goes on.
+// reads back to the same bits. A line is written whole, in one call, before the solve goes on; it
+// ends with a check of what stands before it.
 #pragma once
 
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "problem/problem.h"
@@ -30,11 +32,10 @@ class History {
   History(History&& other) noexcept;
   History& operator=(const History&) = delete;
 
-  // Begins a new file.
+  // Begins a new file. Throws Failure rather than emptying a file that is no history.
   void create(const ProblemFile& problem);
-  // Goes on with an existing one, from which it cuts a torn last line; begins a new one when there
-  // is none. Throws Failure when it is damaged before its end, belongs to other values, or is in
-  // use.
+  // Goes on with an existing one, from which it cuts a torn last line. Throws Failure when there is
+  // none, or when it is damaged before its end, belongs to other values, or is in use.
   void resume(const ProblemFile& problem);
   // Only reads; nothing is locked or cut.
   void read(const ProblemFile& problem);
@@ -42,10 +43,22 @@ class History {
   // True while another process writes to the file.
   static bool inUse(const std::filesystem::path& path);
 
+  // Notes that a run is about to begin: its directory is this history's from then on.
+  void noteStart(long run);
+  // Notes that an attempt has failed that is made again.
+  void noteFailedAttempt(long run);
   void append(const Record& record);
+  // A run that repeats the final design, for comparison.
+  void appendVerification(const Record& record);
   void appendEnd(const Outcome& outcome);
 
   const std::vector<Record>& records() const { return known; }
+  const std::vector<Record>& verifications() const { return repeated; }
+  // Numbers of the runs that were begun and have not come to their end.
+  std::vector<long> cutShort() const;
+  long lastRun() const { return highestRun; }
+  // Runs that came to their end, attempts that failed and were repeated too.
+  long finishedRuns() const;
   // Null when the solve has not come to its end.
   const Outcome* end() const { return lastEnd.get(); }
   const std::filesystem::path& path() const { return file; }
@@ -53,12 +66,17 @@ class History {
  private:
   void open(int flags);
   void writeHeader(const ProblemFile& problem);
-  void write(const std::string& line);
+  void write(std::string line);  // with its last brace
+  void store();                  // on the disk itself
   std::size_t parse(const ProblemFile& problem);  // length of the whole lines
+  void parseHeader(std::string_view line, const ProblemFile& problem) const;
+  void parseLine(std::string_view line, const ProblemFile& problem);
 
   std::filesystem::path file;
   int descriptor = -1;
-  std::vector<Record> known;
+  std::vector<Record> known, repeated;
+  std::vector<long> started, failedAttempts;
+  long highestRun = 0;
   std::shared_ptr<const Outcome> lastEnd;
 };
 

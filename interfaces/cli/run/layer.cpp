@@ -36,8 +36,6 @@ tarnix::Options layerOptions(const OptionsTable& options) {
   o.differenceStep = options.differenceStep;
   o.keepInside = options.insideBounds;
   o.maxIterations = options.maxIterations;
-  if (options.maxEvaluations > 0) o.maxEvaluations = options.maxEvaluations;
-  if (options.maxSeconds > 0) o.maxTime = std::chrono::duration<double>(options.maxSeconds);
   o.target = options.target;
   return o;
 }

@@ -1,18 +1,24 @@
 #include "run/output_reader.h"
 
-#include <charconv>
-#include <cmath>
-#include <map>
-#include <string_view>
+#include <fcntl.h>
+#include <re2/re2.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <set>
 
 #include "base/text.h"
+#include "run/number_reader.h"
 
 namespace tarnix::cli {
 
 namespace {
 
-// The standard library matches by recursion: a line of a megabyte would exhaust the stack.
-constexpr std::size_t longestLine = 4096;
+// What is looked for stands at the beginning of a line; of a longer one the rest is skipped.
+constexpr std::size_t longestLine = 1 << 20;
+constexpr std::size_t longestMatch = 1000;
 
 std::string_view trimmed(std::string_view text) {
   const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
@@ -21,23 +27,7 @@ std::string_view trimmed(std::string_view text) {
   return text;
 }
 
-// The number at the beginning of a text, which may go on with a unit: the number ends at a blank
-// or another sign. Fortran's exponent letter D is taken as E.
-bool number(std::string_view text, double& value) {
-  std::string copy(trimmed(text.substr(0, 64)));
-  for (char& c : copy)
-    if (c == 'D' || c == 'd') c = 'e';
-  const char* begin = copy.c_str();
-  if (*begin == '+') ++begin;
-  const auto [end, error] = std::from_chars(begin, copy.c_str() + copy.size(), value);
-  const auto letter = [](char c) {
-    return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.' ||
-           c == ',';
-  };
-  return error == std::errc() && !letter(*end);
-}
-
-std::string_view valueOfKey(std::string_view line, const std::string& key) {
+std::optional<std::string_view> valueOfKey(std::string_view line, const std::string& key) {
   line = trimmed(line);
   if (line.compare(0, key.size(), key) != 0) return {};
   line = trimmed(line.substr(key.size()));
@@ -45,75 +35,148 @@ std::string_view valueOfKey(std::string_view line, const std::string& key) {
   return trimmed(line.substr(1));
 }
 
+std::string placeName(const std::string& file) {
+  return file.empty() ? "standard output" : "'" + file + "'";
+}
+
+// A file read by pieces, line by line: an output of any size takes no memory.
+class Lines {
+ public:
+  explicit Lines(const std::filesystem::path& path)
+      : descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {
+    struct stat status {};
+    if (descriptor >= 0 && fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode))
+      bytes = static_cast<std::uintmax_t>(status.st_size);
+  }
+  ~Lines() {
+    if (descriptor >= 0) close(descriptor);
+  }
+  Lines(const Lines&) = delete;
+  Lines& operator=(const Lines&) = delete;
+
+  bool exists() const { return descriptor >= 0; }
+  const std::optional<std::uintmax_t>& size() const { return bytes; }  // none: no regular file
+
+  template <class Use>
+  void each(Use use) {
+    char piece[65536];
+    for (;;) {
+      const ssize_t count = ::read(descriptor, piece, sizeof piece);
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0) break;
+      std::string_view rest(piece, static_cast<std::size_t>(count));
+      for (std::size_t end; (end = rest.find('\n')) != std::string_view::npos;) {
+        extend(rest.substr(0, end));
+        use(std::string_view(line));
+        line.clear();
+        rest.remove_prefix(end + 1);
+      }
+      extend(rest);
+    }
+    if (!line.empty()) use(std::string_view(line));
+  }
+
+ private:
+  void extend(std::string_view more) {
+    line += more.substr(0, longestLine - std::min(longestLine, line.size()));
+  }
+  int descriptor;
+  std::optional<std::uintmax_t> bytes;
+  std::string line;
+};
+
 }  // namespace
 
 OutputReader::OutputReader(const std::vector<ResultEntry>& results, Issues& issues) {
+  RE2::Options options(RE2::Latin1);  // bytes: outputs come in any encoding
+  options.set_log_errors(false);
   for (const ResultEntry& result : results) {
-    Rule rule{result, {}};
-    try {
-      if (!result.regex.empty()) {
-        rule.pattern = std::regex(result.regex);
-        if (rule.pattern.mark_count() == 0)
-          issues.add(result.line, "result '" + result.name + "': the regex has no group ( ) that " +
-                                      "would hold the number");
-      }
-    } catch (const std::regex_error& error) {
-      issues.add(result.line,
-                 "result '" + result.name + "': regex '" + result.regex + "': " + error.what());
+    Rule rule{result, nullptr};
+    if (!result.regex.empty()) {
+      rule.pattern = std::make_unique<RE2>(result.regex, options);
+      const std::string owner = "result '" + result.name + "': ";
+      if (!rule.pattern->ok())
+        issues.add(result.line, owner + "regex '" + clipped(result.regex) +
+                                    "': " + clipped(rule.pattern->error()));
+      else if (rule.pattern->NumberOfCapturingGroups() == 0)
+        issues.add(result.line,
+                   owner + "the regex has no group ( ) that would hold the number");
     }
     rules.push_back(std::move(rule));
   }
 }
 
+OutputReader::~OutputReader() = default;
+
+std::optional<std::string_view> OutputReader::Rule::match(std::string_view line) const {
+  if (!pattern) return valueOfKey(line, entry.key);
+  re2::StringPiece groups[2];
+  const re2::StringPiece text(line.data(), line.size());
+  if (!pattern->Match(text, 0, text.size(), RE2::UNANCHORED, groups, 2)) return {};
+  return std::string_view(groups[1].data(), groups[1].size());
+}
+
+bool OutputReader::scan(const std::filesystem::path& directory, const std::string& file,
+                        std::uintmax_t limit, Found& found, std::string& reason) const {
+  Lines lines(directory / (file.empty() ? "stdout.txt" : file));
+  const auto first = std::find_if(rules.begin(), rules.end(),
+                                  [&](const Rule& rule) { return rule.entry.file == file; });
+  const std::string result = "result '" + first->entry.name + "'";
+  if (!lines.exists())
+    reason = "no file '" + file + "' was written, which holds " + result;
+  else if (!lines.size())
+    reason = "'" + file + "' is no regular file: no " + result;
+  else if (*lines.size() == 0)
+    reason = placeName(file) + " is empty: no " + result;
+  else if (*lines.size() > limit)
+    reason = placeName(file) + " is larger than output_limit allows: no " + result;
+  if (!reason.empty()) return false;
+  // The last match counts: what is printed while a simulator iterates stands earlier.
+  lines.each([&](std::string_view line) {
+    for (std::size_t i = 0; i < rules.size(); ++i)
+      if (rules[i].entry.file == file)
+        if (const auto match = rules[i].match(line)) found[i] = match->substr(0, longestMatch);
+  });
+  return true;
+}
+
+double OutputReader::valueOf(const Rule& rule, const std::optional<std::string>& found,
+                             std::string& reason) const {
+  const auto& [entry, pattern] = rule;
+  const std::string where = placeName(entry.file), result = "result '" + entry.name + "'";
+  if (!found) {
+    reason = result + ": " +
+             (pattern ? "regex '" + clipped(entry.regex) + "' matches nothing in "
+                      : "no line '" + entry.key + " = ...' in ") +
+             where;
+    return 0;
+  }
+  double value = 0;
+  const std::string shown = "'" + printable(clipped(*found, 40)) + "'";
+  switch (readNumber(*found, value)) {
+    case NumberFault::none: break;
+    case NumberFault::notANumber:
+      reason = result + ": " + shown + " in " + where + " is not a number";
+      break;
+    case NumberFault::notFinite: reason = result + " is not finite: " + shown; break;
+    case NumberFault::decimalComma:
+      reason = result + ": " + shown + " in " + where +
+               " has a decimal comma; have the program write a point, for instance with "
+               "LC_ALL=C in its environment";
+  }
+  return value;
+}
+
 std::vector<double> OutputReader::read(const std::filesystem::path& directory,
-                                       std::string& reason) const {
-  std::map<std::string, std::string> contents;
+                                       std::uintmax_t limit, std::string& reason) const {
+  Found found(rules.size());
+  std::set<std::string> scanned;
   std::vector<double> values;
-  for (const auto& [result, pattern] : rules) {
-    const std::string source = result.file.empty() ? "stdout.txt" : result.file;
-    const std::string where = result.file.empty() ? "standard output" : "'" + source + "'";
-    const auto [place, fresh] = contents.try_emplace(source);
-    if (fresh && !readFile(directory / source, place->second)) {
-      reason = "no file '" + source + "' was written, which holds result '" + result.name + "'";
-      return {};
-    }
-    if (place->second.empty()) {
-      reason = where + " is empty: no result '" + result.name + "'";
-      return {};
-    }
-    // The last match counts: what is printed while a simulator iterates stands earlier.
-    std::string found;
-    bool any = false;
-    std::string_view rest = place->second;
-    while (!rest.empty()) {
-      const std::size_t end = std::min(rest.find('\n'), rest.size());
-      const std::string_view line = rest.substr(0, std::min(end, longestLine));
-      rest.remove_prefix(std::min(end + 1, rest.size()));
-      if (!result.regex.empty()) {
-        std::match_results<std::string_view::const_iterator> match;
-        if (std::regex_search(line.begin(), line.end(), match, pattern)) {
-          found = match[1].str();
-          any = true;
-        }
-      } else if (const std::string_view value = valueOfKey(line, result.key); value.data()) {
-        found = value;
-        any = true;
-      }
-    }
-    const std::string wanted = result.regex.empty()
-                                   ? "no line '" + result.key + " = ...' in "
-                                   : "regex '" + result.regex + "' matches nothing in ";
-    double value = 0;
-    if (!any)
-      reason = "result '" + result.name + "': " + wanted + where;
-    else if (!number(found, value))
-      reason = "result '" + result.name + "': '" + printable(found.substr(0, 40)) + "' in " +
-               where + " is not a number";
-    else if (!std::isfinite(value))
-      reason =
-          "result '" + result.name + "' is not finite: '" + printable(found.substr(0, 40)) + "'";
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    const std::string& file = rules[i].entry.file;
+    if (scanned.insert(file).second && !scan(directory, file, limit, found, reason)) return {};
+    values.push_back(valueOf(rules[i], found[i], reason));
     if (!reason.empty()) return {};
-    values.push_back(value);
   }
   return values;
 }

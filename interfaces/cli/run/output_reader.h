@@ -1,27 +1,44 @@
 // Reads the named results of a run from the files that it left.
 #pragma once
 
-#include <regex>
+#include <cstdint>
+#include <memory>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "base/issues.h"
 #include "problem/problem.h"
+
+namespace re2 {
+class RE2;
+}
 
 namespace tarnix::cli {
 
 class OutputReader {
  public:
   OutputReader(const std::vector<ResultEntry>& results, Issues& issues);
+  ~OutputReader();
 
   // Values in the order of the results. Empty, with a reason, when one is missing, is no number or
-  // is not finite.
-  std::vector<double> read(const std::filesystem::path& directory, std::string& reason) const;
+  // is not finite, or a file is larger than the limit in bytes.
+  std::vector<double> read(const std::filesystem::path& directory, std::uintmax_t limit,
+                           std::string& reason) const;
 
  private:
   struct Rule {
-    ResultEntry result;
-    std::regex pattern;
+    ResultEntry entry;
+    std::unique_ptr<re2::RE2> pattern;  // null: a key
+    std::optional<std::string_view> match(std::string_view line) const;
   };
+  using Found = std::vector<std::optional<std::string>>;  // by result, the last match
+  bool scan(const std::filesystem::path& directory, const std::string& file, std::uintmax_t limit,
+            Found& found, std::string& reason) const;
+  double valueOf(const Rule& rule, const std::optional<std::string>& found,
+                 std::string& reason) const;
+
   std::vector<Rule> rules;
 };
 

@@ -1,5 +1,6 @@
 #include "run/process.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
@@ -9,29 +10,64 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <system_error>
 
 namespace tarnix::cli {
 
 namespace {
 
-sigset_t waitedSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGCHLD, SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, number);
-  return set;
-}
-
+constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2};
+sigset_t waited;  // by the program, SIGCHLD too
 sigset_t maskAtStart;
 
-[[noreturn]] void fail(const char* what) {
+const char* const markName = "TARNIX_RUN_MARK=";
+
+[[noreturn]] void fail(const std::string& what) {
   throw std::system_error(errno, std::generic_category(), what);
+}
+
+// Ids of the processes whose environment holds a mark that begins so.
+std::vector<pid_t> marked(const std::string& mark) {
+  std::vector<pid_t> found;
+  DIR* const processes = opendir("/proc");
+  if (!processes) return found;
+  const std::string wanted = '\0' + (markName + mark);
+  std::string environment;
+  while (const dirent* entry = readdir(processes)) {
+    const pid_t id = static_cast<pid_t>(std::atol(entry->d_name));
+    if (id <= 0 || id == getpid()) continue;
+    const std::string path = "/proc/" + std::string(entry->d_name) + "/environ";
+    // No regular file by its size: read as it comes.
+    const int file = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) continue;
+    environment.assign(1, '\0');
+    char piece[16384];
+    for (ssize_t count; (count = read(file, piece, sizeof piece)) > 0;)
+      environment.append(piece, static_cast<std::size_t>(count));
+    close(file);
+    if (environment.find(wanted) != std::string::npos) found.push_back(id);
+  }
+  closedir(processes);
+  return found;
+}
+
+// Until nothing is left: what is killed may have started more meanwhile.
+void killMarked(const std::string& mark) {
+  for (int round = 0; round < 1000; ++round) {
+    const std::vector<pid_t> left = marked(mark);
+    if (left.empty()) return;
+    for (const pid_t id : left) kill(id, SIGKILL);
+    usleep(1000);
+  }
 }
 
 struct Launch {
   const char* program;
   char* const* words;
+  char* const* environment;
   const char* directory;
   pid_t parent;
   std::atomic<pid_t>& group;
@@ -52,7 +88,7 @@ struct Launch {
       open3("stdout.txt", O_WRONLY | O_CREAT | O_TRUNC, 1) &&
       open3("stderr.txt", O_WRONLY | O_CREAT | O_TRUNC, 2)) {
     sigprocmask(SIG_SETMASK, &maskAtStart, nullptr);
-    execv(launch.program, launch.words);
+    execve(launch.program, launch.words, launch.environment);
   }
   launch.error = errno;
   _exit(127);
@@ -66,7 +102,8 @@ struct Launch {
   return child;
 }
 
-[[noreturn]] void guardGroups(int pipeEnd, const std::atomic<pid_t>* groups, std::size_t count) {
+[[noreturn]] void guardTrees(int pipeEnd, const std::atomic<pid_t>* groups, std::size_t count,
+                             const std::string& session) {
   sigset_t all;
   sigfillset(&all);
   sigprocmask(SIG_SETMASK, &all, nullptr);
@@ -76,19 +113,35 @@ struct Launch {
   }
   for (std::size_t i = 0; i < count; ++i)
     if (const pid_t group = groups[i]; group > 0) kill(-group, SIGKILL);
+  killMarked(session);
   _exit(0);
+}
+
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+  std::vector<char*> result;
+  for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
+  result.push_back(nullptr);
+  return result;
 }
 
 }  // namespace
 
 void blockSignals() {
-  const sigset_t set = waitedSignals();
-  sigprocmask(SIG_BLOCK, &set, &maskAtStart);
+  sigemptyset(&waited);
+  sigaddset(&waited, SIGCHLD);
+  for (const int number : endingSignals) {
+    struct sigaction present {};
+    if (sigaction(number, nullptr, &present) != 0 || present.sa_handler != SIG_IGN)
+      sigaddset(&waited, number);  // nohup has a signal ignored: it stays so
+  }
+  sigset_t blocked = waited;
+  for (const int number : {SIGPIPE, SIGXFSZ}) sigaddset(&blocked, number);
+  sigprocmask(SIG_BLOCK, &blocked, &maskAtStart);
   std::signal(SIGCHLD, SIG_DFL);  // an inherited SIG_IGN would reap the children unseen
 }
 
 bool waitForChild(std::optional<Clock::time_point> until) {
-  const sigset_t set = waitedSignals();
+  const sigset_t& set = waited;
   for (;;) {
     int number;
     if (until) {
@@ -109,8 +162,8 @@ bool waitForChild(std::optional<Clock::time_point> until) {
 void checkSignals() {
   sigset_t pending;
   if (sigpending(&pending) != 0) return;
-  for (const int number : {SIGINT, SIGTERM, SIGHUP})
-    if (sigismember(&pending, number) == 1) throw Interrupted{number};
+  for (const int number : endingSignals)
+    if (sigismember(&waited, number) == 1 && sigismember(&pending, number) == 1) throw Interrupted{number};
 }
 
 std::string Ending::text() const {
@@ -118,50 +171,55 @@ std::string Ending::text() const {
   return "killed by signal " + std::to_string(status) + " (" + strsignal(status) + ")";
 }
 
-GroupGuard::GroupGuard() {
+ProcessTrees::ProcessTrees() {
   static_assert(Group::is_always_lock_free);
   void* memory = mmap(nullptr, mostGroups * sizeof(Group), PROT_READ | PROT_WRITE,
                       MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) fail("mmap");
   groups = static_cast<Group*>(memory);  // zero pages: every place is free
+  session = std::to_string(getpid()) + "." +
+            std::to_string(std::chrono::system_clock::now().time_since_epoch().count()) + ".";
+  prctl(PR_SET_CHILD_SUBREAPER, 1);
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) fail("pipe");
   guard = fork();
   if (guard < 0) fail("fork");
   if (guard == 0) {
     close(ends[1]);
-    guardGroups(ends[0], groups, mostGroups);
+    guardTrees(ends[0], groups, mostGroups, session);
   }
   close(ends[0]);
   pipeEnd = ends[1];
 }
 
-GroupGuard::~GroupGuard() {
+ProcessTrees::~ProcessTrees() {
   close(pipeEnd);
   while (waitpid(guard, nullptr, 0) < 0 && errno == EINTR) {
   }
   munmap(groups, mostGroups * sizeof(Group));
 }
 
-pid_t GroupGuard::start(const std::filesystem::path& program, const std::vector<std::string>& words,
-                        const std::filesystem::path& directory) {
-  std::vector<char*> arguments;
-  for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
-  arguments.push_back(nullptr);
+pid_t ProcessTrees::start(const LaunchPlan& plan) {
+  std::vector<std::string> environment = plan.environment;
+  for (char** entry = environ; *entry; ++entry) environment.emplace_back(*entry);
+  environment.push_back(markName + session + std::to_string(++lastTree) + ".");
+  const std::vector<char*> words = pointers(plan.words), variables = pointers(environment);
   Group* const place = std::find(groups, groups + mostGroups, 0);
   if (place == groups + mostGroups) fail("too many processes");
-  Launch launch{program.c_str(), arguments.data(), directory.c_str(), getpid(), *place, 0};
+  Launch launch{plan.program.c_str(), words.data(), variables.data(), plan.directory.c_str(),
+                getpid(), *place, 0};
   const pid_t child = startProcess(launch);
   if (child < 0) fail("cannot start a process");
+  trees[child] = lastTree;
   if (launch.error != 0) {
     finish(child);
     errno = launch.error;
-    fail(("cannot start '" + program.string() + "' in '" + directory.string() + "'").c_str());
+    fail("cannot start '" + plan.program.string() + "' in '" + plan.directory.string() + "'");
   }
   return child;
 }
 
-std::optional<Ending> GroupGuard::ended(pid_t process) {
+std::optional<Ending> ProcessTrees::ended(pid_t process) {
   siginfo_t info{};
   if (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOHANG | WNOWAIT) != 0)
     fail("waitid");
@@ -170,14 +228,53 @@ std::optional<Ending> GroupGuard::ended(pid_t process) {
   return Ending{info.si_code == CLD_EXITED, info.si_status};
 }
 
+std::string ProcessTrees::markOf(pid_t process) const {
+  return session + std::to_string(trees.at(process)) + ".";
+}
+
+void ProcessTrees::terminate(pid_t process) {
+  kill(-process, SIGTERM);
+  for (const pid_t id : marked(markOf(process)))
+    if (getpgid(id) != process) kill(id, SIGTERM);
+}
+
+bool ProcessTrees::gone(pid_t process) const {
+  return marked(markOf(process)).empty();  // an ended process has no environment any more
+}
+
+// Children that are neither runs nor the guard are orphans of a run. Ended ones are reaped.
+bool ProcessTrees::orphansLeft() const {
+  const int file = open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC);
+  if (file < 0) return true;  // not known
+  std::string list;
+  char piece[4096];
+  for (ssize_t count; (count = read(file, piece, sizeof piece)) > 0;)
+    list.append(piece, static_cast<std::size_t>(count));
+  close(file);
+  std::istringstream children(list);
+  bool left = false;
+  for (pid_t child; children >> child;)
+    if (child != guard && !trees.count(child)) left = waitpid(child, nullptr, WNOHANG) == 0 || left;
+  return left;
+}
+
 // The number of the group stays taken until the process is reaped: nothing else can be hit.
-void GroupGuard::finish(pid_t process) {
+void ProcessTrees::finish(pid_t process) {
   kill(-process, SIGKILL);
   kill(process, SIGKILL);
+  const std::string mark = markOf(process);
+  siginfo_t info{};
+  while (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+  }
+  if (orphansLeft()) {
+    killMarked(mark);
+    orphansLeft();
+  }
   if (Group* place = std::find(groups, groups + mostGroups, process); place != groups + mostGroups)
     *place = 0;
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
+  trees.erase(process);
 }
 
 }  // namespace tarnix::cli

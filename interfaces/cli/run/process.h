@@ -1,4 +1,4 @@
-// Child processes: each leads a group of its own, and no group outlives the program.
+// Child processes and what they start in their turn: no tree outlives the program.
 #pragma once
 
 #include <sys/types.h>
@@ -6,18 +6,20 @@
 #include <atomic>
 #include <chrono>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace tarnix::cli {
 
-// The signals that the program waits for instead of being interrupted by them. Blocked from the
-// start of main on; children get the mask back that the program was started with.
+// The signals that the program waits for instead of being interrupted by them: INT, TERM, HUP, USR1
+// and USR2, but for those that it was started to ignore. Writing to what is closed is an error, no
+// signal. Children get the mask back that the program was started with.
 void blockSignals();
 
 // Waits until a child has ended (true) or the time is over (false; with no time, at once or never).
-// Throws Interrupted when SIGINT, SIGTERM or SIGHUP arrives or has arrived.
+// Throws Interrupted when a signal that ends the program arrives or has arrived.
 using Clock = std::chrono::steady_clock;
 bool waitForChild(std::optional<Clock::time_point> until);
 void checkSignals();
@@ -33,31 +35,47 @@ struct Ending {
   std::string text() const;
 };
 
-// A process of its own that ends all groups when the program is gone, even by SIGKILL: it waits for
-// the end of a pipe, and finds the groups in memory that both share.
-class GroupGuard {
- public:
-  GroupGuard();
-  ~GroupGuard();
-  GroupGuard(const GroupGuard&) = delete;
-  GroupGuard& operator=(const GroupGuard&) = delete;
+struct LaunchPlan {
+  std::filesystem::path program;
+  std::vector<std::string> words;
+  std::filesystem::path directory;  // standard streams are files in it
+  std::vector<std::string> environment;  // NAME=value, beside the program's own
+};
 
-  // Starts a program with its standard streams from and to files of its directory. Throws
-  // std::system_error when that is not possible.
-  pid_t start(const std::filesystem::path& program, const std::vector<std::string>& words,
-              const std::filesystem::path& directory);
-  // Empty while the process runs. Its end also ends what it left behind in its group.
+// Starts processes and ends them with all that they have started. A process is known to belong to a
+// tree by a mark in its environment, wherever it has moved to; orphans become children of this
+// program. A guard, a process of its own, ends all trees when the program is gone, even by SIGKILL.
+class ProcessTrees {
+ public:
+  ProcessTrees();
+  ~ProcessTrees();
+  ProcessTrees(const ProcessTrees&) = delete;
+  ProcessTrees& operator=(const ProcessTrees&) = delete;
+
+  // Throws std::system_error when that is not possible.
+  pid_t start(const LaunchPlan& plan);
+  // Empty while the process runs. Its end also ends what it left behind.
   std::optional<Ending> ended(pid_t process);
-  // Ends the whole group and waits for the process.
+  // Asks the whole tree to end.
+  void terminate(pid_t process);
+  // Whether nothing of the tree is left but the ended process itself.
+  bool gone(pid_t process) const;
+  // Ends the whole tree and waits for the process.
   void finish(pid_t process);
 
  private:
   using Group = std::atomic<pid_t>;  // 0: a free place
   static constexpr std::size_t mostGroups = 1024;
 
+  bool orphansLeft() const;
+  std::string markOf(pid_t process) const;
+
   Group* groups = nullptr;
   int pipeEnd = -1;
   pid_t guard = -1;
+  std::string session;             // begins every mark
+  std::map<pid_t, long> trees;     // number of the mark of every process
+  long lastTree = 0;
 };
 
 }  // namespace tarnix::cli

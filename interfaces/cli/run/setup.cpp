@@ -10,22 +10,6 @@ namespace fs = std::filesystem;
 
 namespace tarnix::cli {
 
-namespace {
-
-// Renames a file or directory, NAME.EXTENSION to NAME.number.EXTENSION.
-void putAside(const fs::path& path, const std::string& extension, int number) {
-  std::error_code error;
-  if (!fs::exists(path, error)) return;
-  fs::path aside = path;
-  aside.replace_extension();
-  aside += "." + std::to_string(number) + extension;
-  fs::rename(path, aside, error);
-  if (error) throw Failure(exitFiles, path.string() + ": cannot be renamed: " + error.message());
-  std::cerr << "Of the earlier solve: " << aside.string() << "\n";
-}
-
-}  // namespace
-
 Setup::Setup(const fs::path& file) {
   Issues issues(file.string());
   problem = readProblem(file, issues);
@@ -43,7 +27,21 @@ Places::Places(const fs::path& file, const fs::path& output) {
   const std::string stem = file.stem().string();
   history = directory / (stem + ".history.jsonl");
   runs = directory / (stem + ".runs");
+  best = directory / (stem + ".best");
   report = directory / (stem + ".report.html");
+}
+
+fs::path putAside(const fs::path& path, const std::string& extension) {
+  std::error_code error;
+  if (!fs::exists(fs::symlink_status(path, error))) return {};
+  const std::string whole = path.string(), stem = whole.substr(0, whole.size() - extension.size());
+  fs::path aside;
+  for (int number = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++number)
+    aside = stem + "." + std::to_string(number) + extension;
+  fs::rename(path, aside, error);
+  if (error) throw Failure(exitFiles, path.string() + ": cannot be renamed: " + error.message());
+  std::cerr << "Of the earlier solve: " << aside.string() << "\n";
+  return aside;
 }
 
 void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
@@ -51,27 +49,23 @@ void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
   if (!problem.command || !readFile(places.history, content)) return;
   if (History::inUse(places.history))
     throw Failure(exitFiles, places.history.string() + ": another solve is writing to it");
-  if (content.find("\"f\":[") == std::string::npos) return;  // nothing that would be lost
+  if (content.find("\n{\"run\":") == std::string::npos) return;
+  const bool measured = content.find("\"r\":[") != std::string::npos;
+  if (!fresh && !measured) return;  // nothing is lost; directories of failed runs stay where they are
   if (!fresh && content.find("\n{\"end\":") == std::string::npos)
     throw Failure(exitFiles, places.history.string() +
                                  ": an earlier solve did not come to its end. Go on with 'tarnix "
                                  "resume', or begin anew with 'tarnix solve --fresh'");
-  const fs::path stem = fs::path(places.history).replace_extension();  // NAME.history
-  int number = 1;
-  while (fs::exists(fs::path(stem.string() + "." + std::to_string(number) + ".jsonl"))) ++number;
-  putAside(places.history, ".jsonl", number);
-  putAside(places.runs, ".runs", number);
+  putAside(places.history, ".jsonl");
+  std::error_code ignored;
+  if (!fs::remove(places.runs, ignored)) putAside(places.runs, ".runs");  // an empty one is no loss
+  putAside(places.best, ".best");
 }
 
-// The directories of finished runs are named by the history.
-void sweepRuns(const fs::path& runs, const std::vector<Record>& records) {
-  std::error_code error;
-  for (const auto& entry : fs::directory_iterator(runs, error)) {
-    const std::string name = entry.path().filename().string();
-    if (name.size() < 6 || name.find_first_not_of("0123456789") != std::string::npos) continue;
-    const bool recorded = std::any_of(records.begin(), records.end(),
-                                      [&](const Record& r) { return runName(r.run) == name; });
-    if (!recorded) fs::remove_all(entry.path(), error);
+void sweepRuns(const fs::path& runs, const History& history) {
+  for (const long run : history.cutShort()) {
+    std::error_code ignored;
+    fs::remove_all(runs / runName(run), ignored);
   }
 }
 

@@ -25,14 +25,18 @@ struct Setup {
 // Beside the problem file, or in a directory of the user's choice.
 struct Places {
   Places(const std::filesystem::path& file, const std::filesystem::path& output);
-  std::filesystem::path history, runs, report;
+  std::filesystem::path history, runs, best, report;
 };
 
-// Puts the history of an earlier solve that ran a command aside, and its run directories, when it
-// has come to its end or fresh is set; throws Failure otherwise.
+// Puts the history of an earlier solve that ran a command aside, and its directories, when it has
+// come to its end or fresh is set; throws Failure otherwise.
 void makeRoom(const ProblemFile& problem, const Places& places, bool fresh);
 
-// Removes the directories of runs that a kill has cut short.
-void sweepRuns(const std::filesystem::path& runs, const std::vector<Record>& records);
+// Removes the directories of runs that the history began and a kill has cut short.
+void sweepRuns(const std::filesystem::path& runs, const History& history);
+
+// Renames a file or directory to the next free of NAME.1.EXTENSION, NAME.2.EXTENSION and so on,
+// where it is there. Its new name.
+std::filesystem::path putAside(const std::filesystem::path& path, const std::string& extension);
 
 }  // namespace tarnix::cli

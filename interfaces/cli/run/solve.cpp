@@ -1,9 +1,12 @@
 #include "run/solve.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <iostream>
 #include <tarnix/tarnix.hpp>
 
+#include "base/numbers.h"
 #include "run/layer.h"
 
 namespace fs = std::filesystem;
@@ -14,9 +17,10 @@ namespace {
 
 class Solve {
  public:
-  Solve(Setup& s, const Places& places, const SolveOptions& o)
-      : setup(s), problem(s.problem), options(o), history(openHistory(places)),
-        evaluations(problem, *setup.model, setup.simulator.get(), &history, options.jobs),
+  Solve(Setup& s, const Places& p, const SolveOptions& o)
+      : setup(s), problem(s.problem), options(o), places(p), history(openHistory()),
+        evaluations(problem, *setup.model, setup.simulator.get(), &history, options.jobs,
+                    options.retryFailed),
         progress(options.progress, problem, evaluations) {
     evaluations.onChange = [this] { progress.evaluated(); };
     if (options.progress == ProgressStyle::live) evaluations.onTick = evaluations.onChange;
@@ -24,16 +28,17 @@ class Solve {
 
   Outcome run(int& exitCode) {
     Outcome outcome = attempt(exitCode);
+    const bool ended = exitCode == exitSolved || exitCode == exitNotSolved;
+    if (ended && setup.simulator && outcome.objective) verify(outcome, exitCode);
     progress.clear();
     if (!outcome.error.empty()) std::cerr << "error: " << outcome.error << "\n";
-    addBest(outcome);
     addCounts(outcome);
-    if (exitCode == exitSolved || exitCode == exitNotSolved) history.appendEnd(outcome);
+    if (ended) history.appendEnd(outcome);
     return outcome;
   }
 
  private:
-  History openHistory(const Places& places) {
+  History openHistory() {
     if (const fs::path directory = places.history.parent_path(); !directory.empty()) {
       std::error_code error;
       fs::create_directories(directory, error);
@@ -48,7 +53,7 @@ class Solve {
       opened.create(problem);
     }
     if (setup.simulator) {
-      sweepRuns(places.runs, opened.records());
+      sweepRuns(places.runs, opened);
       setup.simulator->open(places.runs);
     }
     return opened;
@@ -56,9 +61,15 @@ class Solve {
 
   Outcome attempt(int& exitCode) {
     try {
-      const tarnix::Result solved = callLayer();
-      exitCode = solved.success ? exitSolved : exitNotSolved;
-      return outcomeOf(problem, solved);
+      const Outcome outcome = measured(callLayer());
+      exitCode = outcome.success ? exitSolved : exitNotSolved;
+      return outcome;
+    } catch (const LimitReached& limit) {
+      exitCode = exitNotSolved;
+      Outcome outcome = cutShort("limit of " + limit.option);
+      outcome.advice = "This is the best design measured; raise " + limit.option +
+                       " in [options] and go on with 'tarnix resume'.";
+      return outcome;
     } catch (const Interrupted& interrupted) {
       exitCode = 128 + interrupted.signal;
       return cutShort(std::string("interrupted: ") + strsignal(interrupted.signal));
@@ -70,18 +81,26 @@ class Solve {
     }
   }
 
+  // Evaluates the start, which gives the objective its scale.
+  void evaluateStart() {
+    std::vector<double> start;
+    for (const VariableEntry& v : problem.variables) start.push_back(v.start);
+    // The design that the method asks for first, so that this one is not evaluated in addition.
+    start = PassPrediction(problem).firstAsked(start);
+    const double value = evaluations.at(start)[0];
+    if (const std::string reason = evaluations.failureAt(start); !reason.empty())
+      throw Failure(exitEvaluation, "the start cannot be evaluated: " + reason +
+                                        "\n  when that is seen to: tarnix resume --retry-failed");
+    scale = problem.objective.scale.value_or(typicalSize(value));
+  }
+
   tarnix::Result callLayer() {
-    double scale = problem.objective.scale.value_or(0);
-    if (scale == 0) {
-      std::vector<double> start;
-      for (const VariableEntry& v : problem.variables) start.push_back(v.start);
-      // The design that the method asks for first, so that this one is not evaluated in addition.
-      const double value = evaluations.at(PassPrediction(problem).firstAsked(start))[0];
-      scale = evaluations.lastFailed() ? 1 : typicalSize(value);
-    }
+    evaluateStart();
     tarnix::Options layer = layerOptions(problem.options);
     layer.onIteration = [&](const tarnix::Progress& at) {
-      progress.iterated(name(at.method), at.iteration);
+      method = name(at.method);
+      iterations = at.iteration;
+      progress.iterated(method, iterations);
     };
     const auto analysis = [&](const Point& x, Values& values) {
       const auto f = evaluations.at({x.data(), x.size()});
@@ -90,16 +109,149 @@ class Solve {
     return layerProblem(problem, scale).solve(analysis, layer);
   }
 
-  Outcome cutShort(const std::string& reason) const {
-    Outcome outcome = outcomeAt(problem, evaluations.best(), reason);
-    outcome.advice = "Below the best design so far; go on with 'tarnix resume'.";
+  // The outcome of the layer's result, but at the best design that was measured where that is better;
+  // a penalty is never shown.
+  Outcome measured(const tarnix::Result& solved) const {
+    Outcome outcome = outcomeOf(problem, solved);
+    const auto& best = evaluations.best();
+    const bool penalized = !evaluations.failureAt(solved.point.x).empty();
+    const bool worse = best && !solved.feasible &&
+                       !(solved.point.violation <= best->violation);
+    if (penalized || worse) {
+      Outcome other = outcomeAt(problem, best, outcome.reason);
+      other.method = outcome.method, other.meaning = outcome.meaning;
+      other.iterations = outcome.iterations, other.stages = outcome.stages;
+      other.advice = penalized ? "The method came to its end where the run fails; this is the best "
+                                 "design measured. Narrow the bounds to where the command works."
+                               : outcome.advice;
+      return other;
+    }
+    // Multipliers are differences of the last answers.
+    const long pass = 2 * static_cast<long>(problem.variables.size());
+    if (const long last = evaluations.lastPenalty();
+        last > 0 && last >= evaluations.counts().asked - pass)
+      dropMultipliers(outcome);
     return outcome;
   }
 
-  void addBest(Outcome& outcome) const {
-    const auto& best = evaluations.best();
-    if (best && best->violation <= problem.options.tolerance && !outcome.feasible)
-      outcome.bestFeasible = {best->values[0], best->violation, best->x};
+  static void dropMultipliers(Outcome& outcome) {
+    for (VariableOutcome& v : outcome.variables) v.multiplier = v.perPercent = {};
+    for (ConstraintOutcome& c : outcome.constraints) c.multiplier = c.perPercent = {};
+  }
+
+  Outcome cutShort(const std::string& reason) const {
+    Outcome outcome = outcomeAt(problem, evaluations.best(), reason);
+    outcome.method = method;
+    outcome.meaning = "ended early";
+    outcome.iterations = iterations;
+    outcome.advice = outcome.objective ? "Below the best design so far; go on with 'tarnix resume'."
+                                       : "Go on with 'tarnix resume'.";
+    return outcome;
+  }
+
+  // Runs the final design once more, alone, and after a solve with jobs side by side two of these
+  // too: what runs do to each other, and what a command does not repeat, comes to light here.
+  void verify(Outcome& outcome, int& exitCode) {
+    std::vector<double> x;
+    for (const VariableOutcome& v : outcome.variables) x.push_back(v.value);
+    const Record* first = recordAt(history.records(), x);
+    if (!first) return;
+    try {
+      const std::vector<std::vector<double>> pair = evaluations.sideBySide();
+      const Record* again = recordAt(history.verifications(), x);
+      Record repeated;
+      std::error_code error;
+      if (!again || !fs::exists(places.best, error)) {
+        fs::path directory;
+        repeated = evaluations.repeat(x, directory);
+        keepDirectory(directory);
+      } else {
+        repeated = *again;
+      }
+      Verification v = compared(*first, repeated);
+      if (problem.command->keep != Keep::none) v.directory = places.best.string();
+      for (std::size_t i = 0; i < pair.size() && v.agrees; ++i) verifyBeside(pair[i], v);
+      conclude(v, outcome, exitCode);
+    } catch (const Interrupted& interrupted) {
+      exitCode = 128 + interrupted.signal;
+      outcome.success = false;
+      outcome.reason = std::string("interrupted: ") + strsignal(interrupted.signal);
+    }
+  }
+
+  void verifyBeside(const std::vector<double>& x, Verification& v) {
+    fs::path directory;
+    const Record again = evaluations.repeat(x, directory);
+    std::error_code ignored;
+    fs::remove_all(directory, ignored);
+    const Verification other = compared(*recordAt(history.records(), x), again);
+    if (other.agrees) return;
+    v.same = v.agrees = false;
+    v.text = other.text + "; runs side by side disturb each other: do they share a file? "
+                          "--jobs 1 avoids it";
+  }
+
+  static const Record* recordAt(const std::vector<Record>& records, const std::vector<double>& x) {
+    const auto place = std::find_if(records.rbegin(), records.rend(), [&](const Record& r) {
+      return r.x == x;
+    });
+    return place == records.rend() ? nullptr : &*place;
+  }
+
+  void keepDirectory(const fs::path& directory) const {
+    std::error_code error;
+    if (problem.command->keep == Keep::none) {
+      fs::remove_all(directory, error);
+      return;
+    }
+    putAside(places.best, ".best");
+    fs::rename(directory, places.best, error);
+    if (error)
+      throw Failure(exitFiles, places.best.string() + ": cannot be made: " + error.message());
+  }
+
+  // A small difference is the command's own when it also differs from itself alone.
+  bool isNoise(const Record& alone) {
+    fs::path directory;
+    const Record third = evaluations.repeat(alone.x, directory);
+    std::error_code ignored;
+    fs::remove_all(directory, ignored);
+    return third.results != alone.results;
+  }
+
+  Verification compared(const Record& first, const Record& again) {
+    Verification v;
+    if (!again.failed.empty()) {
+      v.text = "run " + runName(again.run) + " failed: " + again.failed;
+      return v;
+    }
+    const std::vector<double> before = setup.model->values(first.x, first.results),
+                              now = setup.model->values(again.x, again.results);
+    v.same = first.results == again.results;
+    v.agrees = true;
+    for (std::size_t j = 0; j < now.size(); ++j) {
+      const double unit = j == 0 ? scale : problem.constraints[j - 1].scale;
+      v.agrees = v.agrees && std::abs(now[j] - before[j]) <= problem.options.tolerance * unit;
+    }
+    if (!v.same && v.agrees) v.agrees = isNoise(again);
+    for (std::size_t i = 0; i < first.results.size() && !v.same && v.text.empty(); ++i)
+      if (first.results[i] != again.results[i])
+        v.text = "result '" + problem.results[i].name + "' was " + shortest(first.results[i]) +
+                 " in run " + runName(first.run) + " and is now " + shortest(again.results[i]);
+    return v;
+  }
+
+  static void conclude(Verification v, Outcome& outcome, int& exitCode) {
+    if (!v.agrees) {
+      if (outcome.success) outcome.reason = "the final design does not repeat";
+      outcome.success = false;
+      outcome.advice = "The command gives other results for the same design; no optimum can be "
+                       "trusted before that is seen to.";
+      exitCode = exitNotSolved;
+    } else if (!v.same) {
+      v.text += "; that is within the tolerance";
+    }
+    outcome.verification = std::move(v);
   }
 
   void addCounts(Outcome& outcome) const {
@@ -107,6 +259,8 @@ class Solve {
     outcome.evaluations = count.asked;
     if (setup.simulator) {
       outcome.runs = count.finished + count.failed;
+      outcome.failed = count.failed;
+      outcome.lastFailure = evaluations.lastFailure();
       outcome.foreseen = count.foreseen;
       outcome.foreseenUsed = count.used;
     }
@@ -118,6 +272,10 @@ class Solve {
   Setup& setup;
   const ProblemFile& problem;
   const SolveOptions& options;
+  const Places& places;
+  double scale = 1;  // of the objective
+  std::string method;
+  int iterations = 0;
   History history;
   Evaluations evaluations;
   ProgressLine progress;

@@ -11,6 +11,7 @@ struct SolveOptions {
   int jobs = 1;
   bool resume = false;
   bool fresh = false;
+  bool retryFailed = false;
   ProgressStyle progress = ProgressStyle::lines;
 };
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 #include "base/text.h"
@@ -80,6 +81,58 @@ TEST_F(HistoryTest, TornEndIsCutAndOnlyThat) {
   }
 }
 
+struct Damage {
+  const char *name, *line;
+};
+
+TEST_F(HistoryTest, WhatDoesNotFitTheProblemIsRefused) {
+  const std::string deep = "{\"x\":" + std::string(100000, '[') + std::string(100000, ']');
+  const Damage cases[] = {
+      {"too many variables", R"({"x":[1,2,3],"f":[1,2])"},
+      {"too many values", R"({"x":[1,2],"f":[1,2,3,4,5,6,7,8,9,10,11,12])"},
+      {"results without a command", R"({"x":[1,2],"r":[1],"f":[1,2])"},
+      {"a failure without a command", R"({"x":[1,2],"failed":"why")"},
+      {"no number", R"({"x":[1,"two"],"f":[1,2])"},
+      {"nested", deep.c_str()},
+      {"an end that is none", R"({"end":7)"},
+      {"an end of wrong types", R"({"end":{"variables":7})"},
+  };
+  for (const Damage& c : cases) {
+    SCOPED_TRACE(c.name);
+    write({});
+    char check[32];
+    std::snprintf(check, sizeof check, ",\"c\":\"%08x\"}\n", checkOf(c.line));
+    scratch.write("p.history.jsonl", content() + c.line + check);
+    History history(path);
+    EXPECT_THROW(history.resume(problem), Failure);
+  }
+}
+
+TEST_F(HistoryTest, EveryChangedByteIsNoticed) {
+  write({{0, {1, 2}, {}, {3, 4}, {}, 0}});
+  const std::string whole = content();
+  for (std::size_t i = whole.find('\n') + 1; i + 1 < whole.size(); ++i) {
+    std::string changed = whole;
+    changed[i] = changed[i] == '1' ? '2' : '1';
+    scratch.write("p.history.jsonl", changed);
+    History history(path);
+    EXPECT_THROW(history.resume(problem), Failure) << i;
+    EXPECT_EQ(content(), changed);
+  }
+}
+
+TEST_F(HistoryTest, ForeignFilesStayAsTheyAre) {
+  scratch.write("p.history.jsonl", "a diary\n");
+  EXPECT_THROW(History(path).create(problem), Failure);
+  EXPECT_EQ(content(), "a diary\n");
+  std::filesystem::remove(path);
+  const auto target = scratch.write("target", "{\"tarnix_history\":2}\n");
+  std::filesystem::create_symlink(target, path);
+  EXPECT_THROW(History(path).create(problem), Failure);
+  EXPECT_THROW(History(path).resume(problem), Failure);
+  EXPECT_EQ(content(), "{\"tarnix_history\":2}\n");
+}
+
 TEST_F(HistoryTest, OneWriterAtATime) {
   write({});
   History first(path);
@@ -94,7 +147,7 @@ TEST_F(HistoryTest, OutcomeComesBack) {
   Outcome outcome = outcomeAt(problem, design, "for a test");
   outcome.iterations = 7;
   outcome.stages.push_back({"SQP", "forward", 1, "converged", 7, 20});
-  outcome.bestFeasible = {0.25, 0, {1, 2}};
+  outcome.verification = {false, true, "differs", "p.best"};
   outcome.constraints[0].perPercent = -0.5;
   {
     History history(path);
@@ -106,7 +159,7 @@ TEST_F(HistoryTest, OutcomeComesBack) {
   ASSERT_NE(history.end(), nullptr);
   EXPECT_EQ(table(*history.end()), table(outcome));
   EXPECT_EQ(history.end()->variables[1].at, "upper");
-  EXPECT_EQ(history.end()->bestFeasible->x, (std::vector<double>{1, 2}));
+  EXPECT_EQ(history.end()->verification->directory, "p.best");
   EXPECT_EQ(history.end()->stages[0].evaluations, 20);
 }
 

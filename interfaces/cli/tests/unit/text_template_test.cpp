@@ -17,6 +17,8 @@ TEST(TextTemplate, FillsPlacesAndLeavesTheRest) {
       {"a {{x:%8.3f}}|{{y:%.3e}}|", "a    0.100|-2.000e+00|"},
       {"line 1\n{{dir}}/in {{run}}\n", "line 1\n/tmp/in 000007\n"},
       {"{{y:%+g}} {{x:%-6g}}.", "-2 0.1   ."},
+      {"{{ x }} {{ y : %.1f }}", "0.1 -2.0"},
+      {"{{{{x}} {{x}}", "{{x}} 0.1"},
   };
   for (const Filling& c : cases) {
     SCOPED_TRACE(c.text);
@@ -56,6 +58,28 @@ TEST(TextTemplate, NamesEveryFaultWithItsLine) {
     });
     EXPECT_EQ(where, c.line);
     EXPECT_NE(faults.find(c.message), std::string::npos) << faults;
+  }
+}
+
+struct ShellFilling {
+  const char *text, *filled;
+};
+
+TEST(TextTemplate, ShellTextsHoldAnyDirectoryAsOneWord) {
+  const ShellFilling cases[] = {
+      {"sh {{dir}}/run", "sh 'd; touch X # it'\\''s $HOME'/run"},
+      {"sh \"{{dir}}/run\"", "sh \"d; touch X # it's \\$HOME/run\""},
+      {"sh '{{dir}}/run'", "sh 'd; touch X # it'\\''s $HOME/run'"},
+      {"# isn't\nsh {{dir}}", "# isn't\nsh 'd; touch X # it'\\''s $HOME'"},
+      {"echo \\' {{x}}", "echo \\' 1"},
+  };
+  for (const ShellFilling& c : cases) {
+    SCOPED_TRACE(c.text);
+    const TextTemplate text(c.text, {"x"}, {"dir"}, [](int, const std::string&) {},
+                            TextTemplate::Kind::shell);
+    const double numbers[] = {1};
+    const std::string texts[] = {"d; touch X # it's $HOME"};
+    EXPECT_EQ(text.filled(numbers, texts), c.filled);
   }
 }
 
