@@ -22,17 +22,19 @@
  *               "physical" ones are the host's. Function values are always the callback's. The QP
  *               and curvature routines work in whatever units their caller uses, the optimizers in
  *               scaled ones.
- *   Settings    Read from VRK_settings at the time of use; never passed.
- *   Storage     Scratch comes from a fixed work storage used as a stack and is given back on every
- *               exit. A request "k doubles" is refused when dblStorageUsed + k exceeds
+ *   Settings    Read from the settings block of the session that the thread uses (VRK_settings
+ *               for the process-wide one) at the time of use; never passed.
+ *   Storage     Scratch comes from the session's work storage, used as a stack, and is given back
+ *               on every exit. A request "k doubles" is refused when dblStorageUsed + k exceeds
  *               dblStorageCapacity (or VRK_DBL_STORAGE_LIMIT). Unless an entry says otherwise a
  *               refusal prints a message with the total needed when printLevel > 0, sets errorFlag
  *               to -1, and leaves the results untouched.
- *   Threads     Not re-entrant: one thread at a time uses the library.
- *   Evaluation  Routines that evaluate call the callback, with the scaling, of the most recent
- *               solve call. A host that calls such a routine itself records both by a solve call
- *               with maxIter = 0. They serve at most VRK_MAX_VARIABLES variables. The other
- *               routines are limited by storage alone. */
+ *   Threads     One thread at a time uses a session; several sessions (session.h) do not notice
+ *               each other.
+ *   Evaluation  Routines that evaluate call the callback, with the scaling, of the session's most
+ *               recent solve call. A host that calls such a routine itself records both by a
+ *               solve call with maxIter = 0. They serve at most VRK_MAX_VARIABLES variables. The
+ *               other routines are limited by storage alone. */
 #ifndef TARNIX_ROUTINES_H
 #define TARNIX_ROUTINES_H
 
@@ -49,14 +51,16 @@ extern "C" {
  * Settings block
  * --------------------------------------------------------------------------------------------- */
 
-/* Real sizes of the static work storage. A capacity set above them counts as the limit. */
+/* Sizes of the process-wide session's work storage, and the most that another one's may take. A
+ * capacity set above them counts as the limit. */
 enum {
   VRK_DBL_STORAGE_LIMIT = 2000000, /* doubles */
   VRK_INT_STORAGE_LIMIT = 100000   /* integers */
 };
 
-/* Options and counters of the whole library. All zero until VRK_setDefaults stores the defaults
- * given in brackets. A host may write options that have no setter directly, between solves. */
+/* Options and counters of a session. Those of the process-wide one are all zero until
+ * VRK_setDefaults stores the defaults given in brackets; any other begins with them. A host may
+ * write options that have no setter directly, between solves. */
 typedef struct VRK_Settings {
   int32_t intStorageCapacity; /* integers of work storage that may be used [5000] */
   int32_t dblStorageCapacity; /* doubles of work storage that may be used [40000] */
@@ -113,7 +117,8 @@ VRK_API void GRGFUN(const int32_t* mode, const int32_t* k, const int32_t* n, dou
 VRK_API void SQPFUN(const int32_t* n, double* x, double* f);
 
 /* ------------------------------------------------------------------------------------------------
- * Trace: text lines on the C library's stdout, whatever the print level
+ * Trace: text lines on the C library's stdout, or where the session's trace goes, whatever the
+ * print level
  *
  * A title line is a blank and the title. A double stands in a blank and a field of 13, right-
  * aligned, 5 decimals: fixed form when it is 0 or 0.1 <= |v| < 1e6, exponent form otherwise.

@@ -1,9 +1,9 @@
 /* tarnix: sessions, for solves that are independent of each other; and what a host may offer beside
  * its analysis: many designs at once, and gradients.
  *
- * A session holds all state of a solve: settings and counters, work storage, the stored problem. The
- * process-wide session exists always; it is what every call of tarnix.h and routines.h works on in a
- * thread that asks for no other, and its settings are VRK_settings. Others are made by
+ * A session holds all state of a solve: settings and counters, work storage, the stored problem.
+ * The process-wide session exists always; it is what every call of tarnix.h and routines.h works on
+ * in a thread that asks for no other, and its settings are VRK_settings. Others are made by
  * tarnix_session_create. Solves in different sessions do not notice each other: in threads, in a
  * callback of another solve, one per tenant of a service. A solve gives the same bits in every
  * session, alone or beside others.
@@ -17,9 +17,10 @@
  *
  * Rules
  *   - Null stands for the process-wide session, except in tarnix_session_destroy.
- *   - At most one thread uses a session at a time; tarnix_session_stop alone may be called from any.
- *   - A thread begins with the process-wide session. What it uses afterwards is its own affair: other
- *     threads do not notice.
+ *   - At most one thread uses a session at a time; tarnix_session_stop alone may be called from
+ *     any.
+ *   - A thread begins with the process-wide session. What it uses afterwards is its own affair:
+ *     other threads do not notice.
  *   - A callback may use another session and solve in it. When it returns, the solve that called it
  *     goes on in its own session, whatever the callback left in use.
  *   - In one session a solve must not be started from a callback of another.
@@ -42,7 +43,8 @@ extern "C" {
 typedef struct tarnix_session tarnix_session;
 
 /* A new session with all defaults stored; null when there is no memory for it. Its own memory grows
- * with its largest solve and is kept for the next. */
+ * with its largest solve and is kept for the next. A solve that finds no more ends with 7 (SQP) or
+ * 11 (GRG); after VRK_setDefaults the session serves again. */
 VRK_API tarnix_session* tarnix_session_create(void);
 
 /* Returns all memory of the session; null is nothing. No solve may be running in it, unless its
@@ -61,8 +63,8 @@ VRK_API VRK_Settings* tarnix_session_settings(tarnix_session* session);
 /* VRK_set_stop for this session, from any thread and from signal handlers. */
 VRK_API void tarnix_session_stop(tarnix_session* session, int32_t value);
 
-/* Whether VRK_grg and the GR* routines solve with their refinements (nonzero) or by the plain method
- * (0, the default). The refined method solves more problems; docs/methods.md names what differs.
+/* Whether VRK_grg and the GR* routines solve with their refinements (nonzero) or by the plain
+ * method (0, the default). The refined method solves more problems; docs/methods.md names what differs.
  * VRK_setDefaults leaves this choice as it is, and the functions below. */
 VRK_API void tarnix_session_refine(tarnix_session* session, int32_t on);
 
@@ -87,7 +89,8 @@ typedef int32_t (*tarnix_gradient)(void* user, const double* x, int32_t n, int32
 
 /* Every gradient pass then asks this function first, and evaluates only where a derivative that it
  * needs is missing: nowhere when all are given. The function is called at points at which the
- * analysis has been called before, though not always in the call before. Null: differences alone. */
+ * analysis has been called before, though not always in the call before. Null: differences
+ * alone. */
 VRK_API void tarnix_session_gradient(tarnix_session* session, tarnix_gradient function,
                                      void* user);
 

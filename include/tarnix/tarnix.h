@@ -24,14 +24,17 @@
  * zeroTol: the subproblem then looks infeasible (status 4 of VRK_sqp, 8 of VRK_grg), although a
  * feasible point exists.
  *
- * Threads. One solve at a time in one process: all state is library-wide and unlocked. The
- * callback runs on the caller's thread, inside the solve call, and must not start another solve.
- * VRK_set_stop alone may be called from another thread; any setter may be called from the
- * callback and takes effect when the setting is next read.
+ * Threads. All state of a solve is in a session, and nothing locks it: one solve at a time in each.
+ * The calls below work on the session that the calling thread uses, the process-wide one unless it
+ * has asked for another: session.h makes solves in threads and within callbacks independent of each
+ * other. The callback runs on the caller's thread, inside the solve call; it must not start another
+ * solve in the same session. VRK_set_stop may be called from another thread that uses the session
+ * (tarnix_session_stop from any); any setter may be called from the callback and takes effect when
+ * the setting is next read.
  *
  * Exceptions thrown by a C++ callback pass through the solve call to its caller: work storage and
- * memory are given back, x and f are left with some intermediate content. Leaving the callback by
- * longjmp is not supported.
+ * memory are given back, x and f are left with some intermediate content. A callback may be left by
+ * longjmp in a session that is then destroyed, in the process-wide one it may not.
  *
  * Errors. A solve that runs out of work storage or memory returns 7 (SQP) or 11 (GRG). The flag
  * and marks behind that may stay set, so that later solves return the same whatever they find:
@@ -159,15 +162,16 @@ VRK_API int32_t VRK_setDefaults(void);
 /* The setters store their argument as given; no value is refused. */
 
 /* Stop request: with the value 1 a solve ends at the top of its next iteration. Other values have
- * no effect. The request stays until another value, or VRK_setDefaults, clears it. May be called
- * from any thread. Default 0. */
+ * no effect. The request stays until another value, or VRK_setDefaults, clears it. It reaches the
+ * session that the calling thread uses: the process-wide one from any thread that has not asked for
+ * another, and also from a signal handler of such a thread. Default 0. */
 VRK_API void VRK_set_stop(int32_t value);
 
-/* Print level of the trace, written to the C library's stdout: 0 nothing, 1 error and warning
- * messages, iteration headers and, in VRK_grg, the point of each iteration and the steps of its
- * search; 2 also the notices and figures of each iteration, 3 also vectors and matrices. The
- * storage messages of the SQP front end and of the subproblem's solver appear at every level.
- * Default 0. */
+/* Print level of the trace, written to the C library's stdout unless tarnix_session_trace names
+ * another place: 0 nothing, 1 error and warning messages, iteration headers and, in VRK_grg, the
+ * point of each iteration and the steps of its search; 2 also the notices and figures of each
+ * iteration, 3 also vectors and matrices. The storage messages of the SQP front end and of the
+ * subproblem's solver appear at every level. Default 0. */
 VRK_API void VRK_set_print(int32_t level);
 
 /* Difference scheme of the gradients: 1 forward (n evaluations per gradient), any other value
