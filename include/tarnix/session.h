@@ -64,8 +64,8 @@ VRK_API VRK_Settings* tarnix_session_settings(tarnix_session* session);
 VRK_API void tarnix_session_stop(tarnix_session* session, int32_t value);
 
 /* Whether VRK_grg and the GR* routines solve with their refinements (nonzero) or by the plain
- * method (0, the default). The refined method solves more problems; docs/methods.md names what differs.
- * VRK_setDefaults leaves this choice as it is, and the functions below. */
+ * method (0, the default). The refined method solves more problems; docs/methods.md names what
+ * differs. VRK_setDefaults leaves this choice as it is, and the functions below. */
 VRK_API void tarnix_session_refine(tarnix_session* session, int32_t on);
 
 /* Evaluates count designs, in any order or at the same time.

@@ -4,7 +4,7 @@
 
 namespace tarnix::core {
 
-void evaluate(VectorView x, VectorView f, Objective objective) {
+void evaluate(VectorView x, VectorView f, const Objective& objective) {
   ++settings->nFunEval;
   toPhysical(x);
   callAnalysis(x, f);

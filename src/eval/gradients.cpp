@@ -37,11 +37,13 @@ class GradientPass {
     if (callGradient({x, n()}, all)) given = all;
   }
 
+  bool isGiven(int i, int j) const { return given.columns() > 0 && !std::isnan(given(i, j)); }
+
   // Some derivative by variable i is still to be found.
   bool needed(int i) const {
     if (given.columns() == 0) return true;
     for (int j = 1; j <= at.f.size(); ++j)
-      if (columns.column(j) != 0 && std::isnan(given(i, j))) return true;
+      if (columns.column(j) != 0 && !isGiven(i, j)) return true;
     return false;
   }
 
@@ -51,13 +53,10 @@ class GradientPass {
   }
 
   void store(int i, ConstVector forward, ConstVector backward, double width) const {
-    const int m = at.f.size();
-    const bool asked = given.columns() > 0;
-    for (int j = 1; j <= m; ++j) {
+    for (int j = 1; j <= at.f.size(); ++j) {
       const int c = columns.column(j);
       if (c == 0) continue;
-      G(i, c) = asked && !std::isnan(given(i, j)) ? scaledGiven(i, j)
-                                                  : (forward(j) - backward(j)) / width;
+      G(i, c) = isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
     }
   }
 
