@@ -69,7 +69,7 @@ struct Outcome {
   std::optional<int> iterations;
   std::vector<StageOutcome> stages;
   double tolerance = 0;
-  std::optional<long> evaluations, runs, foreseen, foreseenUsed, replayed;  // runs: of a command
+  std::optional<long> evaluations, runs, replayed;  // runs: of a command
   std::optional<long> failed;     // of the runs
   std::string lastFailure;
   std::optional<Verification> verification;

@@ -53,7 +53,6 @@ void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("stages", o.stages), fields("verification", o.verification);
   fields("tolerance", o.tolerance), fields("evaluations", o.evaluations), fields("runs", o.runs);
   fields("failed", o.failed), fields("last_failure", o.lastFailure);
-  fields("foreseen", o.foreseen), fields("foreseen_used", o.foreseenUsed);
   fields("replayed", o.replayed), fields("seconds", o.seconds);
 }
 

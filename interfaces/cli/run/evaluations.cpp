@@ -7,7 +7,7 @@ namespace tarnix::cli {
 
 Evaluations::Evaluations(const ProblemFile& p, Model& m, Simulator* s, History* h, int parallel,
                          bool retryFailed)
-    : problem(p), model(m), simulator(s), history(h), jobs(parallel), prediction(p) {
+    : problem(p), model(m), simulator(s), history(h), jobs(parallel) {
   if (!history) return;
   replay(retryFailed);
   noteStart = [this](long run) { history->noteStart(run); };
@@ -15,7 +15,7 @@ Evaluations::Evaluations(const ProblemFile& p, Model& m, Simulator* s, History* 
 
 Evaluations::~Evaluations() {
   std::vector<Run*> unwanted;
-  for (Started& started : runs) unwanted.push_back(&started.run);
+  for (Run& run : runs) unwanted.push_back(&run);
   if (!unwanted.empty()) simulator->abandon(unwanted);
 }
 
@@ -43,32 +43,38 @@ void Evaluations::replay(bool retryFailed) {
     }
     ++count.replayed;
     if (!simulator) ++count.total;
-    known[keyOf(record.x)] = {record.values, record.failed, false};
+    known[keyOf(record.x)] = {record.values, record.failed};
   }
 }
 
 std::vector<double> Evaluations::at(std::span<const double> x) {
+  return atAll({{x.begin(), x.end()}})[0];
+}
+
+std::vector<std::vector<double>> Evaluations::atAll(const Designs& designs) {
   checkSignals();
-  ++count.asked;
-  const Key key = keyOf(x);
-  if (jobs > 1 && simulator) foresee(x);
-  if (!known.count(key)) {
-    if (simulator) {
-      runUntilKnown(x, key);
-    } else {
-      keepLimits();
-      Record record;
-      record.x.assign(x.begin(), x.end());
-      record.values = model.values(x, {});
-      ++count.finished, ++count.total;
-      store(std::move(record), false);
-    }
+  if (simulator) runAll(designs);
+  std::vector<std::vector<double>> values;
+  for (const auto& x : designs) {
+    if (!simulator && !known.count(keyOf(x))) compute(x);
+    values.push_back(answer(x));
   }
-  Known& found = known.at(key);
-  if (found.foreseen) ++count.used;
-  found.foreseen = false;
+  return values;
+}
+
+void Evaluations::compute(std::span<const double> x) {
+  keepLimits();
+  Record record;
+  record.x.assign(x.begin(), x.end());
+  record.values = model.values(x, {});
+  ++count.finished, ++count.total;
+  store(std::move(record));
+}
+
+std::vector<double> Evaluations::answer(std::span<const double> x) {
+  ++count.asked;
+  const Known& found = known.at(keyOf(x));
   if (!found.failed.empty()) penaltyAnswer = count.asked;
-  if (found.values.empty()) throw Failure(exitEvaluation, found.failed);
   return found.values;
 }
 
@@ -77,8 +83,8 @@ std::string Evaluations::failureAt(std::span<const double> x) const {
   return place == known.end() ? std::string() : place->second.failed;
 }
 
-std::vector<std::vector<double>> Evaluations::sideBySide() const {
-  std::vector<std::vector<double>> measured;
+Evaluations::Designs Evaluations::sideBySide() const {
+  Designs measured;
   for (const auto& x : beside)
     if (known.count(keyOf(x)) && failureAt(x).empty()) measured.push_back(x);
   return measured;
@@ -98,7 +104,6 @@ void Evaluations::keepLimits() {
 }
 
 Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& directory) {
-  dropForeseen();
   Run run = simulator->start(nextRun, x, 1, noteStart);
   nextRun = run.number + 1;
   std::optional<RunOutcome> outcome;
@@ -118,95 +123,55 @@ Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& dir
 
 // ---- running side by side ----------------------------------------------------------------------
 
-void Evaluations::foresee(std::span<const double> x) {
-  const std::vector<double> design(x.begin(), x.end());
-  auto place = std::find(expected.begin(), expected.end(), design);
-  const Designs pass = prediction.after(x, place != expected.end());
-  if (!pass.empty()) {
-    dropForeseen();
-    expected.assign(pass.begin(), pass.end());
-    ahead = expected;
-    return;
+void Evaluations::runAll(const Designs& designs) {
+  for (;;) {
+    collect();
+    bool allKnown = true;
+    for (const auto& x : designs) {
+      const Key key = keyOf(x);
+      const auto place = known.find(key);
+      if (place != known.end() && place->second.values.empty())
+        throw Failure(exitEvaluation, place->second.failed);
+      if (place != known.end()) continue;
+      allKnown = false;
+      if (slotFree() && !isRunning(key) && !limitReached()) startRun(x, 1);
+    }
+    if (allKnown) return;
+    if (runs.empty()) keepLimits();  // what runs is waited for
+    wait();
   }
-  if (place == expected.end()) {
-    // The base of a pass may be asked for again in between, which costs nothing.
-    if (known.count(keyOf(x))) return;
-    // Foreseen but for the last bits: this one is lost, the others of the pass may still be right.
-    place = std::find_if(expected.begin(), expected.end(),
-                         [&](const auto& other) { return prediction.close(other, x); });
-    if (place == expected.end()) return dropForeseen();
-    ahead.erase(std::remove(ahead.begin(), ahead.end(), *place), ahead.end());
-    drop(keyOf(*place));
-  }
-  expected.erase(expected.begin(), place + 1);
 }
 
-void Evaluations::dropForeseen() {
-  ahead.clear();
-  for (const auto& design : expected) drop(keyOf(design));
-  expected.clear();
-}
-
-void Evaluations::drop(const Key& key) {
-  std::erase_if(runs, [&](Started& started) {
-    if (started.key != key) return false;
-    simulator->abandon({&started.run});
-    return true;
-  });
+// Time limits, the size of outputs and the course of an end are looked at now and then.
+void Evaluations::wait() {
+  const bool ending =
+      std::any_of(runs.begin(), runs.end(), [](const Run& run) { return !run.ending.empty(); });
+  if (onTick) onTick();
+  waitForChild(Clock::now() + std::chrono::milliseconds(ending ? 20 : 100));
 }
 
 bool Evaluations::isRunning(const Key& key) const {
-  return std::any_of(runs.begin(), runs.end(), [&](const auto& s) { return s.key == key; });
+  return std::any_of(runs.begin(), runs.end(), [&](const Run& run) { return keyOf(run.x) == key; });
 }
 
-void Evaluations::runUntilKnown(std::span<const double> x, const Key& key) {
-  for (;;) {
-    collect();
-    if (known.count(key)) break;
-    if (!isRunning(key) && slotFree()) {
-      if (runs.empty()) keepLimits();  // what runs is waited for
-      if (!limitReached()) startRun(x, 1, false);
-    }
-    startAhead();
-    const bool ending = std::any_of(runs.begin(), runs.end(),
-                                    [](const Started& s) { return !s.run.ending.empty(); });
-    if (onTick) onTick();
-    // Time limits, the size of outputs and the course of an end are looked at now and then.
-    waitForChild(Clock::now() + std::chrono::milliseconds(ending ? 20 : 100));
-  }
-  startAhead();  // the pass goes on while the solve looks at this design
-}
-
-void Evaluations::startAhead() {
-  while (slotFree() && !ahead.empty() && !limitReached()) {
-    const std::vector<double> next = std::move(ahead.front());
-    ahead.pop_front();
-    const Key key = keyOf(next);
-    if (known.count(key) || isRunning(key)) continue;
-    ++count.foreseen;
-    startRun(next, 1, true);
-  }
-}
-
-void Evaluations::startRun(std::span<const double> x, int attempt, bool foreseen) {
+void Evaluations::startRun(std::span<const double> x, int attempt) {
   Run run = simulator->start(nextRun, x, attempt, noteStart);
   nextRun = run.number + 1;
-  if (!runs.empty()) beside = {runs.back().run.x, run.x};
-  runs.push_back({std::move(run), keyOf(x), foreseen});
+  if (!runs.empty()) beside = {runs.back().x, run.x};
+  runs.push_back(std::move(run));
 }
 
 void Evaluations::collect() {
-  std::vector<std::pair<Started, RunOutcome>> ended;
-  std::erase_if(runs, [&](Started& started) {
-    auto outcome = simulator->finished(started.run);
-    if (!outcome) return false;
-    ended.emplace_back(std::move(started), std::move(*outcome));
-    return true;
+  std::vector<std::pair<Run, RunOutcome>> ended;
+  std::erase_if(runs, [&](Run& run) {
+    auto outcome = simulator->finished(run);
+    if (outcome) ended.emplace_back(std::move(run), std::move(*outcome));
+    return outcome.has_value();
   });
-  for (const auto& [started, outcome] : ended) finish(started.run, outcome, started.foreseen);
+  for (const auto& [run, outcome] : ended) finish(run, outcome);
 }
 
-void Evaluations::finish(const Run& run, const RunOutcome& outcome, bool foreseen) {
+void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
   Record record{run.number, run.x, outcome.results, {}, {}, outcome.seconds};
   const Command& command = *problem.command;
   ++count.total;
@@ -218,7 +183,7 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome, bool foresee
     latestFailure = "run " + runName(run.number) + ": " + outcome.reason;
     if (run.attempt <= command.retries) {
       if (history) history->noteFailedAttempt(run.number);
-      return startRun(run.x, run.attempt + 1, foreseen);
+      return startRun(run.x, run.attempt + 1);
     }
     record.failed = latestFailure;
     if (run.attempt > 1) record.failed += " (attempt " + std::to_string(run.attempt) + ")";
@@ -226,13 +191,13 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome, bool foresee
     if (command.onFailure == FailurePolicy::penalty) record.values = penalties();
     latestFailure = record.failed;
   }
-  store(std::move(record), foreseen);
+  store(std::move(record));
 }
 
-void Evaluations::store(Record record, bool foreseen) {
+void Evaluations::store(Record record) {
   if (history) history->append(record);
   keepBest(problem, record, judge(problem, model, record), bestSeen);
-  known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed), foreseen};
+  known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed)};
   if (onChange) onChange();
 }
 

@@ -1,10 +1,8 @@
-// Answers the solve's evaluations: from memory, by the expressions, or by running the command, with
-// the difference points of a gradient pass side by side.
+// Answers the solve's evaluations: from memory, by the expressions, or by running the command, the
+// designs of a gradient pass side by side.
 #pragma once
 
-#include <deque>
 #include <functional>
-#include <map>
 #include <optional>
 #include <span>
 #include <string>
@@ -14,7 +12,6 @@
 #include "problem/model.h"
 #include "run/history.h"
 #include "run/judgement.h"
-#include "run/prediction.h"
 #include "run/simulator.h"
 
 namespace tarnix::cli {
@@ -30,8 +27,6 @@ class Evaluations {
     long asked = 0;     // by the solve
     long finished = 0;  // evaluations or runs that gave values, by this start of the program
     long replayed = 0;  // designs known from the history
-    long foreseen = 0;  // runs that were started before the solve asked for them
-    long used = 0;      // of those, the ones that it asked for
     long failed = 0;    // runs without values
     long total = 0;     // evaluations or runs of the whole solve, those of the history too
   };
@@ -42,6 +37,12 @@ class Evaluations {
   Evaluations(const Evaluations&) = delete;
   Evaluations& operator=(const Evaluations&) = delete;
 
+  using Designs = std::vector<std::vector<double>>;
+
+  // Objective and constraints at designs, each as in at. They are begun in their order, as many
+  // side by side as there are jobs, whatever that number: the same ones.
+  std::vector<std::vector<double>> atAll(const Designs& designs);
+
   // Objective and constraints at a design; penalties where a run has failed and the policy goes on.
   // Throws Failure when the policy says stop, LimitReached, Interrupted on a signal.
   std::vector<double> at(std::span<const double> x);
@@ -51,7 +52,7 @@ class Evaluations {
   Record repeat(std::span<const double> x, std::filesystem::path& directory);
 
   // Designs of the last two runs that were side by side, without the ones that failed.
-  std::vector<std::vector<double>> sideBySide() const;
+  Designs sideBySide() const;
 
   // Best of the designs measured in the box: a feasible one before others, then the better
   // objective.
@@ -73,24 +74,22 @@ class Evaluations {
   struct Known {
     std::vector<double> values;
     std::string failed;
-    bool foreseen = false;  // and not asked for yet
   };
   static Key keyOf(std::span<const double> x);
 
   void replay(bool retryFailed);
   void keepLimits();
   bool limitReached() const;
-  void foresee(std::span<const double> x);
-  void runUntilKnown(std::span<const double> x, const Key& key);
-  void startRun(std::span<const double> x, int attempt, bool foreseen);
-  void startAhead();
+  void compute(std::span<const double> x);
+  void runAll(const Designs& designs);
+  std::vector<double> answer(std::span<const double> x);
+  void startRun(std::span<const double> x, int attempt);
   bool slotFree() const { return static_cast<int>(runs.size()) < jobs; }
   bool isRunning(const Key& key) const;
+  void wait();
   void collect();
-  void finish(const Run& run, const RunOutcome& outcome, bool foreseen);
-  void dropForeseen();
-  void drop(const Key& key);
-  void store(Record record, bool foreseen);
+  void finish(const Run& run, const RunOutcome& outcome);
+  void store(Record record);
   std::vector<double> penalties() const;
 
   const ProblemFile& problem;
@@ -98,20 +97,12 @@ class Evaluations {
   Simulator* simulator;
   History* history;
   const int jobs;
-  PassPrediction prediction;
   std::unordered_map<Key, Known> known;
-  std::deque<std::vector<double>> ahead;     // foreseen, not started yet
-  std::deque<std::vector<double>> expected;  // foreseen, not asked for yet
-  struct Started {
-    Run run;
-    Key key;
-    bool foreseen;
-  };
-  std::vector<Started> runs;
+  std::vector<Run> runs;
   long nextRun = 1;
   std::function<void(long)> noteStart;
   std::optional<BestDesign> bestSeen;
-  std::vector<std::vector<double>> beside;  // as sideBySide
+  Designs beside;  // as sideBySide
   std::string latestFailure;
   long penaltyAnswer = 0;
   const Clock::time_point begun = Clock::now();

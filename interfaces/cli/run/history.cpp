@@ -215,6 +215,9 @@ std::size_t History::parse(const ProblemFile& problem) {
                                    "--fresh'");
     }
   }
+  // As they were begun, whichever came to its end first.
+  std::stable_sort(known.begin(), known.end(),
+                   [](const Record& a, const Record& b) { return a.run < b.run; });
   return begin;
 }
 

@@ -81,13 +81,22 @@ class Solve {
     }
   }
 
-  // Evaluates the start, which gives the objective its scale.
+  // Evaluates the start, which gives the objective its scale. The methods scale variables forth and
+  // back, which changes last bits; a solve that ends after one evaluation asks for the design that
+  // every solve asks for first.
   void evaluateStart() {
     std::vector<double> start;
-    for (const VariableEntry& v : problem.variables) start.push_back(v.start);
-    // The design that the method asks for first, so that this one is not evaluated in addition.
-    start = PassPrediction(problem).firstAsked(start);
-    const double value = evaluations.at(start)[0];
+    double value = 0;
+    const auto analysis = [&](const Point& x, Values& values) {
+      start.assign(x.begin(), x.end());
+      const auto f = evaluations.at(start);
+      std::copy(f.begin(), f.end(), values.begin());
+      value = f[0];
+    };
+    tarnix::Options first = layerOptions(problem.options);
+    first.maxEvaluations = 1;
+    first.report = false;
+    layerProblem(problem, 1).solve(analysis, first);
     if (const std::string reason = evaluations.failureAt(start); !reason.empty())
       throw Failure(exitEvaluation, "the start cannot be evaluated: " + reason +
                                         "\n  when that is seen to: tarnix resume --retry-failed");
@@ -102,9 +111,13 @@ class Solve {
       iterations = at.iteration;
       progress.iterated(method, iterations);
     };
-    const auto analysis = [&](const Point& x, Values& values) {
-      const auto f = evaluations.at({x.data(), x.size()});
-      std::copy(f.begin(), f.end(), values.begin());
+    const auto analysis = [&](Batch& batch) {
+      Evaluations::Designs designs;
+      for (std::size_t k = 0; k < batch.size(); ++k)
+        designs.emplace_back(batch.point(k).begin(), batch.point(k).end());
+      const auto answers = evaluations.atAll(designs);
+      for (std::size_t k = 0; k < batch.size(); ++k)
+        std::copy(answers[k].begin(), answers[k].end(), batch.values(k).begin());
     };
     return layerProblem(problem, scale).solve(analysis, layer);
   }
@@ -261,8 +274,6 @@ class Solve {
       outcome.runs = count.finished + count.failed;
       outcome.failed = count.failed;
       outcome.lastFailure = evaluations.lastFailure();
-      outcome.foreseen = count.foreseen;
-      outcome.foreseenUsed = count.used;
     }
     outcome.replayed = count.replayed;
     outcome.seconds = std::chrono::duration<double>(Clock::now() - started).count();

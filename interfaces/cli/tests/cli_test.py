@@ -172,11 +172,11 @@ class Examples(Case):
 
 class Parallel(Case):
     def testSameBitsAndNothingTwice(self):
-        """Any number of jobs: the same points in the history, the same bits at the end."""
+        """Any number of jobs: the same runs in the history, the same bits at the end."""
         self.write("simulator.sh", SIMULATOR)
-        for method, differences, inside, wasted in [
-                ("sqp", "forward", "false", 0), ("sqp", "central", "true", 0),
-                ("grg", "forward", "false", 0), ("grg", "central", "true", 4)]:
+        for method, differences, inside in [
+                ("sqp", "forward", "false"), ("sqp", "central", "true"),
+                ("grg", "forward", "false"), ("grg", "central", "true")]:
             with self.subTest(method=method, differences=differences, inside=inside):
                 file = self.write("p.toml", PROBLEM + f"""[options]
                     method = "{method}"\ndifferences = "{differences}"\ninside_bounds = {inside}\n""")
@@ -187,13 +187,12 @@ class Parallel(Case):
                     starts = (self.dir / "starts").read_text().splitlines()
                     # One verifies the final design, two more what ran side by side.
                     self.assertEqual(len(starts) - len(set(starts)), 1 if jobs == 1 else 3)
-                    self.assertEqual(result["runs"], len(designs(self.dir / "p.history.jsonl")))
-                    seen.append((values(result), set(starts)))
-                self.assertEqual(seen[0][0], seen[1][0])
-                self.assertLessEqual(len(seen[1][1] - seen[0][1]), wasted)
-                self.assertLessEqual(seen[0][1], seen[1][1])
-                self.assertGreater(result["foreseen_used"], 12)
-                self.assertLessEqual(result["foreseen"] - result["foreseen_used"], wasted)
+                    records = [json.loads(line) for line in
+                               (self.dir / "p.history.jsonl").read_text().splitlines()
+                               if '"r":' in line and "verifies" not in line]
+                    self.assertEqual(result["runs"], len(records))
+                    seen.append((values(result), {r["run"]: (r["x"], r["r"]) for r in records}))
+                self.assertEqual(seen[0], seen[1])
                 if inside == "true":
                     x2 = [x[1] for x in designs(self.dir / "p.history.jsonl")]
                     self.assertTrue(0.1 <= min(x2) and max(x2) <= 5.3)
