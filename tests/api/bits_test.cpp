@@ -96,4 +96,8 @@ TEST(Bits, OfSqpAreTheSameEverywhere) {
   expectHash(VRK_sqp, 0x7d7e98c889b35368u);
 }
 
+TEST(Bits, OfGrgAreTheSameEverywhere) {
+  expectHash(VRK_grg, 0x5ba8ea1f65958692u);
+}
+
 }  // namespace
