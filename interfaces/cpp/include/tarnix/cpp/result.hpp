@@ -43,6 +43,9 @@ struct Stage {
   std::int64_t evaluations = 0;
   Design end;            ///< point that the stage left
   std::string meaning;   ///< of the status, in words
+  /// Of a feasible end where the method stood still rather than met its test of convergence: whether
+  /// it is a stationary point, as far as the multipliers and the gradients tell.
+  bool stationary = true;
   bool onInventedSide = false;  ///< the end lies on a side that stands for a missing bound
 };
 
@@ -65,6 +68,9 @@ struct Report {
   std::vector<double> gradient;     ///< of the objective, by variable; 0 for fixed ones
   std::vector<double> sensitivity;  ///< change of the objective per percent of the variable's range
   double optimality = 0;            ///< part of the gradient left over by the multipliers, 0 to 1
+  /// What is left over, its length: change of the objective, relative to its scale, per half of the
+  /// variables' ranges.
+  double slope = 0;
 };
 
 struct Result {
@@ -75,7 +81,8 @@ struct Result {
   Result& operator=(Result&&) noexcept;
   ~Result();
 
-  /// The point is feasible, and a method came to its own end there, or the target was reached.
+  /// The point is feasible, and a method came to its own end there, at a stationary point, or the
+  /// target was reached.
   bool success = false;
   /// Judged by the callable's values, whatever a method says: all are finite, the point lies in the
   /// box, and no constraint is violated by more than the tolerance.

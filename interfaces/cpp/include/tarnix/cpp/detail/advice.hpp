@@ -94,6 +94,8 @@ class Advice {
     switch (r_.reason) {
       case Reason::finished:
         say("The method came to a standstill there.");
+        if (r_.feasible)
+          say("That is no optimum: the objective still has a slope that no active limit explains.");
         break;
       case Reason::noFeasiblePoint:
         say("From there no step reduces the violation: the constraints may contradict each other "

@@ -136,6 +136,7 @@ class ReportPass {
     double left = 0;
     for (const double di : d) left += di * di;
     report_.optimality = fitted ? std::sqrt(left) : 1.0;
+    report_.slope = report_.optimality * gradientNorm;
   }
 
   void addConstraint(std::size_t r, double lambda) {

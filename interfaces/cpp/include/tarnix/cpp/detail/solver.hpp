@@ -131,6 +131,7 @@ class Solver {
       evaluator_.endStage();
       stage.end = endAt(x, stage.settings.x);
       goOn = stage.reason != Reason::stopped;
+      judgeStandstill(stage);
     } catch (const EndSolve& end) {
       stage.reason = end.reason;
       stage.status = 0;
@@ -162,8 +163,22 @@ class Solver {
   }
 
   bool proper(const Stage& stage) const {
-    return evaluator_.feasible(stage.end) && !stage.onInventedSide && (stage.reason == Reason::finished ||
-                                              stage.reason == Reason::targetReached);
+    const bool ended = stage.reason == Reason::finished || stage.reason == Reason::targetReached;
+    return ended && stage.stationary && !stage.onInventedSide && evaluator_.feasible(stage.end);
+  }
+
+  /// A method that stands still need not be at an optimum: its end is one when the multipliers leave
+  /// nothing noticeable of the gradient. May throw EndSolve.
+  void judgeStandstill(Stage& stage) {
+    if (stage.reason != Reason::finished || converged(stage) || !evaluator_.feasible(stage.end))
+      return;
+    stage.stationary = false;  // should the limits leave no evaluations to find out
+    report_ = ReportPass(d_, core_, o_, session_, evaluator_).at(stage.end);
+    reported_ = stage.end.evaluation;
+    constexpr double smallPart = 0.01;
+    const double size = std::max(1.0, std::abs(evaluator_.coreObjective(stage.end)));
+    stage.stationary = report_->optimality <= smallPart ||
+                       report_->slope <= std::sqrt(o_.tolerance) * size;
   }
 
   /// Feasible before infeasible, then the objective; among infeasible ones the violation.
@@ -253,6 +268,9 @@ class Solver {
     for (const Stage& stage : result_.stages)
       if (better(stage.end, chosen->end)) chosen = &stage;
     result_.point = chosen->end;
+    if (!evaluator_.feasible(result_.point) && evaluator_.best() &&
+        better(*evaluator_.best(), result_.point))
+      result_.point = *evaluator_.best();
     result_.method = chosen->settings.method;
     result_.status = chosen->status;
     result_.meaning = chosen->meaning;
@@ -283,6 +301,10 @@ class Solver {
 
   void makeReport() {
     if (cutShort(result_.reason)) return;
+    if (report_ && reported_ == result_.point.evaluation) {
+      result_.report = std::move(report_);
+      return;
+    }
     try {
       result_.report = ReportPass(d_, core_, o_, session_, evaluator_).at(result_.point);
     } catch (const EndSolve&) {
@@ -297,6 +319,8 @@ class Solver {
   SearchBox box_;
   const Session session_;
   Evaluator evaluator_;
+  std::optional<Report> report_;  // of a standstill
+  std::int64_t reported_ = 0;     // and the evaluation that it is about
   Result result_;
 };
 
