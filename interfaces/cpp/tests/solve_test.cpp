@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <memory>
 #include <string>
+#include <tarnix/routines.h>
 #include <tarnix/tarnix.hpp>
 #include <vector>
 
@@ -107,6 +109,28 @@ Problem withInequalities(std::int64_t count) {
   return p;
 }
 
+// Whether the core runs out of work storage, at its full size.
+bool coreRefuses(Method method, std::int64_t inequalities) {
+  double x[] = {0.5, 0.5};
+  const double lower[] = {0, 0}, upper[] = {1, 1};
+  std::vector<double> f(static_cast<std::size_t>(1 + inequalities));
+  VRK_setDefaults();
+  VRK_settings.dblStorageCapacity = VRK_DBL_STORAGE_LIMIT;
+  VRK_settings.intStorageCapacity = VRK_INT_STORAGE_LIMIT;
+  const auto solve = method == Method::sqp ? VRK_sqp : VRK_grg;
+  std::int64_t count = inequalities;
+  const std::int32_t status = solve(
+      3, 2, x, lower, upper, 0, static_cast<std::int32_t>(inequalities),
+      [](void* m2, double* at, double* objective, double*, double* values) {
+        *objective = at[0] - 0.5 * at[1];
+        std::fill_n(values, *static_cast<std::int64_t*>(m2), -at[0] - at[1]);
+        values[0] = values[1] = 1 - at[0] - at[1];  // active, as many as a search holds
+      },
+      &count, f.data());
+  const std::int32_t ofSqp = VRK_SQP_STORAGE, ofGrg = VRK_GRG_STORAGE;
+  return status == (method == Method::sqp ? ofSqp : ofGrg);
+}
+
 TEST(Validation, StatesTheNumberOfConstraintsThatFit) {
   Options options;
   options.maxIterations = 2;
@@ -126,6 +150,9 @@ TEST(Validation, StatesTheNumberOfConstraintsThatFit) {
         options);
     EXPECT_NE(r.reason, Reason::breakdown) << r.meaning;
     EXPECT_GT(r.iterations, 0);
+    // The core holds what the layer accepts, and not one more.
+    EXPECT_FALSE(coreRefuses(method, count));
+    EXPECT_TRUE(coreRefuses(method, count + 1));
   }
 }
 

@@ -2,6 +2,7 @@
 // Everything that is wrong with a problem or its options, found before anything runs.
 
 #include <tarnix/routines.h>
+#include <tarnix/storage.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -21,30 +22,11 @@ namespace tarnix::detail {
 
 // ---- work storage ------------------------------------------------------------------------------
 
-struct StorageNeed {
-  std::int64_t doubles, integers;
-};
-
-/// What a solve takes at most, as tarnix.h states it with each call.
-inline StorageNeed storageNeed(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
-  const std::int64_t M = m1 + m2, nfun = 1 + M;
-  if (method == Method::sqp) {
-    const std::int64_t L = M + 2 * n;
-    return {1 + 3 * L + n * nfun + M + n * n + 14 * n +
-                std::max(1 + 2 * nfun, 2 * n * n + 5 * n + 2 * m1 + m2),
-            1 + L + nfun + n};
-  }
-  const std::int64_t a = std::min(n, m2), k = m1 + a + 1;
-  return {2 + n * n + 8 * n + n * nfun +
-              std::max(2 * n * n + 7 * n + 1 + 3 * m1 + 2 * m2,
-                       14 * n + 3 * nfun + 2 * k * k + 2 * (k + 3) * (k + 3) + 4),
-          3 * m1 + 2 * m2 + 3 * a + 2 * nfun + 4 * n + 10};
-}
-
 inline bool fits(Method method, std::int64_t n, std::int64_t m1, std::int64_t m2) {
   if (method == Method::automatic)
     return fits(Method::sqp, n, m1, m2) && fits(Method::grg, n, m1, m2);
-  const StorageNeed need = storageNeed(method, n, m1, m2);
+  const storage::Need need =
+      method == Method::sqp ? storage::sqp(n, m1, m2) : storage::grg(n, m1, m2);
   return need.doubles <= VRK_DBL_STORAGE_LIMIT && need.integers <= VRK_INT_STORAGE_LIMIT;
 }
 
