@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <string>
 #include <tarnix/tarnix.hpp>
+#include <thread>
 #include <vector>
 
 #include "problems.h"
@@ -98,7 +99,43 @@ void BM_layer(benchmark::State& state, const char* name, bool limits) {
   state.counters["layer_ns"] = median(perEvaluation);
 }
 
+// Solves in two threads side by side against the same solves in one: their throughput, on a machine
+// with two cores that does nothing else close to 2.
+void BM_two_threads(benchmark::State& state, const char* name) {
+  const Problem* p = problemByName(name);
+  if (p == nullptr) return state.SkipWithError("no such problem");
+  const tarnix::Problem problem = describe(*p);
+  const auto solves = [&](int count) {
+    std::vector<double> copy;
+    for (int k = 0; k < count; ++k)
+      benchmark::DoNotOptimize(problem.solve([&](const tarnix::Point& x, tarnix::Values& v) {
+        copy.assign(x.begin(), x.end());
+        double* f = v.data();
+        p->evaluate(nullptr, copy.data(), f, f + 1, f + 1 + p->nEq);
+      }));
+  };
+  constexpr int count = 400;
+  std::vector<double> ratios;
+  for (auto _ : state) {
+    const auto t0 = Clock::now();
+    solves(count);
+    const auto t1 = Clock::now();
+    std::thread other([&] { solves(count); });
+    solves(count);
+    other.join();
+    const auto t2 = Clock::now();
+    ratios.push_back(2 * nanoseconds(t1 - t0) / nanoseconds(t2 - t1));
+    state.SetIterationTime(nanoseconds(t2 - t0) * 1e-9);
+  }
+  std::sort(ratios.begin(), ratios.end());
+  state.counters["throughput"] = ratios[ratios.size() / 2];
+  state.counters["best"] = ratios.back();
+}
+
 const bool registered = [] {
+  benchmark::RegisterBenchmark("two_threads/speed_reducer", [](benchmark::State& state) {
+    BM_two_threads(state, "speed_reducer");
+  })->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(15);
   for (const char* name : {"welded_beam", "HS106", "speed_reducer", "ten_bar_truss",
                            "rosen_suzuki_52", "rosen_suzuki_92", "chained_rosenbrock_50",
                            "segments_100"})
