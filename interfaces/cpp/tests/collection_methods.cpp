@@ -4,8 +4,9 @@
 //
 // A problem counts as solved when the result says success and the objective is within 0.1 percent
 // (of 1 where it is smaller than that) of the published one; as wrong when it says success and the
-// objective is not. --list shows every problem that some method did not solve. --gradients gives all
-// derivatives to the layer, to about ten digits: central differences, extrapolated from four widths.
+// objective is not. --list shows every problem that some method did not solve. --gradients gives
+// all derivatives to the layer, to about ten digits: extrapolated central differences. error: median
+// of the relative error of the objective over the solved ones.
 //
 // Ends with 1 when the automatic method does not solve more than either of the others, or leaves a
 // problem without a feasible point; and when what a result says about feasibility is not what the

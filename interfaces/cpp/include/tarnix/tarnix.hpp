@@ -14,8 +14,8 @@
 /// A host links tarnix::cpp, the compiled layer; or it defines TARNIX_HEADER_ONLY (the target
 /// tarnix::cpp_header_only does), compiles all of it itself and links the C library alone.
 ///
-/// Threads. Every solve has settings and memory of its own: solves run side by side in threads, and a
-/// callable may start another one. What the C functions work with is not touched.
+/// Threads. Every solve has settings and memory of its own: solves run side by side in threads, and
+/// a callable may start another one. What the C functions work with is not touched.
 
 #include "cpp/options.hpp"
 #include "cpp/problem.hpp"

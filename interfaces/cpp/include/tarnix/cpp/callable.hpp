@@ -42,8 +42,7 @@ class FunctionRef<R(Arguments...)> {
     if constexpr (std::is_function_v<Callable>) {
       function_ = reinterpret_cast<void (*)()>(&callable);
       call_ = [](const FunctionRef& self, Arguments... arguments) -> R {
-        return reinterpret_cast<Callable*>(self.function_)(
-            std::forward<Arguments>(arguments)...);
+        return reinterpret_cast<Callable*>(self.function_)(std::forward<Arguments>(arguments)...);
       };
     } else if (present(callable)) {
       object_ = const_cast<void*>(static_cast<const void*>(std::addressof(callable)));
@@ -67,7 +66,8 @@ class FunctionRef<R(Arguments...)> {
 }  // namespace detail
 
 /// The callable that evaluates the problem, in either form:
-///   void(const Point&, Values&)  one design: reads the point, fills every value. It is called on the
+///   void(const Point&, Values&)  one design: reads the point, fills every value. It is called on
+///   the
 ///                                thread of the solve, or with Options::threads on several ones.
 ///   void(Batch&)                 several designs, in any order or at the same time. It is called
 ///                                on the thread of the solve.
@@ -82,8 +82,10 @@ class Analysis {
             class = std::enable_if_t<std::is_constructible_v<One, F&> ||
                                      std::is_constructible_v<Many, F&>>>
   Analysis(F&& callable) {
-    if constexpr (std::is_constructible_v<One, F&>) one_ = One(callable);
-    else many_ = Many(callable);
+    if constexpr (std::is_constructible_v<One, F&>)
+      one_ = One(callable);
+    else
+      many_ = Many(callable);
   }
 
   explicit operator bool() const { return one_ || many_; }

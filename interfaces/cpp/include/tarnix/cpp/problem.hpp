@@ -142,7 +142,11 @@ class Batch {
  public:
   Batch(std::size_t size, const double* points, double* values, const Description& description,
         detail::FunctionRef<bool()> mayGoOn)
-      : size_(size), end_(size), points_(points), values_(values), description_(&description),
+      : size_(size),
+        end_(size),
+        points_(points),
+        values_(values),
+        description_(&description),
         mayGoOn_(mayGoOn) {}
 
   std::size_t size() const { return size_; }
@@ -156,8 +160,8 @@ class Batch {
   }
 
   /// Whether time and stop allow design k to be begun. A callable that takes long asks before it
-  /// begins one, in rising order of k, one thread at a time. When the answer is no, the designs from
-  /// k on are not evaluated, and the solve ends once the callable returns.
+  /// begins one, in rising order of k, one thread at a time. When the answer is no, the designs
+  /// from k on are not evaluated, and the solve ends once the callable returns.
   bool mayBegin(std::size_t k) {
     if (k < end_ && !mayGoOn_()) end_ = k;
     return k < end_;
@@ -173,9 +177,9 @@ class Batch {
   detail::FunctionRef<bool()> mayGoOn_;
 };
 
-/// Derivatives at a design, to be filled: of the values as the callable gives them, by the variables
-/// in their units. What is not set, or not finite, is found by differences; what is set for a fixed
-/// variable is not used.
+/// Derivatives at a design, to be filled: of the values as the callable gives them, by the
+/// variables in their units. What is not set, or not finite, is found by differences; what is set
+/// for a fixed variable is not used.
 class Gradients {
  public:
   Gradients(double* derivatives, const Description& description)

@@ -28,10 +28,10 @@ enum class Reason {
 
 /// A point with the values that the callable gave there.
 struct Design {
-  std::vector<double> x;         ///< all variables, fixed ones too
-  std::vector<double> values;    ///< objective, then constraints
-  double violation = 0;          ///< largest of the constraints, relative to scale; NaN: not finite
-  std::int64_t evaluation = 0;   ///< number of the evaluation, from 1 on
+  std::vector<double> x;        ///< all variables, fixed ones too
+  std::vector<double> values;   ///< objective, then constraints
+  double violation = 0;         ///< largest of the constraints, relative to scale; NaN: not finite
+  std::int64_t evaluation = 0;  ///< number of the evaluation, from 1 on
 };
 
 /// One run of one method.
@@ -41,10 +41,10 @@ struct Stage {
   Reason reason = Reason::finished;
   int iterations = 0;
   std::int64_t evaluations = 0;
-  Design end;            ///< point that the stage left
-  std::string meaning;   ///< of the status, in words
-  /// Of a feasible end where the method stood still rather than met its test of convergence: whether
-  /// it is a stationary point, as far as the multipliers and the gradients tell.
+  Design end;           ///< point that the stage left
+  std::string meaning;  ///< of the status, in words
+  /// Of a feasible end where the method stood still rather than met its test of convergence:
+  /// whether it is a stationary point, as far as the multipliers and the gradients tell.
   bool stationary = true;
   bool onInventedSide = false;  ///< the end lies on a side that stands for a missing bound
 };
@@ -93,16 +93,16 @@ struct Result {
   std::string meaning;          ///< of that status, in words
   std::string advice;           ///< what happened and what to try, one paragraph
 
-  Design point;                      ///< where the solve ended
-  std::optional<Design> best;        ///< best feasible point of all evaluations
+  Design point;                ///< where the solve ended
+  std::optional<Design> best;  ///< best feasible point of all evaluations
   std::vector<Stage> stages;
-  /// Box of the last stage. It has the bounds of the problem; where one is missing, sides around the
-  /// point that the layer has chosen and, if need be, moved.
+  /// Box of the last stage. It has the bounds of the problem; where one is missing, sides around
+  /// the point that the layer has chosen and, if need be, moved.
   std::vector<double> searchLower, searchUpper;
-  int iterations = 0;                ///< over all stages
-  std::int64_t evaluations = 0;      ///< calls of the callable
-  double seconds = 0;                ///< wall clock
-  std::optional<Report> report;      ///< absent after a limit, a stop, or values not finite
+  int iterations = 0;            ///< over all stages
+  std::int64_t evaluations = 0;  ///< calls of the callable
+  double seconds = 0;            ///< wall clock
+  std::optional<Report> report;  ///< absent after a limit, a stop, or values not finite
   std::shared_ptr<const Description> description;
 
   double operator[](Variable v) const;

@@ -62,8 +62,7 @@ class Evaluator {
   static void many(void* self, std::int32_t count, const double* X, double* F) {
     static_cast<Evaluator*>(self)->answer(static_cast<std::size_t>(count), X, F);
   }
-  static std::int32_t gradient(void* self, const double* x, std::int32_t, std::int32_t,
-                               double* G) {
+  static std::int32_t gradient(void* self, const double* x, std::int32_t, std::int32_t, double* G) {
     return static_cast<Evaluator*>(self)->gradientAt(x, G) ? 1 : 0;
   }
 
@@ -129,9 +128,7 @@ class Evaluator {
   std::int64_t notFiniteCount() const { return notFinite_; }
 
   /// The objective as the core minimises it: smaller is better.
-  double coreObjective(const Design& design) const {
-    return c_.rows[0].of(design.values[0]);
-  }
+  double coreObjective(const Design& design) const { return c_.rows[0].of(design.values[0]); }
 
  private:
   static constexpr double notKnown = std::numeric_limits<double>::quiet_NaN();
@@ -162,15 +159,19 @@ class Evaluator {
         continue;
       }
       asked_.push_back(k);
-      if (o_.keepInside) inside_.ask(x, points_);
-      else append(x);
+      if (o_.keepInside)
+        inside_.ask(x, points_);
+      else
+        append(x);
     }
     if (!points_.empty()) measure();
     if (o_.keepInside) inside_.settle(f_.data());
     for (std::size_t a = 0; a < asked_.size(); ++a) {
       double* f = F + asked_[a] * rows();
-      if (o_.keepInside) inside_.answer(a, f);
-      else std::copy_n(f_.data() + a * rows(), rows(), f);
+      if (o_.keepInside)
+        inside_.answer(a, f);
+      else
+        std::copy_n(f_.data() + a * rows(), rows(), f);
     }
     if (o_.keepInside) inside_.forget();
   }
@@ -191,15 +192,14 @@ class Evaluator {
   }
 
   // ---- evaluations -----------------------------------------------------------------------------
-  /// Calls the host at points_, and fills designs_, values_ and f_. Everything is noted in the order
-  /// of the points, whatever the order of their evaluation.
+  /// Calls the host at points_, and fills designs_, values_ and f_. Everything is noted in the
+  /// order of the points, whatever the order of their evaluation.
   void measure() {
     const std::size_t nv = d_.variables.size(), nf = d_.functions.size();
     // Without free variables there is one point, of length 0.
     const std::size_t wanted = n() == 0 ? 1 : points_.size() / n();
-    const std::size_t count =
-        static_cast<std::size_t>(std::min<std::int64_t>(static_cast<std::int64_t>(wanted),
-                                                        std::max<std::int64_t>(limit_ - count_, 0)));
+    const std::size_t count = static_cast<std::size_t>(std::min<std::int64_t>(
+        static_cast<std::int64_t>(wanted), std::max<std::int64_t>(limit_ - count_, 0)));
     if (count == 0) throw EndSolve{Reason::evaluationLimit};
     if (!mayGoOn()) throw EndSolve{cause_};
     done_ = 0;
@@ -219,7 +219,8 @@ class Evaluator {
   }
 
   bool mayGoOn() {
-    if (o_.stop && o_.stop->requested()) cause_ = Reason::stopped;
+    if (o_.stop && o_.stop->requested())
+      cause_ = Reason::stopped;
     else if (o_.maxTime && std::chrono::steady_clock::now() >= deadline_)
       cause_ = Reason::timeLimit;
     else
@@ -237,8 +238,10 @@ class Evaluator {
     };
     // That the first one may be begun is known already.
     const auto mayBegin = [&](std::size_t k) { return k == 0 || batch.mayBegin(k); };
-    if (!host_.analysis.one()) host_.analysis.many()(batch);
-    else if (pool_ && count > 1) pool_->run(count, mayBegin, evaluate);
+    if (!host_.analysis.one())
+      host_.analysis.many()(batch);
+    else if (pool_ && count > 1)
+      pool_->run(count, mayBegin, evaluate);
     else
       for (std::size_t k = 0; k < count && mayBegin(k); ++k) evaluate(k);
     return batch.end();
@@ -313,14 +316,14 @@ class Evaluator {
   // The round in work: one point, or those of a pass.
   InsideBox inside_;
   std::unique_ptr<Pool> pool_;
-  std::vector<std::size_t> asked_;   // points of the core that are answered by values
-  std::vector<double> answer_;       // of a single one
-  std::vector<double> points_, f_;   // core points and values, a column each
+  std::vector<std::size_t> asked_;  // points of the core that are answered by values
+  std::vector<double> answer_;      // of a single one
+  std::vector<double> points_, f_;  // core points and values, a column each
   std::vector<double> designs_, values_, violations_;  // the host's
-  std::vector<double> derivatives_;  // (variables, functions)
-  std::size_t done_ = 0;             // columns that are measured and noted
-  std::int64_t firstNumber_ = 1;     // of the evaluation in the first column
-  Reason cause_ = Reason::stopped;   // why no evaluation may be begun
+  std::vector<double> derivatives_;                    // (variables, functions)
+  std::size_t done_ = 0;                               // columns that are measured and noted
+  std::int64_t firstNumber_ = 1;                       // of the evaluation in the first column
+  Reason cause_ = Reason::stopped;                     // why no evaluation may be begun
   // Limits.
   std::int64_t limit_ = std::numeric_limits<std::int64_t>::max();
   std::chrono::steady_clock::time_point started_, deadline_;

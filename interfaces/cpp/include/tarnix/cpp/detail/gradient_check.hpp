@@ -53,8 +53,7 @@ class GradientCheck {
   void compare(std::size_t r, std::size_t i, double given, double found, double size,
                std::vector<Issue>& issues) const {
     constexpr double relative = 1e-3, absolute = 1e-5;
-    const double allowed =
-        relative * std::max(std::abs(given), std::abs(found)) + absolute * size;
+    const double allowed = relative * std::max(std::abs(given), std::abs(found)) + absolute * size;
     if (!std::isfinite(given) || !std::isfinite(found) || std::abs(given - found) <= allowed)
       return;
     const std::string& function = d_.functions[c_.rows[r].function].name;

@@ -9,9 +9,9 @@
 #include <limits>
 #include <vector>
 
-#include "session.hpp"
-#include "evaluator.hpp"
 #include "../result.hpp"
+#include "evaluator.hpp"
+#include "session.hpp"
 
 namespace tarnix::detail {
 
@@ -154,10 +154,10 @@ class ReportPass {
   void addBound(std::size_t i, double lambda) {
     const bool upper = codes_[i] == 3;
     const double multiplier = objectiveUnit() * (upper ? -lambda : lambda) / c_.half(i);
-    report_.active.push_back(
-        {d_.variables[c_.free[i]].name,
-         upper ? ActiveLimit::Kind::upperBound : ActiveLimit::Kind::lowerBound,
-         upper ? c_.upper[i] : c_.lower[i], multiplier, multiplier * 0.02 * c_.half(i)});
+    report_.active.push_back({d_.variables[c_.free[i]].name,
+                              upper ? ActiveLimit::Kind::upperBound : ActiveLimit::Kind::lowerBound,
+                              upper ? c_.upper[i] : c_.lower[i], multiplier,
+                              multiplier * 0.02 * c_.half(i)});
   }
 
   // Given.

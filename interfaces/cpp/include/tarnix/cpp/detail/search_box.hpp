@@ -36,8 +36,8 @@ class SearchBox {
   enum class Answer { inside, moved, ranAway };
 
   /// Looks at where a stage has ended, a design. Moved: the answer is not final, for it lies on an
-  /// invented side, or in a box that is far too wide for its size, or the method broke down, which a
-  /// wide box leads to; the stage is to be repeated in a better one. The point runs away when the
+  /// invented side, or in a box that is far too wide for its size, or the method broke down, which
+  /// a wide box leads to; the stage is to be repeated in a better one. The point runs away when the
   /// widest box has been reached.
   Answer follow(const std::vector<double>& design, bool brokeDown) {
     const bool onSide = isOnSide(design);
@@ -47,10 +47,14 @@ class SearchBox {
       const double x = design[c_.free[i]];
       if (isFar(i) && (brokeDown || (touches(i, x) && half_[i] > widest * first_[i])))
         return Answer::ranAway;
-      if (onSide && touches(i, x)) half_[i] *= growth;
-      else if (brokeDown) half_[i] /= growth;
-      else if (!onSide && half_[i] > 2 * natural(x)) half_[i] = natural(x);
-      else continue;
+      if (onSide && touches(i, x))
+        half_[i] *= growth;
+      else if (brokeDown)
+        half_[i] /= growth;
+      else if (!onSide && half_[i] > 2 * natural(x))
+        half_[i] = natural(x);
+      else
+        continue;
       place(i, x);
       moved = true;
     }

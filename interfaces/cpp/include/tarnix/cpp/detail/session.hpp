@@ -4,16 +4,23 @@
 #include <tarnix/session.h>
 
 #include <new>
+#include <utility>
 
 namespace tarnix::detail {
 
 class Session {
  public:
-  Session() : session_(tarnix_session_create()) {
+  Session() : session_(spare().taken()) {
+    if (session_ == nullptr) session_ = tarnix_session_create();
     if (session_ == nullptr) throw std::bad_alloc();
     tarnix_session_refine(session_, 1);
   }
-  ~Session() { tarnix_session_destroy(session_); }
+  ~Session() {
+    tarnix_session_batch(session_, nullptr, nullptr);
+    tarnix_session_gradient(session_, nullptr, nullptr);
+    tarnix_session_trace(session_, nullptr, nullptr);
+    spare().put(session_);
+  }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
@@ -28,7 +35,8 @@ class Session {
   }
   VRK_Settings& settings() const { return *tarnix_session_settings(session_); }
 
-  /// The calling thread uses the session for a call of the core, and what it used before afterwards.
+  /// The calling thread uses the session for a call of the core, and what it used before
+  /// afterwards.
   class Use {
    public:
     explicit Use(const Session& session) : before_(tarnix_session_use(session.session_)) {}
@@ -41,7 +49,26 @@ class Session {
   };
 
  private:
-  tarnix_session* const session_;
+  /// A thread keeps one session for its next solve: the memory of a new one costs more than a small
+  /// solve. Every stage stores the defaults first.
+  class Spare {
+   public:
+    Spare() = default;
+    ~Spare() { tarnix_session_destroy(session_); }
+    Spare(const Spare&) = delete;
+    Spare& operator=(const Spare&) = delete;
+    tarnix_session* taken() { return std::exchange(session_, nullptr); }
+    void put(tarnix_session* session) { tarnix_session_destroy(std::exchange(session_, session)); }
+
+   private:
+    tarnix_session* session_ = nullptr;
+  };
+  static Spare& spare() {
+    static thread_local Spare ofThread;
+    return ofThread;
+  }
+
+  tarnix_session* session_;
 };
 
 }  // namespace tarnix::detail

@@ -11,15 +11,15 @@
 #include <utility>
 #include <vector>
 
-#include "advice.hpp"
-#include "session.hpp"
-#include "evaluator.hpp"
-#include "gradient_check.hpp"
 #include "../options.hpp"
 #include "../problem.hpp"
+#include "../result.hpp"
+#include "advice.hpp"
+#include "evaluator.hpp"
+#include "gradient_check.hpp"
 #include "report.hpp"
 #include "search_box.hpp"
-#include "../result.hpp"
+#include "session.hpp"
 #include "text.hpp"
 #include "validation.hpp"
 
@@ -167,8 +167,8 @@ class Solver {
     return ended && stage.stationary && !stage.onInventedSide && evaluator_.feasible(stage.end);
   }
 
-  /// A method that stands still need not be at an optimum: its end is one when the multipliers leave
-  /// nothing noticeable of the gradient. May throw EndSolve.
+  /// A method that stands still need not be at an optimum: its end is one when the multipliers
+  /// leave nothing noticeable of the gradient. May throw EndSolve.
   void judgeStandstill(Stage& stage) {
     if (stage.reason != Reason::finished || converged(stage) || !evaluator_.feasible(stage.end))
       return;
@@ -177,8 +177,8 @@ class Solver {
     reported_ = stage.end.evaluation;
     constexpr double smallPart = 0.01;
     const double size = std::max(1.0, std::abs(evaluator_.coreObjective(stage.end)));
-    stage.stationary = report_->optimality <= smallPart ||
-                       report_->slope <= std::sqrt(o_.tolerance) * size;
+    stage.stationary =
+        report_->optimality <= smallPart || report_->slope <= std::sqrt(o_.tolerance) * size;
   }
 
   /// Feasible before infeasible, then the objective; among infeasible ones the violation.
@@ -280,7 +280,7 @@ class Solver {
     // The point is at least as good as any of the stages' ends.
     result_.success = result_.feasible && last != Reason::unbounded &&
                       std::any_of(result_.stages.begin(), result_.stages.end(),
-                                                      [&](const Stage& s) { return proper(s); });
+                                  [&](const Stage& s) { return proper(s); });
     if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
     if (evaluator_.best() && evaluator_.feasible(*evaluator_.best()))
       result_.best = evaluator_.best();

@@ -30,8 +30,7 @@ struct CoreProblem {
       free.push_back(i);
       trueLower.push_back(v.lower);
       trueUpper.push_back(v.upper);
-      for (auto* column : {&lower, &upper, &roundOff, &lowerEdge, &upperEdge})
-        column->push_back(0);
+      for (auto* column : {&lower, &upper, &roundOff, &lowerEdge, &upperEdge}) column->push_back(0);
       setBox(free.size() - 1, v.lower, v.upper);
     }
     rows.push_back({0, (d.maximized ? -1.0 : 1.0) / d.functions[0].scale, 0.0});
@@ -55,9 +54,8 @@ struct CoreProblem {
   /// The sides of variable i in the core: bounds of the problem, or invented ones.
   void setBox(std::size_t i, double low, double high) {
     // Scaling back and forth changes the last bits: what is this close is the same.
-    const double close =
-        1e-13 * (high - low) + 8 * std::numeric_limits<double>::epsilon() *
-                                   std::max(std::abs(low), std::abs(high));
+    const double close = 1e-13 * (high - low) + 8 * std::numeric_limits<double>::epsilon() *
+                                                    std::max(std::abs(low), std::abs(high));
     lower[i] = low;
     upper[i] = high;
     roundOff[i] = close;
@@ -106,8 +104,8 @@ struct CoreProblem {
     return finite ? violation : std::numeric_limits<double>::quiet_NaN();
   }
 
-  /// Derivatives (variables, functions) of the host as columns (n, rows) of the core, physical units.
-  /// True when there is any; what is not finite is none.
+  /// Derivatives (variables, functions) of the host as columns (n, rows) of the core, physical
+  /// units. True when there is any; what is not finite is none.
   bool gradientsToCore(const double* derivatives, double* G) const {
     bool any = false;
     for (std::size_t r = 0; r < rows.size(); ++r)
@@ -124,8 +122,8 @@ struct CoreProblem {
   std::vector<double> all;        // of the host's variables: the value where one is fixed
   std::vector<double> trueLower, trueUpper;  // bounds of the problem, infinite where there is none
   std::vector<double> lower, upper, roundOff;  // the box of the core
-  std::vector<double> lowerEdge, upperEdge;  // between them a value is not on a bound
-  std::vector<Row> rows;  // objective, equalities, inequalities
+  std::vector<double> lowerEdge, upperEdge;    // between them a value is not on a bound
+  std::vector<Row> rows;                       // objective, equalities, inequalities
   std::int32_t equalities = 0, inequalities = 0;
 };
 
