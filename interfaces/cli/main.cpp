@@ -3,6 +3,7 @@
 
 #include <iostream>
 #include <new>
+#include <string>
 
 #include "base/issues.h"
 #include "base/text.h"
@@ -26,7 +27,9 @@ int run(int argc, char** argv) {
   try {
     return runCommandLine(argc, argv);
   } catch (const Failure& failure) {
-    std::cerr << "error: " << failure.what() << "\n";
+    const std::string text = failure.what();  // a list of issues says what each line is
+    const bool list = text.rfind("error: ", 0) == 0 || text.rfind("warning: ", 0) == 0;
+    std::cerr << (list ? "" : "error: ") << text << "\n";
     return failure.code;
   } catch (const Interrupted& interrupted) {
     return 128 + interrupted.signal;

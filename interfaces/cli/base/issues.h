@@ -27,18 +27,19 @@ struct Failure : std::runtime_error {
   ExitCode code;
 };
 
-// Everything wrong with a problem file, in the order of its lines.
+// Everything wrong with a problem file, and what is suspicious, in the order of its lines.
 class Issues {
  public:
   explicit Issues(std::string fileName) : file(std::move(fileName)) {}
 
   void add(int line, const std::string& text) { addIn(file, line, text); }
   void addIn(const std::string& otherFile, int line, const std::string& text) {
-    entries.push_back({line, otherFile + (line > 0 ? ":" + std::to_string(line) : "") + ": " + text,
-                       otherFile != file});
+    note(otherFile, line, text, false);
   }
-  bool empty() const { return entries.empty(); }
+  void warn(int line, const std::string& text) { note(file, line, text, true); }
+  bool empty() const { return errors == 0; }  // warnings left out
 
+  // One line each, which begins with error or warning; as whole texts end, without a line end.
   std::string text() const {
     auto sorted = entries;
     std::stable_sort(sorted.begin(), sorted.end(), [](const Entry& a, const Entry& b) {
@@ -55,8 +56,16 @@ class Issues {
     std::string text;
     bool foreign;  // in a template, not in the problem file
   };
+  void note(const std::string& where, int line, const std::string& text, bool warning) {
+    entries.push_back({line,
+                       (warning ? "warning: " : "error: ") + where +
+                           (line > 0 ? ":" + std::to_string(line) : "") + ": " + text,
+                       where != file});
+    errors += !warning;
+  }
   std::string file;
   std::vector<Entry> entries;
+  int errors = 0;
 };
 
 // Number of single-character edits between two words.

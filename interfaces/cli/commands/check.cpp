@@ -54,19 +54,42 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
   return text + "; when a run fails " + policies[static_cast<int>(command.onFailure)] + "\n";
 }
 
-// Values at the start; of a command's results only when it may run.
-std::vector<double> valuesAtStart(Setup& setup, const Places& places,
-                                  std::span<const double> start) {
-  const std::filesystem::path trial = places.runs / "check";
-  std::error_code ignored;
-  if (setup.simulator) {
-    std::filesystem::remove_all(trial, ignored);
-    setup.simulator->open(trial);
+// What the same run gives beside itself has to be the same.
+void compareSideBySide(const ProblemFile& problem, const std::vector<Record>& records) {
+  for (const Record& record : records) {
+    if (!record.failed.empty()) throw Failure(exitEvaluation, record.failed);
+    for (std::size_t i = 0; i < record.results.size(); ++i)
+      if (record.results[i] != records[0].results[i])
+        throw Failure(exitNotSolved,
+                      "the same design gave result '" + problem.results[i].name + "' as " +
+                          shortest(records[0].results[i]) + " and as " +
+                          shortest(record.results[i]) +
+                          " in runs side by side: do they share a file, or is it noise?");
   }
-  const std::vector<double> values =
-      Evaluations(setup.problem, *setup.model, setup.simulator.get(), nullptr, 1).at(start);
-  if (setup.simulator) std::filesystem::remove(trial, ignored);  // unless a run is kept there
-  return values;
+}
+
+// Values at the start, by as many runs side by side as there are jobs.
+std::vector<double> valuesAtStart(Setup& setup, const Places& places, const std::vector<double>& start,
+                                  int jobs) {
+  if (!setup.simulator) return setup.model->values(start, {});
+  const std::filesystem::path trial = places.runs / "check";
+  setup.simulator->open(trial);
+  const std::vector<Record> records =
+      Evaluations(setup.problem, *setup.model, setup.simulator.get(), nullptr, jobs).copies(start);
+  std::error_code ignored;
+  std::filesystem::remove(trial, ignored);  // unless a run is kept there
+  compareSideBySide(setup.problem, records);
+  return records[0].values;
+}
+
+void refuseNotFinite(const ProblemFile& problem, const std::vector<double>& values) {
+  Issues issues(problem.file.string());
+  for (std::size_t j = 0; j < values.size(); ++j) {
+    const Expression& e = j == 0 ? problem.objective.value : problem.constraints[j - 1].value;
+    if (!std::isfinite(values[j]))
+      issues.add(e.line, e.owner + ": it is not finite at the start: " + rounded(values[j]));
+  }
+  if (!issues.empty()) throw Failure(exitBadProblem, issues.text());
 }
 
 // Without values the column stays empty.
@@ -90,18 +113,18 @@ std::string functionsText(const ProblemFile& problem, const std::vector<double>&
 
 }  // namespace
 
-int commandCheck(const ProblemArguments& arguments, bool run) {
-  Setup setup(arguments.file);
+int commandCheck(const ProblemArguments& arguments, bool run, int jobs) {
+  Setup setup(arguments.file, arguments.overrides);
   const Places places(arguments.file, arguments.output);
+  moveStart(setup, places, arguments.start);
   const ProblemFile& problem = setup.problem;
   std::vector<double> start, values;
   for (const VariableEntry& v : problem.variables) start.push_back(v.start);
-  if (run || !setup.simulator) values = valuesAtStart(setup, places, start);
+  if (run || !setup.simulator) values = valuesAtStart(setup, places, start, jobs);
+  refuseNotFinite(problem, values);
 
   std::string text = (problem.title.empty() ? problem.file.string() : problem.title) + "\n\n" +
                      functionsText(problem, values);
-  if (!values.empty() && std::isnan(violation(problem, values)))
-    text += "  WARNING: a value at the start is not finite\n";
   if (setup.simulator) text += commandText(setup, places, start);
   const OptionsTable& o = problem.options;
   text += "\nmethod " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +

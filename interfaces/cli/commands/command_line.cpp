@@ -3,7 +3,9 @@
 #include <tarnix/tarnix.h>
 #include <unistd.h>
 #include <CLI/CLI.hpp>
+#include <iostream>
 
+#include "base/text.h"
 #include "commands/commands.h"
 
 namespace tarnix::cli {
@@ -42,11 +44,22 @@ class CommandLine {
     app.get_formatter()->column_width(30);
     addInit();
     addCheck();
+    addRun();
     addSolve();
     addReport();
   }
 
   int run(int argc, char** argv) {
+    if (argc < 2) {
+      std::cout << app.help();
+      return exitBadProblem;
+    }
+    if (const std::string word = argv[1];
+        word[0] != '-' && std::find(names.begin(), names.end(), word) == names.end()) {
+      std::cerr << "error: there is no command '" << clipped(word) << "'" << suggestion(word, names)
+                << "\n";
+      return exitBadProblem;
+    }
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -59,6 +72,8 @@ class CommandLine {
   CLI::App* add(const char* name, const char* description, std::function<int()> action) {
     CLI::App* sub = app.add_subcommand(name, description);
     sub->callback([this, action] { chosen = action; });
+    sub->footer("");
+    names.push_back(name);
     return sub;
   }
 
@@ -66,6 +81,9 @@ class CommandLine {
     CLI::App* sub = add(name, description, std::move(action));
     sub->add_option("FILE", arguments.file, "Problem file (TOML)")->required();
     sub->add_option("-o,--output", arguments.output, "Directory for history, runs and report");
+    sub->add_option("--set", arguments.overrides,
+                    "Change of the file for this time: NAME=VALUE or NAME.KEY=VALUE")
+        ->allow_extra_args(false);
     return sub;
   }
 
@@ -78,8 +96,10 @@ class CommandLine {
 
   void addCheck() {
     CLI::App* sub = withFile("check", "Validate a problem and show what would run",
-                             [this] { return commandCheck(arguments, flag); });
-    sub->add_flag("--run", flag, "Also run the external command once, at the start");
+                             [this] { return commandCheck(arguments, flag, options.jobs); });
+    sub->add_flag("--run", flag, "Also run the external command, at the start");
+    addJobs(sub, "Runs of the start side by side, which have to agree");
+    addStart(sub);
   }
 
   void addSolve() {
@@ -94,17 +114,34 @@ class CommandLine {
     };
     CLI::App* solve = withFile("solve", "Solve a problem", solves(false));
     solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and begin anew");
+    addStart(solve);
     CLI::App* resume = withFile("resume", "Go on with a solve that was ended, repeating no run",
                                 solves(true));
     resume->add_flag("--retry-failed", options.retryFailed,
                      "Run designs again whose runs have failed");
     for (CLI::App* sub : {solve, resume}) {
-      sub->add_option("-j,--jobs", options.jobs, "Runs of the external command side by side")
-          ->check(CLI::Range(1, 1024))
-          ->capture_default_str();
+      addJobs(sub, "Runs of the external command side by side");
       sub->add_flag("-q,--quiet", quiet, "No progress");
       sub->add_flag("--json", json, "Print the result as JSON");
     }
+  }
+
+  void addRun() {
+    CLI::App* sub = withFile("run", "Evaluate one design and keep its directory",
+                             [this] { return commandRun(arguments, at); });
+    sub->add_option("--at", at, "Design: start, best, or values such as a=3,b=4")
+        ->capture_default_str();
+  }
+
+  void addJobs(CLI::App* sub, const char* description) {
+    sub->add_option("-j,--jobs", options.jobs, description)
+        ->check(CLI::Range(1, 1024))
+        ->capture_default_str();
+  }
+
+  void addStart(CLI::App* sub) {
+    sub->add_option("--start", arguments.start,
+                    "Where to start: start, best (of the history), or a history file");
   }
 
   void addReport() {
@@ -116,6 +153,8 @@ class CommandLine {
                "tarnix"};
   ProblemArguments arguments;
   SolveOptions options;
+  std::string at = "start";
+  std::vector<std::string> names;  // of the commands
   bool flag = false, json = false, quiet = false;
   std::function<int()> chosen;
 };

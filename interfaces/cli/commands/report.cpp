@@ -7,7 +7,7 @@
 namespace tarnix::cli {
 
 int commandReport(const ProblemArguments& arguments) {
-  Setup setup(arguments.file);
+  Setup setup(arguments.file, arguments.overrides);
   const Places places(arguments.file, arguments.output);
   History history(places.history);
   history.read(setup.problem);

@@ -6,8 +6,9 @@
 namespace tarnix::cli {
 
 int commandSolve(const ProblemArguments& arguments, const SolveOptions& options, bool json) {
-  Setup setup(arguments.file);
+  Setup setup(arguments.file, arguments.overrides);
   const Places places(arguments.file, arguments.output);
+  moveStart(setup, places, arguments.start);
   int exitCode = exitInternal;
   const Outcome outcome = solve(setup, places, options, exitCode);
   std::cout << (json ? dumped(toJson(outcome), 2) + "\n" : table(outcome));

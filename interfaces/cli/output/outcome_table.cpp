@@ -113,6 +113,12 @@ std::string table(const Outcome& o) {
   for (const ConstraintOutcome& c : o.constraints)
     rows.row({c.name, rounded(c.value), c.unit, rest(c, name, o.tolerance)});
   text += rows.text();
+  const auto tells = [](const auto& entry) { return entry.perPercent.value_or(0) != 0; };
+  if (std::any_of(o.variables.begin(), o.variables.end(), tells) ||
+      std::any_of(o.constraints.begin(), o.constraints.end(), tells))
+    text += "\n  1 % more: change of " + name +
+            " when a limit is raised by 1 % of its size, a bound by 1 % of its range;\n"
+            "  from the multipliers of one pass of differences at this design\n";
   return text;
 }
 

@@ -1,6 +1,7 @@
 #include "problem/model.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -34,6 +35,32 @@ bool assigns(const std::string& text) {
   return false;
 }
 
+// What the user may have meant with an expression that is none.
+std::string hintFor(const std::string& text, const mu::Parser& parser) {
+  if (text.find("**") != std::string::npos) return "; a power is written ^";
+  std::vector<std::string> functions;
+  for (const auto& [name, unused] : parser.GetFunDef()) functions.push_back(name);
+  const auto letter = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; };
+  const auto digit = [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; };
+  for (std::size_t i = 0; i < text.size();) {
+    std::size_t end = i;
+    if (letter(text[i])) {
+      while (end < text.size() && (letter(text[end]) || digit(text[end]))) ++end;
+      const std::string word = text.substr(i, end - i);
+      if (end < text.size() && text[end] == '(' &&
+          std::find(functions.begin(), functions.end(), word) == functions.end())
+        return "; there is no function '" + clipped(word) + "'" + suggestion(word, functions);
+    } else if (digit(text[i])) {
+      while (end < text.size() && (digit(text[end]) || text[end] == '.')) ++end;
+      const std::size_t next = std::min(text.find_first_not_of(' ', end), text.size());
+      if (next < text.size() && letter(text[next]) && (next > end || text[next] != 'e'))
+        return "; a product is written with *";
+    }
+    i = std::max(end, i + 1);
+  }
+  return {};
+}
+
 }  // namespace
 
 double Model::Formula::value() const {
@@ -56,6 +83,7 @@ Model::Model(const ProblemFile& p, Issues& issues) : problem(p) {
   // Parsers keep addresses of the slots, which therefore never move. The start is a fair value for
   // the trial evaluation of compile.
   slots.assign(names.size(), 1.0);
+  used.assign(names.size(), false);
   for (std::size_t i = 0; i < p.variables.size(); ++i) slots[i] = p.variables[i].start;
 
   bool sound = true;
@@ -91,8 +119,8 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
   try {
     formula.parser->SetExpr(expression.text);
     bool known = true;
-    const auto used = formula.parser->GetUsedVar();  // a copy: DefineVar resets the original
-    for (const auto& [name, unused] : used) {
+    const auto named = formula.parser->GetUsedVar();  // a copy: DefineVar resets the original
+    for (const auto& [name, unused] : named) {
       const auto place = std::find(names.begin(), names.end(), name);
       if (place == names.end()) {
         known = wrong("unknown name '" + clipped(name) + "' in \"" + expression.text + "\"" +
@@ -101,6 +129,7 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
       }
       const auto slot = static_cast<std::size_t>(place - names.begin());
       formula.parser->DefineVar(name, &slots[slot]);
+      used[slot] = true;
       if (slot >= resultsBegin)
         formula.usesResults = true;
       else if (slot >= quantitiesBegin)
@@ -115,7 +144,8 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
   } catch (const mu::ParserError& error) {
     std::string text = error.GetMsg();
     while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
-    return wrong(clipped(text, 200) + " in \"" + clipped(expression.text) + "\"");
+    return wrong(clipped(text, 200) + " in \"" + clipped(expression.text) + "\"" +
+                 hintFor(expression.text, *formula.parser));
   }
   return true;
 }
@@ -136,9 +166,9 @@ void Model::orderQuantities(const std::vector<std::vector<std::size_t>>& uses, I
                  "quantity '" + problem.quantities[i].name + "': depends on itself: " + circle);
     } else {
       marks[i] = Mark::open;
-      for (const std::size_t used : uses[i]) {
-        self(self, used);
-        if (quantities[used].usesResults) quantities[i].usesResults = true;
+      for (const std::size_t needed : uses[i]) {
+        self(self, needed);
+        if (quantities[needed].usesResults) quantities[i].usesResults = true;
       }
       order.push_back(i);
     }
@@ -146,6 +176,20 @@ void Model::orderQuantities(const std::vector<std::vector<std::size_t>>& uses, I
     path.pop_back();
   };
   for (std::size_t i = 0; i < quantities.size(); ++i) visit(visit, i);
+}
+
+void Model::warnUnused(const std::vector<std::string>& filledIn, Issues& issues) const {
+  const auto check = [&](const std::string& kind, const std::string& name, int line) {
+    const auto slot = static_cast<std::size_t>(
+        std::find(names.begin(), names.end(), name) - names.begin());
+    if (!used[slot] && std::find(filledIn.begin(), filledIn.end(), name) == filledIn.end())
+      issues.warn(line, kind + " '" + name + "': nothing uses it");
+  };
+  for (const VariableEntry& v : problem.variables) check("variable", v.name, v.line);
+  for (const QuantityEntry& q : problem.quantities) check("quantity", q.name, q.value.line);
+  for (const ResultEntry& r : problem.results) check("result", r.name, r.line);
+  if (outputs[0].parser && outputs[0].parser->GetUsedVar().empty())
+    issues.warn(problem.objective.value.line, "objective: it is constant");
 }
 
 void Model::load(std::span<const double> x) {

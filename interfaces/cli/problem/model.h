@@ -18,6 +18,10 @@ class Model {
   // Adds to issues what cannot be compiled.
   Model(const ProblemFile& problem, Issues& issues);
 
+  // Warns of variables, quantities and results that neither an expression names nor a template,
+  // whose names are given; and of an objective that is constant.
+  void warnUnused(const std::vector<std::string>& filledIn, Issues& issues) const;
+
   // Number of values of a design: objective, then constraints.
   std::size_t size() const { return outputs.size(); }
 
@@ -47,6 +51,7 @@ class Model {
   std::size_t quantitiesBegin, resultsBegin;  // in slots; variables are first
   std::vector<std::string> names;
   std::vector<double> slots;
+  std::vector<bool> used;  // by an expression, as slots
   std::vector<Formula> quantities;  // as in the problem
   std::vector<std::size_t> order;   // in which they are evaluated
   std::vector<Formula> outputs;

@@ -98,6 +98,8 @@ struct OptionsTable {
   std::optional<double> target;
 };
 
+using Overrides = std::vector<std::string>;
+
 struct ProblemFile {
   std::filesystem::path file;       // as the user gave it
   std::filesystem::path directory;  // of the file, absolute: where relative names start
@@ -109,10 +111,14 @@ struct ProblemFile {
   std::optional<Command> command;
   std::vector<ResultEntry> results;
   OptionsTable options;
+  Overrides overrides;  // of the command line
 };
 
 // Reads and validates a file. Whatever is wrong is added to issues, and the problem is then
 // incomplete; it never throws for the content of a file.
-ProblemFile readProblem(const std::filesystem::path& file, Issues& issues);
+// Overrides are changes of the command line, NAME=VALUE or NAME.KEY=VALUE, made before anything is
+// read.
+ProblemFile readProblem(const std::filesystem::path& file, Issues& issues,
+                        const Overrides& overrides = {});
 
 }  // namespace tarnix::cli

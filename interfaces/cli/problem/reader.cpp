@@ -68,12 +68,23 @@ class Reader {
   void eachTable(const std::string& key, const std::string& kind, Use use) {
     eachIn(key, kind, [&](const std::string& name, const toml::node& node) {
       const std::string owner = kind + " '" + name + "'";
-      if (!node.is_table())
-        return issues.add(lineOf(node), owner + ": not a table: write " + name + " = { ... }");
+      if (!node.is_table()) return refuseEntry(name, kind, node);
       Section section(*node.as_table(), owner, lineOf(node), issues);
       use(name, section);
       section.finish();
     });
+  }
+
+  // A variable counts as declared all the same: one mistake, one message.
+  void refuseEntry(const std::string& name, const std::string& kind, const toml::node& node) {
+    const bool fixed = kind == "variable" && node.is_number();
+    issues.add(lineOf(node), kind + " '" + name + "': not a table: write " + name +
+                                 (fixed ? " = { value = ... } for a fixed one" : " = { ... }"));
+    if (!fixed || !declare(name, kind, lineOf(node))) return;
+    VariableEntry variable;
+    variable.name = name;
+    variable.line = lineOf(node);
+    problem.variables.push_back(variable);
   }
 
   Expression plain(const toml::node& node, const std::string& owner) {
@@ -125,7 +136,8 @@ class Reader {
       return;
     }
     const auto need = [&](const char* key, double& place) {
-      if (!section.has(key)) section.issue(std::string("no '") + key + "'");
+      if (!section.has(key) && !section.misspells(key))
+        section.issue(std::string("no '") + key + "'");
       const auto value = section.number(key);
       place = value.value_or(0);
       return value.has_value();
@@ -174,6 +186,10 @@ class Reader {
     constraint.unit = section.text("unit").value_or("");
     if (!section.has("value")) section.issue("no 'value'");
     constraint.value = section.expression("value");
+    if (const std::string& text = constraint.value.text;
+        text.find_first_of("<>") != std::string::npos && text.find('?') == std::string::npos)
+      issues.warn(constraint.value.line, "constraint '" + name + "': a comparison is 0 or 1; a "
+                                             "limit is written with 'min' or 'max'");
     constraint.min = section.number("min");
     constraint.max = section.number("max");
     if (const auto equal = section.number("equal")) {
@@ -182,7 +198,8 @@ class Reader {
         section.issue("'equal' stands alone; leave out 'min' and 'max'");
       constraint.min = constraint.max = equal;
     }
-    if (!section.has("min") && !section.has("max") && !section.has("equal"))
+    if (!section.has("min") && !section.has("max") && !section.has("equal") &&
+        !section.misspells("min") && !section.misspells("max") && !section.misspells("equal"))
       section.issue("no limit: give 'min', 'max' or 'equal'");
     if (constraint.min && constraint.max && *constraint.min > *constraint.max)
       section.issue("'min' " + shortest(*constraint.min) + " lies above 'max' " +
@@ -273,9 +290,53 @@ int lineOfDeepKey(const std::string& content) {
   return 0;
 }
 
+// Changes what a --set names, as if the file said so: NAME=VALUE or NAME.KEY=VALUE. The name is that
+// of a variable (its start, or the value of a fixed one), quantity, constraint or table.
+void apply(const std::string& change, toml::table& content, Issues& issues) {
+  const auto wrong = [&](const std::string& text) {
+    issues.add(0, "--set " + clipped(change) + ": " + text);
+  };
+  const std::size_t equal = change.find('=');
+  if (equal == std::string::npos || equal == 0) return wrong("write NAME=VALUE or NAME.KEY=VALUE");
+  std::string name = change.substr(0, equal), key;
+  const std::string value = change.substr(equal + 1);
+  if (const std::size_t point = name.rfind('.'); point != std::string::npos) {
+    key = name.substr(point + 1);
+    name.resize(point);
+  }
+  toml::table* owner = nullptr;
+  for (const char* list : {"variables", "constraints", "results"})
+    if (toml::table* entries = content[list].as_table(); entries && !owner && entries->contains(name))
+      owner = (*entries)[name].as_table();
+  toml::table* const quantities = content["quantities"].as_table();
+  if (!owner && quantities && quantities->contains(name) && key.empty())
+    owner = quantities, key = name;
+  if (name == "options" && !content.contains(name)) content.insert(name, toml::table{});
+  if (!owner) owner = content[name].as_table();
+  if (!owner) return wrong("no variable, quantity, constraint or table is called '" + name + "'");
+  if (key.empty()) key = owner->contains("value") ? "value" : "start";
+  try {
+    owner->insert_or_assign(key, *toml::parse("v = " + value)["v"].node());
+  } catch (const toml::parse_error&) {
+    owner->insert_or_assign(key, value);  // a text without its quotes
+  }
+}
+
+// What the user may have meant with a line that is no TOML.
+std::string syntaxHint(const std::string& description) {
+  const std::pair<const char*, const char*> hints[] = {
+      {"saw ','", "; numbers have a decimal point: 0.1, not 0,1"},
+      {"could not determine value type", "; an expression stands in quotes"},
+      {"utf-8", "; convert the file to UTF-8, for instance with iconv -f latin1 -t utf-8"},
+      {"escape sequence", "; a regex stands in single quotes, where \\ is nothing special"}};
+  for (const auto& [part, hint] : hints)
+    if (description.find(part) != std::string::npos) return hint;
+  return {};
+}
+
 }  // namespace
 
-ProblemFile readProblem(const fs::path& file, Issues& issues) {
+ProblemFile readProblem(const fs::path& file, Issues& issues, const Overrides& overrides) {
   ProblemFile problem;
   problem.file = file;
   problem.directory = fs::absolute(file).parent_path();
@@ -298,11 +359,14 @@ ProblemFile readProblem(const fs::path& file, Issues& issues) {
     return problem;
   }
   try {
-    const toml::table content = toml::parse(text, file.string());
+    toml::table content = toml::parse(text, file.string());
+    for (const std::string& one : overrides) apply(one, content, issues);
+    problem.overrides = overrides;
     Reader(content, problem, issues).read();
   } catch (const toml::parse_error& wrong) {
     issues.add(static_cast<int>(wrong.source().begin.line),
-               "syntax: " + std::string(wrong.description()));
+               "syntax: " + std::string(wrong.description()) +
+                   syntaxHint(std::string(wrong.description())));
   }
   return problem;
 }

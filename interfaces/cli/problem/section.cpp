@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "base/numbers.h"
+#include "base/text.h"
 
 namespace tarnix::cli {
 
@@ -111,12 +112,31 @@ std::vector<std::string> Section::texts(const std::string& key) {
   return result;
 }
 
+namespace {
+
+// Words of one table that are tried in another.
+std::string relative(const std::string& word, const std::set<std::string>& known) {
+  const std::pair<const char*, const char*> pairs[] = {
+      {"upper", "max"}, {"lower", "min"}, {"max", "upper"}, {"min", "lower"}, {"limit", "max"}};
+  for (const auto& [from, to] : pairs)
+    if (word == from && known.count(to)) return std::string("; did you mean '") + to + "'?";
+  return suggestion(word, {known.begin(), known.end()});
+}
+
+}  // namespace
+
+bool Section::misspells(const std::string& key) const {
+  for (auto&& [word, node] : table)
+    if (!known.count(std::string(word.str())) && !relative(std::string(word.str()), {key}).empty())
+      return true;
+  return false;
+}
+
 void Section::finish() const {
   for (auto&& [key, node] : table) {
     const std::string word(key.str());
     if (!known.count(word))
-      issues.add(lineOf(node), name + ": unknown key '" + word + "'" +
-                                   suggestion(word, {known.begin(), known.end()}));
+      issues.add(lineOf(node), name + ": unknown key '" + clipped(word) + "'" + relative(word, known));
   }
 }
 

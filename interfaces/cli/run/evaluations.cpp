@@ -83,6 +83,26 @@ std::string Evaluations::failureAt(std::span<const double> x) const {
   return place == known.end() ? std::string() : place->second.failed;
 }
 
+Record Evaluations::recordOf(const Run& run, const RunOutcome& outcome) const {
+  Record record{run.number, run.x, outcome.results, {}, outcome.reason, outcome.seconds};
+  if (record.failed.empty()) record.values = model.values(run.x, record.results);
+  return record;
+}
+
+std::vector<Record> Evaluations::copies(std::span<const double> x) {
+  for (int job = 0; job < jobs; ++job) startRun(x, 1);
+  std::vector<Record> records;
+  while (!runs.empty()) {
+    wait();
+    std::erase_if(runs, [&](Run& run) {
+      const auto outcome = simulator->finished(run);
+      if (outcome) records.push_back(recordOf(run, *outcome));
+      return outcome.has_value();
+    });
+  }
+  return records;
+}
+
 Evaluations::Designs Evaluations::sideBySide() const {
   Designs measured;
   for (const auto& x : beside)
@@ -115,8 +135,7 @@ Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& dir
     throw;
   }
   directory = run.directory;
-  Record record{run.number, run.x, outcome->results, {}, outcome->reason, outcome->seconds};
-  if (record.failed.empty()) record.values = model.values(run.x, record.results);
+  Record record = recordOf(run, *outcome);
   if (history) history->appendVerification(record);
   return record;
 }

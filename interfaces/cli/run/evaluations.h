@@ -51,6 +51,9 @@ class Evaluations {
   // failed.
   Record repeat(std::span<const double> x, std::filesystem::path& directory);
 
+  // As many runs of one design side by side as there are jobs, outside the history.
+  std::vector<Record> copies(std::span<const double> x);
+
   // Designs of the last two runs that were side by side, without the ones that failed.
   Designs sideBySide() const;
 
@@ -80,6 +83,7 @@ class Evaluations {
   void replay(bool retryFailed);
   void keepLimits();
   bool limitReached() const;
+  Record recordOf(const Run& run, const RunOutcome& outcome) const;
   void compute(std::span<const double> x);
   void runAll(const Designs& designs);
   std::vector<double> answer(std::span<const double> x);

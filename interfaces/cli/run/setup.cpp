@@ -1,25 +1,70 @@
 #include "run/setup.h"
 
+#include <algorithm>
 #include <iostream>
 
+#include "base/numbers.h"
 #include "base/text.h"
 #include "run/history.h"
+#include "run/judgement.h"
 #include "run/layer.h"
 
 namespace fs = std::filesystem;
 
 namespace tarnix::cli {
 
-Setup::Setup(const fs::path& file) {
+namespace {
+
+// A step of the differences that a template's format or rounding swallows gives differences of zero.
+void warnSwallowedSteps(const ProblemFile& problem, Simulator& simulator, Issues& issues) {
+  std::vector<double> x;
+  for (const VariableEntry& v : problem.variables) x.push_back(v.start);
+  const Simulator::Preview start = simulator.preview(x);
+  const std::vector<std::string> used = simulator.filledIn();
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    const VariableEntry& v = problem.variables[i];
+    if (v.lower == v.upper || std::find(used.begin(), used.end(), v.name) == used.end()) continue;
+    const double step = problem.options.differenceStep * (v.upper - v.lower) / 2;
+    x[i] = v.start + step;
+    const Simulator::Preview moved = simulator.preview(x);
+    x[i] = v.start;
+    if (moved.words == start.words && moved.files == start.files)
+      issues.warn(v.line, "variable '" + v.name + "': a difference step of " + rounded(step, 3) +
+                              " does not show in what the command is given; write more digits, or "
+                              "raise difference_step");
+  }
+}
+
+}  // namespace
+
+Setup::Setup(const fs::path& file, const Overrides& overrides) {
   Issues issues(file.string());
-  problem = readProblem(file, issues);
+  problem = readProblem(file, issues, overrides);
   if (!problem.variables.empty()) {
     model = std::make_unique<Model>(problem, issues);
     if (problem.command) simulator = std::make_unique<Simulator>(problem, *model, issues);
   }
   if (issues.empty())
     for (const std::string& message : layerIssues(problem)) issues.add(0, message);
-  if (!issues.empty()) throw Failure(exitBadProblem, issues.text());
+  if (issues.empty()) {
+    model->warnUnused(simulator ? simulator->filledIn() : std::vector<std::string>(), issues);
+    if (simulator) warnSwallowedSteps(problem, *simulator, issues);
+  }
+  const std::string text = issues.text();
+  if (!issues.empty()) throw Failure(exitBadProblem, text);
+  if (!text.empty()) std::cerr << text << "\n";
+}
+
+void moveStart(Setup& setup, const Places& places, const std::string& where) {
+  if (where.empty() || where == "start") return;
+  History history(where == "best" ? places.history : fs::path(where));
+  history.read(setup.problem);
+  std::optional<BestDesign> best;
+  for (const Record& record : history.records())
+    keepBest(setup.problem, record, judge(setup.problem, *setup.model, record), best);
+  if (!best)
+    throw Failure(exitFiles, history.path().string() + ": no measured design within the bounds");
+  for (std::size_t i = 0; i < best->x.size(); ++i) setup.problem.variables[i].start = best->x[i];
 }
 
 Places::Places(const fs::path& file, const fs::path& output) {

@@ -11,9 +11,9 @@
 
 namespace tarnix::cli {
 
-// Throws Failure with every issue when the file has any.
+// Throws Failure with every issue when the file has any; warnings go to standard error.
 struct Setup {
-  explicit Setup(const std::filesystem::path& file);
+  explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {});
   Setup(const Setup&) = delete;
   Setup& operator=(const Setup&) = delete;
 
@@ -27,6 +27,10 @@ struct Places {
   Places(const std::filesystem::path& file, const std::filesystem::path& output);
   std::filesystem::path history, runs, best, report;
 };
+
+// Starts at another design: "start" for the file's own, "best" for the best one of the history, or
+// the best one of the history file that is named.
+void moveStart(Setup& setup, const Places& places, const std::string& where);
 
 // Puts the history of an earlier solve that ran a command aside, and its directories, when it has
 // come to its end or fresh is set; throws Failure otherwise.

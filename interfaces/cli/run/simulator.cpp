@@ -195,6 +195,17 @@ void Simulator::leaveDirectory(const Run& run, bool succeeded) const {
   fs::remove_all(run.directory, ignored);
 }
 
+std::vector<std::string> Simulator::filledIn() const {
+  std::vector<std::string> names;
+  for (std::size_t i = 0; i < model.inputNames().size(); ++i) {
+    bool used = false;
+    for (const TextTemplate& word : words) used = used || word.uses(i);
+    for (const Filled& file : templates) used = used || file.text.uses(i);
+    if (used) names.push_back(model.inputNames()[i]);
+  }
+  return names;
+}
+
 Simulator::Preview Simulator::preview(std::span<const double> x) {
   Preview result;
   const std::vector<double> numbers = model.inputs(x);

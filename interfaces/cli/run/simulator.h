@@ -53,6 +53,9 @@ class Simulator {
   // to the program cuts the grace short.
   void abandon(std::vector<Run*> unwanted);
 
+  // Names of variables and quantities that words or templates hold.
+  std::vector<std::string> filledIn() const;
+
   // What would run at a design: words and filled files, for the user to look at.
   struct Preview {
     std::vector<std::string> words;

@@ -694,14 +694,92 @@ class WrongProblems(Case):
         # Several at once, in the order of lines.
         file = self.write("p.toml", PLAIN.replace("upper = 4", "uper = 4").replace("q = ", "q = 1 #"))
         self.assertEqual([int(n) for n in re.findall(r"p\.toml:(\d+)", tarnix("check", file).stderr)],
-                         [2, 2, 3, 3])
+                         [2, 3])
         for words, message in [(["check", self.dir / "none.toml"], "none.toml: no such file"),
                                (["check", self.dir], "cannot be read"),
                                (["solve"], "FILE is required"), (["solve", file, "-j0"], "--jobs"),
-                               (["sovle", file], ""), ([], "subcommand is required")]:
+                               (["sovle", file], "no command 'sovle'; did you mean 'solve'?"),
+                               ([], "First steps:")]:
             run = tarnix(*words)
             self.assertEqual(run.returncode, 2)
+            self.assertIn(message, run.stdout + run.stderr)
+        self.assertNotIn("First steps", tarnix("check", "--help").stdout)
+
+    def testWhatWasMeant(self):
+        """One mistake, one line, which says what may have been meant; nothing weaker is a mistake."""
+        for pattern, by, code, message in [
+                ("lower = 0", "lower = 0,1", 2, "2: syntax: .*decimal point"),
+                ('"x \\+ y"', "x + y", 2, "5: syntax: .*an expression stands in quotes"),
+                ("x \\+ y", "sqr(x)", 2, "no function 'sqr'; did you mean 'sqrt'"),
+                ("x \\+ y", "x**2", 2, "a power is written \\^"),
+                ("x \\+ y", "3 x", 2, "a product is written with \\*"),
+                ("y = {.*", "y = 3", 2, "3: variable 'y': not a table: write y = { value"),
+                ("min = 1", "lower = 1", 2, "9: constraint 'c': unknown key 'lower'; did you mean 'min'"),
+                ("\\A", 'title = "\udce9"\n', 2, "1: syntax: .*UTF-8"),
+                ("\\Z", WITH.replace('key = "f"', 'regex = "(\\\\\\\\d)"').replace("\\\\", "\\"), 2,
+                 "13: syntax: .*single quotes"),
+                ("x \\+ y", "log(x - 3) + y", 2, "9: constraint 'c': it is not finite at the start: nan"),
+                ('value = "q"', 'value = "x"', 0, "warning: .*5: quantity 'q': nothing uses it"),
+                ('value = "q"', 'value = "q >= 1"', 0, "warning: .*9: constraint 'c': a comparison is 0 or 1"),
+                ('"\\(x - 2.*"', '"3"', 0, "warning: .*objective: it is constant"),
+                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}"), 0, "variable 'x': a difference step of 0.0002 does not"),
+        ]:
+            with self.subTest(message=message):
+                file = self.dir / "p.toml"
+                file.write_bytes(re.sub(pattern, by, PLAIN, count=1).encode(errors="surrogateescape"))
+                run = tarnix("check", file)
+                self.assertEqual(run.returncode, code, run.stderr)
+                self.assertRegex(run.stderr, message)
+                lines = run.stderr.splitlines()
+                self.assertTrue(all(re.match("error: |warning: ", line) for line in lines), lines)
+                self.assertEqual(sum(line.startswith("error") for line in lines), code == 2)
+
+
+class DaysWork(Case):
+    def testChangesOfTheCommandLine(self):
+        """Each change does what the same words in the file do."""
+        for changes, edit in [
+                (["c.min=3", "x.upper=1.5"], lambda t: t.replace("min = 1", "min = 3").replace("upper = 4", "upper = 1.5", 1)),
+                (["x=3"], lambda t: t.replace("start = 1", "start = 3", 1)),
+                (["q=x + 2 * y"], lambda t: t.replace("x + y", "x + 2 * y")),
+                (["options.method=grg", "objective.scale=2"],
+                 lambda t: t.replace("[constraints]", 'scale = 2\n[constraints]') + '[options]\nmethod = "grg"\n')]:
+            words = [word for change in changes for word in ("--set", change)]
+            one = self.result("solve", self.write("a.toml", PLAIN), *words)
+            two = self.result("solve", self.write("b.toml", edit(PLAIN)))
+            for key in ("objective", "variables", "constraints", "method", "evaluations"):
+                self.assertEqual(one[key], two[key], changes)
+        for change, message in [("z=1", "no variable, quantity"), ("x", "write NAME=VALUE"),
+                                ("x.uper=1", "unknown key 'uper'"), ("x=9", "lies outside the bounds")]:
+            run = tarnix("check", "--set", change, self.write("a.toml", PLAIN))
+            self.assertEqual(run.returncode, 2)
             self.assertIn(message, run.stderr)
+
+    def testStartAndRun(self):
+        file = self.write("p.toml", ONE.replace("RUN", '["echo", "f = {{x}}"]').replace("EXTRA", ""))
+        best = values(self.result("solve", file))["x"]
+        again = self.result("solve", "--start", "best", file)
+        self.assertAlmostEqual(designs(self.dir / "p.history.jsonl")[0][0], best, delta=1e-12)
+        old = next(self.dir.glob("p.history.1.jsonl"))
+        shown = tarnix("run", "--at", "best", file).stdout
+        self.assertAlmostEqual(float(re.search(r"x +(\S+)", shown)[1]), 2, delta=1e-3)
+        self.assertEqual(tarnix("check", "--start", old, file).returncode, 0)
+        run = tarnix("run", "--at", "x=3.5", file)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        self.assertRegex(run.stdout, r"f +3\.5 +result\n +objective +2\.25")
+        kept = pathlib.Path(re.search(r" s in (.*)", run.stdout)[1])
+        self.assertEqual((kept / "stdout.txt").read_text(), "f = 3.5\n")
+        self.assertEqual(tarnix("run", "--at", "x=9", file).returncode, 2)
+        self.assertTrue(again["success"])
+
+    def testRunsOfTheStartAgree(self):
+        file = self.write("p.toml", ONE.replace("RUN", '"echo f = {{x}}"').replace("EXTRA", ""))
+        run = tarnix("check", "--run", "-j2", file)
+        self.assertEqual(run.returncode, 0, run.stderr)
+        file = self.write("p.toml", ONE.replace("RUN", '"echo f = {{run}}; # {{x}}"').replace("EXTRA", ""))
+        run = tarnix("check", "--run", "-j2", file)
+        self.assertEqual(run.returncode, 1)
+        self.assertIn("the same design gave result 'f'", run.stderr)
 
 
 if __name__ == "__main__":
