@@ -38,7 +38,7 @@ typedef struct Library {
   Solve solve[methodCount]; /* null: the library does not have this method */
 } Library;
 
-static const char libraryName[] = "libtarnix.so.0";
+static const char libraryName[] = "libtarnix.so.0.1";
 
 static _Noreturn void stop(int exitCode, const char* format, ...) {
   va_list arguments;

@@ -22,7 +22,7 @@ equal() { # WHAT EXPECTED FOUND
 
 echo "== version"
 grep -qx "find_package(tarnix ${VERSION%.*} REQUIRED)" README.md || fail "version in README.md"
-grep -m 1 '^## ' CHANGELOG.md | grep -qE "^## ${VERSION//./\\.}( |$)" || fail "top of CHANGELOG.md"
+[[ $(grep -m 1 '^## ' CHANGELOG.md)\  == "## $VERSION "* ]] || fail "top of CHANGELOG.md"
 
 echo "== packages"
 "$CPACK" --config "$BUILD/CPackConfig.cmake" -B "$work/packages" >"$work/cpack.log" 2>&1 ||
@@ -31,6 +31,7 @@ echo "== packages"
 version=$VERSION-$REVISION
 arch=$(dpkg --print-architecture)
 soversion=${VERSION%%.*}
+if [[ $soversion == 0 ]]; then soversion=${VERSION%.*}; fi # then minor versions differ
 runtime=libtarnix$soversion
 declare -A package=([runtime]=$runtime [development]=libtarnix-dev [tools]=tarnix-tools)
 declare -A section=([runtime]=libs [development]=libdevel [tools]=math)
@@ -127,9 +128,6 @@ touch "$work/consumer/debian/control"
 depends=$(cd "$work/consumer" && dpkg-shlibdeps -O -L"$PWD/control/shlibs" -l"$root/usr/$LIBDIR" main)
 echo "$depends"
 [[ $depends == *"$runtime (>= $VERSION)"* ]] || fail "shlibs file"
-if [[ $soversion == 0 ]]; then # the next minor version may change the interface
-  [[ $depends == *"$runtime (<< 0."* ]] || fail "shlibs file has no upper end"
-fi
 
 echo "== man pages"
 pages=$root/usr/share/man
@@ -143,7 +141,7 @@ for page in "$pages"/*/*; do
     zcat "$page" >"$work/page"
     mandoc -T lint -W style "$work/page" || fail "mandoc in $page"
   fi
-  zcat "$page" | grep -qF "\"tarnix $VERSION\"" || fail "version in $page"
+  zcat "$page" | grep -F "\"tarnix $VERSION\"" >/dev/null || fail "version in $page"
 done
 page=$pages/man3/tarnix.3.gz
 equal "entry points in tarnix(3)" "$(grep -oE '^VRK_API .*' include/tarnix/tarnix.h |
@@ -171,8 +169,9 @@ if [[ " $PACKAGES " == *" tools "* ]]; then
   keys=$(sed -n '/^## The problem file/,/^- /p' interfaces/cli/README.md | grep '^|' |
     grep -oE '`[][a-z_]+`' | tr -d '`' | sort -u)
   [[ $(wc -l <<<"$keys") -gt 20 ]] || fail "no keys found"
+  manual=$(zcat "$pages/man1/tarnix.1.gz")
   for key in $keys; do
-    zcat "$pages/man1/tarnix.1.gz" | grep -qwF -- "$key" || fail "no $key in tarnix(1)"
+    grep -qwF -- "$key" <<<"$manual" || fail "no $key in tarnix(1)"
   done
   mkdir -p "$work/problem"
   example "$pages/man1/tarnix.1.gz" >"$work/problem/rectangle.toml"

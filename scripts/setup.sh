@@ -11,13 +11,18 @@ die() {
 # --- What is on the machine ------------------------------------------------------------------
 have() { command -v "$1" >/dev/null 2>&1; }
 has_header() { have g++ && g++ -E -x c++ - <<<"#include <$1>" >/dev/null 2>&1; }
-has_sanitizers() { # clang's run time is a package of its own
-  local program
+links() { # COMPILER OPTION...: a sanitizer's run time may be a package of its own
+  local program status=0
   program=$(mktemp) || return 1
-  "$1" -fsanitize=address,undefined -x c++ - -o "$program" <<<'int main() {}' >/dev/null 2>&1
-  local status=$?
+  "$@" -x c++ - -o "$program" <<<"${main-int main() { return 0; \}}" >/dev/null 2>&1 || status=$?
   rm -f "$program"
   return $status
+}
+has_sanitizers() { links "$1" -fsanitize=address,undefined; }
+has_thread_sanitizer() { links "$1" -fsanitize=thread; }
+has_fuzzer() {
+  have clang++ && main='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) {
+    return 0; }' links clang++ -fsanitize=fuzzer,address,undefined
 }
 has_cmake() { # 3.22 is the oldest that the build files accept
   local version
@@ -31,7 +36,7 @@ need() { needs+=("$*"); }
 
 need_compilers() { # for the preset $1
   case $1 in
-    *clang)
+    *clang | fuzz)
       need required clang have clang
       need required clang have clang++
       ;;
@@ -43,6 +48,9 @@ need_compilers() { # for the preset $1
   case $1 in
     dev) need required g++ has_sanitizers g++ ;;
     dev-clang) need required libclang-rt-dev has_sanitizers clang++ ;;
+    tsan) need required g++ has_thread_sanitizer g++ ;;
+    fuzz) need required libclang-rt-dev has_fuzzer ;;
+    coverage) need required gcovr have gcovr ;;
   esac
 }
 
@@ -56,6 +64,14 @@ missing() {
   done | sort -u | paste -sd ' '
 }
 
+# True where the packages named may be installed: a person at the terminal is asked first.
+may_install() {
+  if [[ -n ${assume_yes-} || -n ${CI-} || ! -t 0 || ! -t 2 ]]; then return 0; fi
+  local answer
+  read -rp "Install them with apt-get? [y/N] " answer
+  [[ $answer == [yY]* ]]
+}
+
 # Installs what is missing when it may, else says how. Ends the script when a required package
 # stays away; goes on without an optional one.
 install_missing() {
@@ -66,7 +82,9 @@ install_missing() {
 
   local install="apt-get install -y --no-install-recommends ${required:+$required }$optional"
   if [[ $(id -u) != 0 ]]; then root=(sudo -n); fi
-  if have apt-get && { [[ ${#root[@]} == 0 ]] || { have sudo && sudo -n true 2>/dev/null; }; }; then
+  say "missing: ${required:+$required }$optional"
+  if have apt-get && { [[ ${#root[@]} == 0 ]] || { have sudo && sudo -n true 2>/dev/null; }; } &&
+    may_install; then
     say "installing: ${required:+$required }$optional"
     local apt=("${root[@]}" env DEBIAN_FRONTEND=noninteractive
       apt-get -q -o DPkg::Lock::Timeout=300)
@@ -79,12 +97,12 @@ install_missing() {
     required=$(missing required)
     optional=$(missing optional)
   else
-    say "missing; installing needs root, or sudo without a password. The line to type then:"
+    say "not installed: that takes root, or sudo without a password. The line to type:"
     echo "apt-get update && $install"
   fi
 
-  if [[ -n $required ]]; then die "cannot go on without: $required"; fi
-  if [[ -n $optional ]]; then say "going on without: $optional"; fi
+  if [[ -n $required ]]; then die "required: $required"; fi
+  if [[ -n $optional ]]; then say "continuing without: $optional"; fi
 }
 
 need required cmake has_cmake
