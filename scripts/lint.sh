@@ -1,0 +1,103 @@
+#!/usr/bin/env bash
+# lint.sh [CHECK...]: what tools say about the sources, by default all of
+#   columns     no line of code above 100 columns, no tab, no blank at the end of a line
+#   shell       shellcheck; nothing is piped into grep -q
+#   format      clang-format, of the version that the sources are formatted with
+#   tidy        clang-tidy on the core and the layer, by the compile commands of a build
+#   python      flake8 and mypy
+#   spelling    codespell
+# A tool that is missing is named and its check skipped.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
+
+have() { command -v "$1" >/dev/null 2>&1; }
+skip() { echo "lint: $1 is skipped: $2 is missing"; }
+files() { git ls-files --cached --others --exclude-standard -- "$@" ':!:tests/fuzz/corpus/*'; }
+scripts() { files '*.sh' run check .ci/run; }
+
+check_columns() { # prose and data may be longer where a table or an address asks for it
+  files '*.cpp' '*.hpp' '*.h' '*.c' '*.inc' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' run check |
+    xargs awk '
+      { if (length($0) > 100) bad("above 100 columns")
+        if (/\t/) bad("tab")
+        if (/[ \t]$/) bad("blank at the end") }
+      function bad(what) { printf "%s:%d: %s\n", FILENAME, FNR, what; count++ }
+      END { exit count > 0 }'
+}
+
+# grep -q ends at the first match; what writes to it then dies of SIGPIPE, and under pipefail the
+# whole test is false, now and then.
+piped_into_quiet_grep() {
+  scripts | xargs awk '!/^ *#/ && /\| *(z|e|f)?grep +(-[a-zA-Z]+ +)*-[a-zA-Z]*q/ {
+      printf "%s:%d: piped into grep -q: use a here string, or >/dev/null\n", FILENAME, FNR; n++ }
+    END { exit n > 0 }'
+}
+check_shell() {
+  local status=0
+  piped_into_quiet_grep || status=1
+  if have shellcheck; then
+    scripts | xargs shellcheck --external-sources --severity=warning || status=1
+  else
+    skip shell shellcheck
+  fi
+  return $status
+}
+
+check_format() { # other versions break lines in other places
+  local wanted=14 program
+  for program in clang-format-$wanted clang-format; do
+    if have "$program" && [[ $("$program" --version) =~ version\ $wanted\. ]]; then
+      files '*.cpp' '*.hpp' '*.h' '*.c' | xargs "$program" --dry-run --Werror
+      return
+    fi
+  done
+  skip format "clang-format $wanted"
+}
+
+check_tidy() {
+  local database
+  have clang-tidy || { skip tidy clang-tidy && return 0; }
+  for database in build/release-clang build/release; do
+    if [[ -f $database/compile_commands.json ]]; then
+      files 'src/*.cpp' 'interfaces/cpp/src/*.cpp' |
+        xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p "$database" --warnings-as-errors='*' \
+          2> >(grep -v ' warnings\? generated\.$\|^Suppressed\|^Use -header-filter' >&2)
+      return
+    fi
+  done
+  skip tidy "a configured build (./check release-clang)"
+}
+
+check_python() {
+  local status=0
+  if have flake8; then
+    files '*.py' scripts/mutate | xargs flake8 --max-line-length 100 || status=1
+  else
+    skip flake8 flake8
+  fi
+  if have mypy; then
+    files '*.py' scripts/mutate | xargs mypy --scripts-are-modules --ignore-missing-imports --no-error-summary || status=1
+  else
+    skip mypy mypy
+  fi
+  return $status
+}
+
+check_spelling() {
+  have codespell || { skip spelling codespell && return 0; }
+  # Names in code, and misspellings that tests ask for.
+  files ':!:*.svg' | xargs codespell --builtin clear,rare \
+    --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,sovle,ue
+}
+
+checks=("$@")
+if [[ $# == 0 ]]; then checks=(columns shell format tidy python spelling); fi
+failed=()
+for check in "${checks[@]}"; do
+  if ! "check_$check"; then failed+=("$check"); fi
+done
+if ((${#failed[@]})); then
+  echo "lint: FAILED: ${failed[*]}"
+  exit 1
+fi
+echo "lint: passed: ${checks[*]}"
