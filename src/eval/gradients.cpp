@@ -11,8 +11,8 @@ namespace {
 
 class GradientPass {
  public:
-  GradientPass(const DifferencePoint& point, ColumnSelection selection, MatrixView gradients,
-               DifferenceScratch arrays)
+  GradientPass(const DifferencePoint& point, const ColumnSelection& selection,
+               const MatrixView& gradients, const DifferenceScratch& arrays)
       : at(point), columns(selection), G(gradients), scratch(arrays) {}
 
   void run() {
@@ -53,10 +53,11 @@ class GradientPass {
   }
 
   void store(int i, ConstVector forward, ConstVector backward, double width) const {
+    const bool someGiven = given.columns() > 0;
     for (int j = 1; j <= at.f.size(); ++j) {
       const int c = columns.column(j);
       if (c == 0) continue;
-      G(i, c) = isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
+      G(i, c) = someGiven && isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
     }
   }
 
@@ -135,9 +136,9 @@ class GradientPass {
 
   // Given.
   const DifferencePoint& at;
-  const ColumnSelection columns;
-  const MatrixView G;
-  const DifferenceScratch scratch;
+  const ColumnSelection& columns;
+  const MatrixView& G;
+  const DifferenceScratch& scratch;
   const bool forwardOnly = settings->diffMethod == 1;
   // Work.
   PrivateFrame<double> memory{session().privateDoubles};
@@ -160,12 +161,13 @@ int ColumnSelection::columns() const {
   return highest;
 }
 
-void differenceGradients(const DifferencePoint& at, ColumnSelection columns, MatrixView G,
-                         DifferenceScratch scratch) {
+void differenceGradients(const DifferencePoint& at, const ColumnSelection& columns,
+                         const MatrixView& G, const DifferenceScratch& scratch) {
   GradientPass(at, columns, G, scratch).run();
 }
 
-bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, MatrixView G) {
+bool gradientsInOneBlock(const DifferencePoint& at, const ColumnSelection& columns,
+                         const MatrixView& G) {
   const int m = at.f.size();
   WorkFrame frame;
   if (!frame.reserve(1 + 2 * cellCount(m))) {
@@ -182,7 +184,8 @@ bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns, Mat
   return true;
 }
 
-bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns, MatrixView G) {
+bool gradientsInTwoBlocks(const DifferencePoint& at, const ColumnSelection& columns,
+                          const MatrixView& G) {
   const int m = at.f.size();
   const int64_t block = cellCount(m) + 1;
   WorkFrame first, second;
@@ -191,8 +194,8 @@ bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns, Ma
   return true;
 }
 
-bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2,
-                     IndexVector map, MatrixView G, VectorView gObj, double& gScale) {
+bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2, IndexVector map,
+                     MatrixView G, VectorView gObj, double& gScale) {
   std::ranges::fill(map, 0);
   int column = 0;
   for (const ConstIndex& list : {list1, list2})

@@ -31,8 +31,8 @@ class ColumnSelection {
   Form form_;
 };
 
-// The point and its function values. The perturbed points are not held within the box: a variable at
-// its bound is evaluated beyond it. f holds its entry values again afterwards; x is restored by
+// The point and its function values. The perturbed points are not held within the box: a variable
+// at its bound is evaluated beyond it. f holds its entry values again afterwards; x is restored by
 // adding and subtracting the step and may differ in its last bits.
 struct DifferencePoint {
   VectorView x;  // (n)
@@ -46,21 +46,21 @@ struct DifferenceScratch {
 };
 
 // G(i, c) = derivative of the function with column c by scaled variable i.
-void differenceGradients(const DifferencePoint& at, ColumnSelection columns, MatrixView G,
-                         DifferenceScratch scratch);
+void differenceGradients(const DifferencePoint& at, const ColumnSelection& columns,
+                         const MatrixView& G, const DifferenceScratch& scratch);
 
 // The same with its scratch from the work storage, claimed in one block (the message in mixed case)
 // or in two, the second refused by itself. False when the storage is exceeded, with the message
 // printed and errorFlag set; nothing is evaluated then. One block also counts in nGradEval.
-[[nodiscard]] bool gradientsInOneBlock(const DifferencePoint& at, ColumnSelection columns,
-                                       MatrixView G);
-[[nodiscard]] bool gradientsInTwoBlocks(const DifferencePoint& at, ColumnSelection columns,
-                                        MatrixView G);
+[[nodiscard]] bool gradientsInOneBlock(const DifferencePoint& at, const ColumnSelection& columns,
+                                       const MatrixView& G);
+[[nodiscard]] bool gradientsInTwoBlocks(const DifferencePoint& at, const ColumnSelection& columns,
+                                        const MatrixView& G);
 
 // Gradients of the functions of both lists and, in the last column, of the objective; map (m)
 // becomes their column map. gObj (n) is that last column, gScale = max(1, mean |gObj(i)|).
 // Kept: gObj and gScale are also set after a refused claim, from whatever G holds.
-bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2,
-                     IndexVector map, MatrixView G, VectorView gObj, double& gScale);
+bool listedGradients(const DifferencePoint& at, ConstIndex list1, ConstIndex list2, IndexVector map,
+                     MatrixView G, VectorView gObj, double& gScale);
 
 }  // namespace tarnix::core

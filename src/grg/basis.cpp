@@ -173,7 +173,8 @@ void Basis::fillJacobian(const Gradients& gradients) {
     for (int i = 1; i <= nDep; ++i) J(i, j) = gradients(variables(j), rows(i));
 }
 
-double dependentScore(int v, double sensitivity, ConstVector x, Box box, ConstVector moveDir) {
+double dependentScore(int v, double sensitivity, ConstVector x, const Box& box,
+                      ConstVector moveDir) {
   constexpr double moving = 1e-5;
   constexpr double roomy = 0.2;
   constexpr double slope = 4.75;
@@ -188,7 +189,7 @@ double dependentScore(int v, double sensitivity, ConstVector x, Box box, ConstVe
   return std::fabs(sensitivity) * weight;
 }
 
-bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, Box box,
+bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, const Box& box,
                  const Gradients& gradients, ConstVector moveDir, Basis& basis,
                  BasisScratch scratch) {
   basis.nDep = 0;
@@ -251,7 +252,7 @@ bool invertJacobian(ConstMatrix J, MatrixView Jinv, VectorView w) {
   return true;
 }
 
-void correctDependents(const Basis& basis, ConstVector f, Box box, VectorView x) {
+void correctDependents(const Basis& basis, ConstVector f, const Box& box, VectorView x) {
   for (int i = 1; i <= basis.nDep; ++i) {
     const int v = basis.variables(i);
     double moved = x(v);
@@ -267,7 +268,7 @@ double pivotOf(const Basis& basis, int position, int v, const Gradients& gradien
   return pivot;
 }
 
-int exchangePartner(const Basis& basis, int position, ConstVector x, Box box,
+int exchangePartner(const Basis& basis, int position, ConstVector x, const Box& box,
                     const Gradients& gradients) {
   int best = 0;
   double highest = -1.0;
@@ -292,7 +293,7 @@ void exchangeDependent(Basis& basis, int position, int entering, const Gradients
   basis.exchange(position, entering);
 }
 
-bool improveBasis(Basis& basis, ConstVector x, Box box, const Gradients& gradients,
+bool improveBasis(Basis& basis, ConstVector x, const Box& box, const Gradients& gradients,
                   VectorView column, VectorView w) {
   constexpr double worthwhile = 5.0;
   constexpr double leastRoom = 0.01;

@@ -34,7 +34,8 @@ struct Basis {
 
 // How well variable v suits as the dependent variable of constraint c: its sensitivity times a
 // weight for its distance from the bound that it moves towards.
-double dependentScore(int v, double sensitivity, ConstVector x, Box box, ConstVector moveDir);
+double dependentScore(int v, double sensitivity, ConstVector x, const Box& box,
+                      ConstVector moveDir);
 
 struct BasisScratch {
   VectorView u;      // (n) the new column
@@ -44,7 +45,7 @@ struct BasisScratch {
 
 // Chooses a dependent variable for every row of both lists, in their order, and forms the inverse;
 // rows for which no variable works are dropped. False when the work storage is exceeded.
-[[nodiscard]] bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, Box box,
+[[nodiscard]] bool chooseBasis(ConstIndex rows1, ConstIndex rows2, ConstVector x, const Box& box,
                                const Gradients& gradients, ConstVector moveDir, Basis& basis,
                                BasisScratch scratch);
 
@@ -59,7 +60,7 @@ struct BasisScratch {
 [[nodiscard]] bool invertJacobian(ConstMatrix J, MatrixView Jinv, VectorView w);
 
 // One Newton correction of the dependent variables from the values f at x, held within the box.
-void correctDependents(const Basis& basis, ConstVector f, Box box, VectorView x);
+void correctDependents(const Basis& basis, ConstVector f, const Box& box, VectorView x);
 
 // What exchanging the dependent variable at a position for independent variable v would take as its
 // pivot: the factor by which it scales the determinant of the basis.
@@ -67,7 +68,7 @@ double pivotOf(const Basis& basis, int position, int v, const Gradients& gradien
 
 // The independent variable with the largest pivot times distance from its bounds; 0 when every
 // pivot is within zeroTol of zero.
-int exchangePartner(const Basis& basis, int position, ConstVector x, Box box,
+int exchangePartner(const Basis& basis, int position, ConstVector x, const Box& box,
                     const Gradients& gradients);
 
 // Makes that exchange in the lists and in both matrices. column, w: work of length nDep.
@@ -77,7 +78,7 @@ void exchangeDependent(Basis& basis, int position, int entering, const Gradients
 // The first variable that works for a row may leave the basis almost singular, and its restoration
 // helpless. Exchanges by the largest pivot, weighted by the room that the variables have, mend
 // that. column, w: work of length nDep. True when there was one.
-bool improveBasis(Basis& basis, ConstVector x, Box box, const Gradients& gradients,
+bool improveBasis(Basis& basis, ConstVector x, const Box& box, const Gradients& gradients,
                   VectorView column, VectorView w);
 
 // J := J - r s'/(s's): Broyden's rank-one update (1965). Nothing when s's is within zeroTol.

@@ -324,14 +324,15 @@ void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const i
                                   .Jinv = {XJINV, order, order, order},
                                   .J = {XJAC, order, order, order}},
                         .dir = {dir, nv}};
-  Saturation saturation(problem, {.referenceValues = {f0, mf},
-                                  .referenceStep = *s0,
-                                  .reference = {{xPrev, nv}, *tPrev},
-                                  .base = {{xBase, nv}, *tBase},
-                                  .dx = {dx, nv},
-                                  .r = {r, nv},
-                                  .step = *s1,
-                                  .blocking = {*blockIndex, *blockStep}});
+  const TrialStep trial{.referenceValues = {f0, mf},
+                        .referenceStep = *s0,
+                        .reference = {{xPrev, nv}, *tPrev},
+                        .base = {{xBase, nv}, *tBase},
+                        .dx = {dx, nv},
+                        .r = {r, nv},
+                        .step = *s1,
+                        .blocking = {*blockIndex, *blockStep}};
+  Saturation saturation(problem, trial);
   saturation.run();
   *s1 = saturation.step;
   *blockIndex = saturation.blocking.variable;

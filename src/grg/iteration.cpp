@@ -167,7 +167,10 @@ class GrgIteration {
   }
 
   void lagrangianInto(VectorView gl) {
-    lagrangianGradient({activeFunctions.head(nact), {}, a.columns, activePlaces.head(nact),
+    lagrangianGradient({activeFunctions.head(nact),
+                        {},
+                        a.columns,
+                        activePlaces.head(nact),
                         a.multiplier.head(nact)},
                        a.gObj, G, gl);
   }

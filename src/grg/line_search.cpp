@@ -120,14 +120,15 @@ Sample LineSearch::reference() const {
 
 bool LineSearch::saturate() {
   const Sample from = reference();
-  Saturation saturation(p, {.referenceValues = from.f,
-                            .referenceStep = from.step,
-                            .reference = from.point(),
-                            .base = base_.point(),
-                            .dx = scratch_.u,
-                            .r = scratch_.z,
-                            .step = step_,
-                            .blocking = blocking_});
+  const TrialStep trial{.referenceValues = from.f,
+                        .referenceStep = from.step,
+                        .reference = from.point(),
+                        .base = base_.point(),
+                        .dx = scratch_.u,
+                        .r = scratch_.z,
+                        .step = step_,
+                        .blocking = blocking_};
+  Saturation saturation(p, trial);
   saturation.run();
   step_ = saturation.step;
   lastTrial_ = saturation.second;

@@ -6,8 +6,8 @@
 
 namespace tarnix::core {
 
-bool moveIndependent(ConstIndex variables, Box box, double step, ConstVector d, VectorView x,
-                     StepPoint base) {
+bool moveIndependent(ConstIndex variables, const Box& box, double step, ConstVector d, VectorView x,
+                     const StepPoint& base) {
   const double change = step - base.step;
   int projected = 0;
   for (const int32_t i : variables) {
@@ -25,7 +25,8 @@ struct Prediction {
   double boundStep;  // where the prediction meets a bound
 };
 
-Prediction extrapolated(int i, Box box, double step, StepPoint base, StepPoint previous) {
+Prediction extrapolated(int i, const Box& box, double step, const StepPoint& base,
+                        const StepPoint& previous) {
   const double zeroTol = settings->zeroTol;
   const double slope = (base.x(i) - previous.x(i)) / (base.step - previous.step);
   const double intercept = base.x(i) - base.step * slope;
@@ -38,7 +39,7 @@ Prediction extrapolated(int i, Box box, double step, StepPoint base, StepPoint p
 }
 
 // Kept: on the tangent the step is where the value reaches zero, not a bound.
-Prediction onTangent(int i, double step, ConstVector dxdt, StepPoint base) {
+Prediction onTangent(int i, double step, ConstVector dxdt, const StepPoint& base) {
   const double slope = dxdt(i);
   const double value = (step - base.step) * slope + base.x(i);
   const double zeroStep = std::fabs(slope) > settings->zeroTol
@@ -49,8 +50,8 @@ Prediction onTangent(int i, double step, ConstVector dxdt, StepPoint base) {
 
 }  // namespace
 
-Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVector dxdt,
-                          VectorView x, StepPoint base, StepPoint previous) {
+Blocking predictDependent(ConstIndex variables, const Box& box, double step, ConstVector dxdt,
+                          VectorView x, const StepPoint& base, const StepPoint& previous) {
   const double zeroTol = settings->zeroTol;
   const bool twoPoints = std::fabs(base.step - previous.step) > zeroTol;
   Blocking first{0, settings->bigValue};
@@ -74,7 +75,7 @@ Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVecto
   return first;
 }
 
-Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
+Blocking predictFrom(const StepPoint& from, ConstIndex variables, const Box& box, double step,
                      ConstVector tangent, VectorView x, VectorView work) {
   for (const int32_t i : variables) work(i) = from.x(i) - tangent(i);
   return predictDependent(variables, box, step, tangent, x, from, {work, from.step - 1.0});
@@ -82,7 +83,7 @@ Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
 
 namespace {
 
-void meetBound(int32_t i, ConstVector x, Box box, ConstVector d, Blocking& first) {
+void meetBound(int32_t i, ConstVector x, const Box& box, ConstVector d, Blocking& first) {
   const double speed = d(i);
   if (!(std::fabs(speed) > settings->zeroTol)) return;
   const double bound = speed > 0.0 ? box.upper(i) : box.lower(i);
@@ -92,13 +93,13 @@ void meetBound(int32_t i, ConstVector x, Box box, ConstVector d, Blocking& first
 
 }  // namespace
 
-Blocking firstBound(ConstIndex variables, ConstVector x, Box box, ConstVector d) {
+Blocking firstBound(ConstIndex variables, ConstVector x, const Box& box, ConstVector d) {
   Blocking first{0, settings->bigValue};
   for (const int32_t i : variables) meetBound(i, x, box, d, first);
   return first;
 }
 
-Blocking firstBound(ConstVector x, Box box, ConstVector d) {
+Blocking firstBound(ConstVector x, const Box& box, ConstVector d) {
   Blocking first{0, settings->bigValue};
   for (int32_t i = 1; i <= x.size(); ++i) meetBound(i, x, box, d, first);
   return first;

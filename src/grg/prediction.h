@@ -14,8 +14,8 @@ struct StepPoint {
 
 // x(i) := base(i) + (step - base step) d(i), projected on the box, for the listed variables. True
 // when there are any and every one was projected.
-bool moveIndependent(ConstIndex variables, Box box, double step, ConstVector d, VectorView x,
-                     StepPoint base);
+bool moveIndependent(ConstIndex variables, const Box& box, double step, ConstVector d, VectorView x,
+                     const StepPoint& base);
 
 // The first variable to reach a bound: its number (0 when none does) and the step there.
 struct Blocking {
@@ -25,18 +25,18 @@ struct Blocking {
 
 // Linear extrapolation of the listed variables from two points, or along the tangent dxdt when
 // their steps are within zeroTol of each other; a prediction that reaches a bound is put on it.
-Blocking predictDependent(ConstIndex variables, Box box, double step, ConstVector dxdt,
-                          VectorView x, StepPoint base, StepPoint previous);
+Blocking predictDependent(ConstIndex variables, const Box& box, double step, ConstVector dxdt,
+                          VectorView x, const StepPoint& base, const StepPoint& previous);
 
 // The same from one point along the tangent. A second point one step back is made up for it in work
 // (n): from two points the step that is reported is that of the bound, on the tangent alone it is
 // not.
-Blocking predictFrom(StepPoint from, ConstIndex variables, Box box, double step,
+Blocking predictFrom(const StepPoint& from, ConstIndex variables, const Box& box, double step,
                      ConstVector tangent, VectorView x, VectorView work);
 
 // Ratio test: the first of the listed variables to reach its bound when x moves along d.
-Blocking firstBound(ConstIndex variables, ConstVector x, Box box, ConstVector d);
+Blocking firstBound(ConstIndex variables, ConstVector x, const Box& box, ConstVector d);
 // The same over all variables.
-Blocking firstBound(ConstVector x, Box box, ConstVector d);
+Blocking firstBound(ConstVector x, const Box& box, ConstVector d);
 
 }  // namespace tarnix::core

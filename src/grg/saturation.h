@@ -36,7 +36,7 @@ struct Saturation {
       : p(problem), given(trial), step(trial.step), blocking(trial.blocking) {}
 
   SearchProblem& p;
-  const TrialStep given;
+  const TrialStep& given;
   // Decided.
   double step;             // the step taken
   Blocking blocking;       // of the last prediction

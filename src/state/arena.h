@@ -17,7 +17,8 @@ class Arena {
     int64_t used = 0;  // cells of that block
   };
 
-  // keepsBlocks: an empty arena keeps its memory for the next solve.
+  // keepsBlocks: an empty arena keeps its memory for the next solve; otherwise only a first block of
+  // the least size.
   explicit constexpr Arena(bool keepsBlocks) : keepsBlocks_(keepsBlocks) {}
   constexpr ~Arena() { returnBlocks(); }
   Arena(const Arena&) = delete;
@@ -37,7 +38,7 @@ class Arena {
   // Everything that was claimed since.
   void giveBack(Position to) {
     top_ = to;
-    if (!keepsBlocks_ && to.block == 0 && to.used == 0) returnBlocks();
+    if (!keepsBlocks_ && to.block == 0 && to.used == 0 && holdsMore()) returnBlocks();
   }
 
  private:
@@ -47,6 +48,8 @@ class Arena {
   };
   static constexpr int mostBlocks = 48;  // each at least doubles the memory
   static constexpr int64_t leastCells = 512;
+
+  bool holdsMore() const { return blocksUsed_ > 1 || blocks_[0].size > leastCells; }
 
   constexpr void returnBlocks() {
     for (; blocksUsed_ > 0; --blocksUsed_) {

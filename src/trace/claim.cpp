@@ -4,22 +4,20 @@ namespace tarnix::core::trace {
 
 namespace {
 
-template <class Frame>
-bool reserveOrReport(Frame& frame, int64_t cells, std::string_view refusal) {
-  if (frame.reserve(cells)) return true;
-  if (settings->printLevel > 0) message(Line(refusal).integer(frame.needed(), 10));
+bool report(std::string_view refusal, int64_t needed) {
+  if (settings->printLevel > 0) message(Line(refusal).integer(needed, 10));
   settings->errorFlag = logicalTrue;
   return false;
 }
 
 }  // namespace
 
-bool claim(WorkFrame& frame, int64_t cells) {
-  return reserveOrReport(frame, cells, "ERROR:  DOUBLE PRECISION STORAGE EXCEEDED");
+bool refused(const WorkFrame& frame) {
+  return report("ERROR:  DOUBLE PRECISION STORAGE EXCEEDED", frame.needed());
 }
 
-bool claim(IndexFrame& frame, int64_t cells) {
-  return reserveOrReport(frame, cells, "ERROR:  INTEGER STORAGE EXCEEDED");
+bool refused(const IndexFrame& frame) {
+  return report("ERROR:  INTEGER STORAGE EXCEEDED", frame.needed());
 }
 
 }  // namespace tarnix::core::trace

@@ -6,9 +6,14 @@
 
 namespace tarnix::core::trace {
 
-// True when the cells are claimed. Otherwise errorFlag is set, and the total printed (level 1 and
-// more).
-[[nodiscard]] bool claim(WorkFrame& frame, int64_t cells);
-[[nodiscard]] bool claim(IndexFrame& frame, int64_t cells);
+// False, with errorFlag set and the total printed (level 1 and more).
+bool refused(const WorkFrame& frame);
+bool refused(const IndexFrame& frame);
+
+// True when the cells are claimed.
+template <class Frame>
+[[nodiscard]] inline bool claim(Frame& frame, int64_t cells) {
+  return frame.reserve(cells) || refused(frame);
+}
 
 }  // namespace tarnix::core::trace
