@@ -30,8 +30,8 @@ constexpr Count subproblem(Count n, Count bounds, Count rows, Count equalities) 
 // ---- VRK_sqp -----------------------------------------------------------------------------------
 
 /// The front end, for the whole solve; constraints are m1 + m2.
-constexpr Need sqpFrontEnd(Count n, Count constraints) {
-  const Count nfun = 1 + constraints, multipliers = constraints + 2 * n;
+constexpr Need sqpFrontEnd(Count n, Count nfun, Count constraints) {
+  const Count multipliers = constraints + 2 * n;
   return {1 + 3 * multipliers + product(n, nfun) + constraints + product(n, n) + 14 * n,
           1 + multipliers + nfun + n};
 }
@@ -42,7 +42,7 @@ constexpr Count sqpGradients(Count nfun) {
 
 /// A whole solve with m1 equalities and m2 inequalities, at most.
 constexpr Need sqp(Count n, Count m1, Count m2) {
-  Need need = sqpFrontEnd(n, m1 + m2);
+  Need need = sqpFrontEnd(n, 1 + m1 + m2, m1 + m2);
   need.doubles += std::max(sqpGradients(1 + m1 + m2), subproblem(n, 2 * n, m1 + m2, m1));
   return need;
 }

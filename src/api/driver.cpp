@@ -4,12 +4,12 @@
 #include <limits>
 #include <numeric>
 
-#include "state/problem.h"
-#include "state/settings.h"
-#include "state/work_storage.h"
 #include "eval/evaluation.h"
 #include "grg/front_end.h"
 #include "sqp/front_end.h"
+#include "state/problem.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 
 namespace tarnix::core {
 

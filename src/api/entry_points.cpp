@@ -2,7 +2,6 @@
 
 #include <new>
 
-
 #include "api/driver.h"
 #include "state/problem.h"
 #include "state/settings.h"
@@ -11,7 +10,8 @@ using namespace tarnix::core;
 
 namespace {
 
-// A session is the core's own behind the name that hosts know; null stands for the process-wide one.
+// A session is the core's own behind the name that hosts know; null stands for the process-wide
+// one.
 Session& sessionOf(tarnix_session* host) {
   return host == nullptr ? processWideSession() : *reinterpret_cast<Session*>(host);
 }
@@ -28,11 +28,19 @@ int32_t VRK_setDefaults(void) {
   return 0;
 }
 
-void VRK_set_stop(int32_t value) { requestStop(session(), value); }
+void VRK_set_stop(int32_t value) {
+  requestStop(session(), value);
+}
 
-void VRK_set_print(int32_t level) { settings->printLevel = level; }
-void VRK_set_diffMeth(int32_t method) { settings->diffMethod = method; }
-void VRK_set_diffPert(double pert) { settings->diffPert = pert; }
+void VRK_set_print(int32_t level) {
+  settings->printLevel = level;
+}
+void VRK_set_diffMeth(int32_t method) {
+  settings->diffMethod = method;
+}
+void VRK_set_diffPert(double pert) {
+  settings->diffPert = pert;
+}
 
 // Kept: one setter for the tolerances of both methods.
 void VRK_set_convTol(double tol) {
@@ -40,8 +48,12 @@ void VRK_set_convTol(double tol) {
   settings->convTol = tol;
 }
 
-int32_t VRK_get_nIter(void) { return settings->nIter; }
-int32_t VRK_get_nFunEval(void) { return settings->nFunEval; }
+int32_t VRK_get_nIter(void) {
+  return settings->nIter;
+}
+int32_t VRK_get_nFunEval(void) {
+  return settings->nFunEval;
+}
 
 int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower, const double* upper,
                 int32_t m1, int32_t m2, VRK_analysis cb, void* user, double* f) {
@@ -53,7 +65,9 @@ int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* lower, cons
   return solve(Method::sqp, maxIter, {n, x, lower, upper, m1, m2, cb, user, f});
 }
 
-void ANAFUN(double* x, double* F) { callAnalysis({x, 0}, {F, 0}); }
+void ANAFUN(double* x, double* F) {
+  callAnalysis({x, 0}, {F, 0});
+}
 
 // ---- sessions ----------------------------------------------------------------------------------
 

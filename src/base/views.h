@@ -11,7 +11,9 @@
 namespace tarnix::core {
 
 // A count as a caller passed it; a negative one stands for none.
-constexpr int32_t countOf(const int32_t* count) { return *count > 0 ? *count : 0; }
+constexpr int32_t countOf(const int32_t* count) {
+  return *count > 0 ? *count : 0;
+}
 
 template <class T>
 class BasicVector {
@@ -117,7 +119,9 @@ using PackedUpper = BasicPacked<double>;
 using ConstPacked = BasicPacked<const double>;
 
 // Doubles that the packed upper triangle of a matrix of this order takes.
-constexpr int64_t packedSize(int64_t order) { return order * (order + 1) / 2; }
+constexpr int64_t packedSize(int64_t order) {
+  return order * (order + 1) / 2;
+}
 
 }  // namespace tarnix::core
 

@@ -14,7 +14,9 @@ Objective negation(const int32_t* mode, const int32_t* k) {
 }
 
 // The highest function that a routine without their number touches.
-int touched(Objective objective) { return objective.mode == negatedEquality ? objective.index : 0; }
+int touched(Objective objective) {
+  return objective.mode == negatedEquality ? objective.index : 0;
+}
 
 // G with as many columns as the selection writes.
 MatrixView gradientMatrix(double* G, int ld, int n, ColumnSelection columns) {
@@ -30,7 +32,9 @@ void GRGFUN(const int32_t* mode, const int32_t* k, const int32_t* n, double* x, 
   evaluate({x, *n}, {f, touched(objective)}, objective);
 }
 
-void SQPFUN(const int32_t* n, double* x, double* f) { evaluate({x, *n}, {f, 0}); }
+void SQPFUN(const int32_t* n, double* x, double* f) {
+  evaluate({x, *n}, {f, 0});
+}
 
 void GRGGRA(const int32_t* mode, const int32_t* m1, const int32_t* list1, const int32_t* m2,
             const int32_t* list2, const int32_t* k, const int32_t* n, double* x, const int32_t* m,

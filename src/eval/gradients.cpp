@@ -1,5 +1,7 @@
 #include "eval/gradients.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
 
@@ -170,7 +172,7 @@ bool gradientsInOneBlock(const DifferencePoint& at, const ColumnSelection& colum
                          const MatrixView& G) {
   const int m = at.f.size();
   WorkFrame frame;
-  if (!frame.reserve(1 + 2 * cellCount(m))) {
+  if (!frame.reserve(storage::sqpGradients(cellCount(m)))) {
     if (settings->printLevel > 0)
       trace::message(
           Line("Error:  Double precision b storage exceeded").integer(frame.needed(), 10));
@@ -187,7 +189,7 @@ bool gradientsInOneBlock(const DifferencePoint& at, const ColumnSelection& colum
 bool gradientsInTwoBlocks(const DifferencePoint& at, const ColumnSelection& columns,
                           const MatrixView& G) {
   const int m = at.f.size();
-  const int64_t block = cellCount(m) + 1;
+  const int64_t block = storage::grgGradientBlock(cellCount(m));
   WorkFrame first, second;
   if (!trace::claim(first, block) || !trace::claim(second, block)) return false;
   differenceGradients(at, columns, G, {first.vector(m), second.vector(m)});

@@ -1,5 +1,7 @@
 #include "grg/basis.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -80,7 +82,7 @@ struct BasisChoice {
       for (int i = 1; i <= k; ++i) work.u(i) = gradients(v, basis.rows(i));
       for (int j = 1; j <= k; ++j) work.z(j) = gradients(basis.variables(j), c);
       WorkFrame frame;
-      if (!trace::claim(frame, 1 + 2 * cellCount(k))) return Placed::noStorage;
+      if (!trace::claim(frame, storage::grgBorder(k))) return Placed::noStorage;
       const VectorView w = frame.vector(k);
       const VectorView y = frame.vector(k);
       if (borderInverse(k, gradients(v, c), work.z, work.u, basis.Jinv, w, y)) {

@@ -1,5 +1,7 @@
 #include "grg/restoration.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <cmath>
 
@@ -122,7 +124,7 @@ bool Restoration::refreshMatrices() {
   const int k = rows.size();
   for (int i = 1; i <= k; ++i) r(i) = 0.0 - f(rows(i));
   WorkFrame frame;
-  if (!trace::claim(frame, 1 + 2 * cellCount(k))) return false;
+  if (!trace::claim(frame, storage::grgRestoration(k))) return false;
   const VectorView w = frame.vector(k);
   const VectorView v = frame.vector(k);
   updateInverse(Jinv, r.head(k), dx.head(k), w, v);

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "state/settings.h"
 #include "qp/kernels.h"
+#include "state/settings.h"
 #include "trace/trace.h"
 
 namespace tarnix::core {
@@ -147,7 +147,9 @@ void directions(const QpRows& qp, int p, ConstPacked P, const ActiveSet& active,
   }
 }
 
-double slope(const QpRows& qp, int p, ConstVector z) { return rowDot(qp, qp.row(p), z); }
+double slope(const QpRows& qp, int p, ConstVector z) {
+  return rowDot(qp, qp.row(p), z);
+}
 
 double curvature(const ActiveSet& active) {
   return active.full() ? 0.0 : active.T(active.bordering(), active.bordering());

@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "state/settings.h"
 #include "base/ordered_dot.h"
+#include "state/settings.h"
 #include "trace/trace.h"
 
 namespace tarnix::core {

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <limits>
 
-#include "state/settings.h"
-#include "state/work_storage.h"
 #include "qp/active_set.h"
 #include "qp/curvature.h"
 #include "qp/lagrangian.h"
 #include "qp/packed_factor.h"
 #include "qp/qp_solver.h"
+#include "state/settings.h"
+#include "state/work_storage.h"
 #include "trace/claim.h"
 
 using namespace tarnix::core;
@@ -127,8 +127,7 @@ void QPSINI(const int32_t* n, const double* H, const int32_t* ldh, const double*
 void QPSCON(const int32_t* n, const int32_t* m, const int32_t* m1, const double* A,
             const int32_t* lda, const double* b, const int32_t* codes, const int32_t* nb,
             const double* dl, const double* du, const double* d, double* res) {
-  const QpRows qp =
-      rowsOf(countOf(n), countOf(m), countOf(m1), *nb, A, *lda, b, codes, dl, du);
+  const QpRows qp = rowsOf(countOf(n), countOf(m), countOf(m1), *nb, A, *lda, b, codes, dl, du);
   residuals(qp, {d, qp.n()}, {res, qp.count()});
 }
 

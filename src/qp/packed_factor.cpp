@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "state/settings.h"
 #include "qp/kernels.h"
+#include "state/settings.h"
 
 namespace tarnix::core {
 
@@ -26,8 +26,9 @@ int groupOf(int i) {
   const double* c2 = c1 + (i + 2);
   const double* c3 = c2 + (i + 3);
   const int known = i - start;
-  const auto s = dot4({{{c0 + start, known}, {c1 + start, known}, {c2 + start, known},
-                        {c3 + start, known}}}, {x + start, known});
+  const auto s =
+      dot4({{{c0 + start, known}, {c1 + start, known}, {c2 + start, known}, {c3 + start, known}}},
+           {x + start, known});
   const double x0 = x[i] - s[0];
   double x1 = x[i + 1] - s[1], x2 = x[i + 2] - s[2], x3 = x[i + 3] - s[3];
   x1 -= c1[i] * x0;
@@ -138,8 +139,7 @@ void solveFactored(ConstPacked P, VectorView x, int firstNonzero) {
   if (n < 1) return;
   solveTransposed(P, x, firstNonzero);
   int i = groupOf(firstNonzero - 1) + 1;
-  for (; i + 1 <= n; i += 2)
-    storePair(&x(i), loadPair(&x(i)) / Pair{P(i, i), P(i + 1, i + 1)});
+  for (; i + 1 <= n; i += 2) storePair(&x(i), loadPair(&x(i)) / Pair{P(i, i), P(i + 1, i + 1)});
   if (i <= n) x(n) /= P(n, n);
   solveUnitUpper(P, x);
 }

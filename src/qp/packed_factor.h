@@ -17,7 +17,8 @@ void reduceColumn(PackedUpper P, int k);
 // All columns, several side by side; the same bits. On failure the later columns are undefined.
 [[nodiscard]] bool factorWhole(PackedUpper P);
 
-// x := (U'DU)^-1 x for as many leading columns as x has entries. Those before firstNonzero are zero.
+// x := (U'DU)^-1 x for as many leading columns as x has entries. Those before firstNonzero are
+// zero.
 void solveFactored(ConstPacked P, VectorView x, int firstNonzero = 1);
 
 // The parts of that solve: x := U'^-1 x and x := U^-1 x.

@@ -1,5 +1,7 @@
 #include "qp/qp_solver.h"
 
+#include <tarnix/storage.hpp>
+
 #include "state/settings.h"
 #include "state/work_storage.h"
 #include "trace/trace.h"
@@ -11,8 +13,8 @@ namespace {
 class DualActiveSet {
  public:
   DualActiveSet(const QpProblem& problem, const QpResult& result, int nb, WorkFrame& frame)
-      : qp{problem.A, problem.b, problem.m1, problem.dl, problem.du,
-           solverRows(problem.A.columns(), problem.m1, nb, problem.codes)},
+      : qp{problem.A,  problem.b,  problem.m1,
+           problem.dl, problem.du, solverRows(problem.A.columns(), problem.m1, nb, problem.codes)},
         d(result.d),
         res(frame.vector(qp.count())),
         z(frame.vector(qp.n())),
@@ -94,7 +96,7 @@ QpEnd solveQp(const QpProblem& problem, const QpResult& result) {
   const int64_t m = cellCount(problem.A.columns());
   const int64_t equalities = cellCount(m - cellCount(problem.m1));
   WorkFrame frame;
-  if (!frame.reserve(2 * n + nb + m + equalities + cellProduct(n, n + 1) + cellProduct(n, n))) {
+  if (!frame.reserve(storage::subproblem(n, nb, m, equalities))) {
     // Printed at every level, and errorFlag stays: the failure flag reports it.
     trace::message(Line("ERROR: DOUBLE PRECISION STORAGE EXCEEDED, ").integer(frame.needed(), 10));
     return QpEnd::failure;

@@ -1,8 +1,8 @@
 #include <tarnix/routines.h>
 
-#include "state/settings.h"
 #include "base/parabola.h"
 #include "sqp/front_end.h"
+#include "state/settings.h"
 
 using namespace tarnix::core;
 

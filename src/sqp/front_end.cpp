@@ -1,5 +1,7 @@
 #include "sqp/front_end.h"
 
+#include <tarnix/storage.hpp>
+
 #include <algorithm>
 #include <limits>
 
@@ -22,15 +24,13 @@ int32_t refuse(std::string_view text, int64_t needed) {
 }  // namespace
 
 int32_t solveSqp(int maxIter, const SqpProblem& p) {
-  const int64_t n = cellCount(p.n());
-  const int64_t mc = cellCount(p.inequalities.size()) + cellCount(p.equalities.size());
+  const int64_t constraints = cellCount(p.inequalities.size()) + cellCount(p.equalities.size());
   // A count beyond 32 bits arrives cut to their range: the requirement is that of the lists.
-  const int64_t nfun = std::max(cellCount(p.f.size()), 1 + mc);
-  const int64_t L = mc + 2 * n;
-  constexpr int vectors = 14;
+  const int64_t nfun = std::max(cellCount(p.f.size()), 1 + constraints);
+  const storage::Need need = storage::sqpFrontEnd(cellCount(p.n()), nfun, constraints);
 
   WorkFrame doubles;
-  if (!doubles.reserve(1 + 3 * L + cellProduct(n, nfun) + mc + cellProduct(n, n) + vectors * n)) {
+  if (!doubles.reserve(need.doubles)) {
     const int32_t status = refuse("SQP: Double precision storage exceeded, ", doubles.needed());
     // Kept: the integer mark is left at the double requirement until the defaults are stored.
     settings->intStorageUsed = static_cast<int32_t>(
@@ -38,7 +38,7 @@ int32_t solveSqp(int maxIter, const SqpProblem& p) {
     return status;
   }
   IndexFrame indices;
-  if (!indices.reserve(1 + L + nfun + n))
+  if (!indices.reserve(need.integers))
     return refuse("SQP: Integer storage exceeded, ", indices.needed());
 
   const int multipliers = p.multipliers(), vars = p.n(), functions = p.f.size();

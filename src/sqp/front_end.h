@@ -1,7 +1,7 @@
 #pragma once
 // The SQP iteration with its arrays from the work storage.
 
-#include "sqp/sqp_iteration.h"
+#include "sqp/iteration.h"
 
 namespace tarnix::core {
 

@@ -1,6 +1,6 @@
 #pragma once
-// Memory as a stack of blocks that a session owns. What has been claimed never moves, and nothing is
-// lost when a claim is never given back: the session returns all of it.
+// Memory as a stack of blocks that a session owns. What has been claimed never moves, and nothing
+// is lost when a claim is never given back: the session returns all of it.
 
 #include <algorithm>
 #include <cstddef>
@@ -17,8 +17,8 @@ class Arena {
     int64_t used = 0;  // cells of that block
   };
 
-  // keepsBlocks: an empty arena keeps its memory for the next solve; otherwise only a first block of
-  // the least size.
+  // keepsBlocks: an empty arena keeps its memory for the next solve; otherwise only a first block
+  // of the least size.
   explicit constexpr Arena(bool keepsBlocks) : keepsBlocks_(keepsBlocks) {}
   constexpr ~Arena() { returnBlocks(); }
   Arena(const Arena&) = delete;

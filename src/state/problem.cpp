@@ -18,8 +18,7 @@ void toScaled(VectorView x) {
   const double* l = session().problem.lowerBound;
   const double* u = session().problem.upperBound;
   double* xi = x.data();
-  for (int i = 0; i < x.size(); ++i)
-    xi[i] = (xi[i] - (u[i] + l[i]) * 0.5) / ((u[i] - l[i]) * 0.5);
+  for (int i = 0; i < x.size(); ++i) xi[i] = (xi[i] - (u[i] + l[i]) * 0.5) / ((u[i] - l[i]) * 0.5);
 }
 
 void unscaleResult(VectorView x) {

@@ -1,6 +1,6 @@
 #pragma once
-// The problem of the running solve: the stored bounds, the callback record, and the two maps between
-// physical and scaled variables. Each formula's order of operations is part of the results.
+// The problem of the running solve: the stored bounds, the callback record, and the two maps
+// between physical and scaled variables. Each formula's order of operations is part of the results.
 
 #include <tarnix/session.h>
 

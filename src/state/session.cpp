@@ -23,8 +23,12 @@ constinit ProcessWide processWide;
 
 constinit thread_local SessionInUse inUse = {&processWide.session, &VRK_settings};
 
-Session& processWideSession() { return processWide.session; }
+Session& processWideSession() {
+  return processWide.session;
+}
 
-void useSession(Session& session) { inUse = {&session, session.settings}; }
+void useSession(Session& session) {
+  inUse = {&session, session.settings};
+}
 
 }  // namespace tarnix::core

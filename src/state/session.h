@@ -18,8 +18,7 @@ struct Storage {
 
 struct Session {
   // With settings and storages of its own.
-  constexpr Session()
-      : settings(&ownSettings), privateDoubles(true), privateIndices(true) {}
+  constexpr Session() : settings(&ownSettings), privateDoubles(true), privateIndices(true) {}
   // The process-wide one.
   constexpr Session(VRK_Settings* block, double* fixedDoubles, int32_t* fixedIndices)
       : settings(block),
@@ -37,11 +36,11 @@ struct Session {
   Arena<int32_t> privateIndices;
   Problem problem{};
   Hooks hooks{};
-  // The second group's list of the solves without a first group. It is not released at their return:
-  // the next such solve takes it again and lets it grow.
+  // The second group's list of the solves without a first group. It is not released at their
+  // return: the next such solve takes it again and lets it grow.
   Arena<int32_t> keptList{true};
   int32_t restorationIterations = 0;  // of the last Newton restoration
-  bool refined = false;  // the reduced gradient method with its refinements
+  bool refined = false;               // the reduced gradient method with its refinements
 };
 
 struct SessionInUse {
@@ -53,7 +52,9 @@ struct SessionInUse {
 // at run time.
 [[gnu::tls_model("initial-exec")]] extern constinit thread_local SessionInUse inUse;
 
-inline Session& session() { return *inUse.session; }
+inline Session& session() {
+  return *inUse.session;
+}
 
 Session& processWideSession();
 // For the calling thread.

@@ -15,9 +15,13 @@ inline constexpr struct {
 // 32-bit logicals: any nonzero input is true, outputs are exactly these.
 constexpr int32_t logicalFalse = 0;
 constexpr int32_t logicalTrue = -1;
-inline int32_t toLogical(bool value) { return value ? logicalTrue : logicalFalse; }
+inline int32_t toLogical(bool value) {
+  return value ? logicalTrue : logicalFalse;
+}
 
-inline bool tracing(int level) { return settings->printLevel >= level; }
+inline bool tracing(int level) {
+  return settings->printLevel >= level;
+}
 
 // The one value that another thread may write; only the value 1 ends a running solve.
 inline bool stopRequested() {

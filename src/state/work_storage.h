@@ -1,12 +1,12 @@
 #pragma once
-// The work storage of the session in use, handed out as a stack. A frame notes the mark at its first
-// claim and puts it back on every exit, an exception out of the callback included.
+// The work storage of the session in use, handed out as a stack. A frame notes the mark at its
+// first claim and puts it back on every exit, an exception out of the callback included.
 
 #include <algorithm>
 #include <cstdint>
 
-#include "state/settings.h"
 #include "base/views.h"
+#include "state/settings.h"
 
 namespace tarnix::core {
 
@@ -28,11 +28,8 @@ struct IndexStorage {
 };
 
 // Cells for a count of 32 bits; a negative one stands for none.
-inline int64_t cellCount(int64_t count) { return std::max<int64_t>(count, 0); }
-// Cells of a matrix, cut where the sum of a few of them would leave 64 bits.
-inline int64_t cellProduct(int64_t rows, int64_t columns) {
-  constexpr int64_t most = int64_t{1} << 61;
-  return std::min(cellCount(rows) * cellCount(columns), most);
+inline int64_t cellCount(int64_t count) {
+  return std::max<int64_t>(count, 0);
 }
 
 template <class Which>
@@ -82,7 +79,7 @@ class StorageFrame {
   }
   BasicVector<Cell> vector(int size) { return {carve(size), size}; }
   BasicMatrix<Cell> matrix(int rows, int columns) {
-    return {carve(cellProduct(rows, columns)), rows, rows, columns};
+    return {carve(cellCount(rows) * cellCount(columns)), rows, rows, columns};
   }
   BasicPacked<Cell> packed(int order) { return {carve(packedSize(order)), order}; }
 

@@ -7,8 +7,9 @@
 namespace tarnix::core {
 
 // Writes value right-aligned in width characters and returns the characters written (more than
-// width when it does not fit). Fixed notation for 0 and 0.1 <= |value| < 1e6, otherwise an exponent;
-// the decimal point is a point in every locale. out holds at least 32 and width characters.
+// width when it does not fit). Fixed notation for 0 and 0.1 <= |value| < 1e6, otherwise an
+// exponent; the decimal point is a point in every locale. out holds at least 32 and width
+// characters.
 int formatReal(char* out, double value, int width, int decimals);
 int formatInteger(char* out, int64_t value, int width);
 

@@ -14,6 +14,8 @@ void list(std::string_view title, ConstIndex v);
 void matrix(std::string_view title, ConstMatrix a);
 // One line, broken after every 80 characters; an empty text is an empty line.
 void message(std::string_view text);
-inline void message(const Line& line) { message(line.view()); }
+inline void message(const Line& line) {
+  message(line.view());
+}
 
 }  // namespace tarnix::core::trace

@@ -1,10 +1,9 @@
-#include "sqp/sqp_iteration.h"
+#include "sqp/iteration.h"
 
 #include <algorithm>
 #include <cmath>
 #include <optional>
 
-#include "state/settings.h"
 #include "base/ordered_dot.h"
 #include "base/parabola.h"
 #include "eval/evaluation.h"
@@ -12,6 +11,7 @@
 #include "qp/curvature.h"
 #include "qp/lagrangian.h"
 #include "qp/qp_solver.h"
+#include "state/settings.h"
 #include "trace/trace.h"
 
 namespace tarnix::core {
@@ -80,8 +80,7 @@ class SqpIteration {
     const bool reset = firstIteration || reformulated;
     firstIteration = reformulated = false;
     if (!reset) lagrangian(a.lagrangianOld);
-    if (tracing(3))
-      trace::message(Line("Difference Step= ").real(settings->diffPert, 13, 5));
+    if (tracing(3)) trace::message(Line("Difference Step= ").real(settings->diffPert, 13, 5));
     if (!gradientsInOneBlock({p.x, p.f}, ColumnSelection::list(a.column), a.G)) return false;
     std::ranges::copy(a.G.column(a.G.columns()), a.gObj.begin());
     if (reset)
@@ -138,10 +137,14 @@ class SqpIteration {
       end = solveModel();
     }
     switch (end) {
-      case QpEnd::noSolution: return SqpEnd::noQpSolution;
-      case QpEnd::notPositiveDefinite: return SqpEnd::hessianNotPositiveDefinite;
-      case QpEnd::failure: return SqpEnd::qpFailure;
-      case QpEnd::solved: break;
+      case QpEnd::noSolution:
+        return SqpEnd::noQpSolution;
+      case QpEnd::notPositiveDefinite:
+        return SqpEnd::hessianNotPositiveDefinite;
+      case QpEnd::failure:
+        return SqpEnd::qpFailure;
+      case QpEnd::solved:
+        break;
     }
     scatterMultipliers();
     if (tracing(2)) trace::vector("Search Direction", a.d);
@@ -184,10 +187,8 @@ class SqpIteration {
     for (int i = 1; i <= mc; ++i)
       if ((i <= mi ? value(i) : std::fabs(value(i))) > tol) violated = true;
     if (tracing(3))
-      trace::message(Line("Dderiv= ")
-                         .real(derivative, 13, 5)
-                         .text("  Istopp=")
-                         .integer(violated ? 1 : 0, 4));
+      trace::message(
+          Line("Dderiv= ").real(derivative, 13, 5).text("  Istopp=").integer(violated ? 1 : 0, 4));
     return !violated && derivative >= -tol;
   }
 
@@ -288,16 +289,16 @@ class SqpIteration {
   const SqpProblem& p;
   const SqpArrays& a;
   const int n;
-  const int mi;                // inequalities
-  const int mc;                // constraints
+  const int mi;  // inequalities
+  const int mc;  // constraints
   // Decided.
-  int32_t nact = 0;            // active rows of the last subproblem
+  int32_t nact = 0;  // active rows of the last subproblem
   bool firstIteration = true;
-  bool reformulated = false;   // the last subproblem had no constraints: reset B next
-  double derivative = 0.0;     // gObj . d before clipping
-  double merit = 0.0;          // at the point of this iteration
-  double slope = 0.0;          // of the merit function along d
-  double meritOlder = 0.0;     // merit values of the two iterations before
+  bool reformulated = false;  // the last subproblem had no constraints: reset B next
+  double derivative = 0.0;    // gObj . d before clipping
+  double merit = 0.0;         // at the point of this iteration
+  double slope = 0.0;         // of the merit function along d
+  double meritOlder = 0.0;    // merit values of the two iterations before
   double meritNewer = 0.0;
 };
 
