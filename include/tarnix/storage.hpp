@@ -1,7 +1,7 @@
 #pragma once
 // What a solve claims from the work storage, in cells: the one statement of it, for the core, for
-// hosts that set capacities, and for tests. All counts are 64-bit; a product that would leave their
-// range is cut to 2^61, beyond every capacity.
+// hosts that set capacities, and for tests. Totals have 64 bits; a product is cut to 2^61, beyond
+// every capacity.
 
 #include <algorithm>
 #include <cstdint>
@@ -10,10 +10,8 @@ namespace tarnix::storage {
 
 using Count = std::int64_t;
 
-constexpr Count product(Count a, Count b) {
-  constexpr Count most = Count{1} << 61;
-  return b != 0 && a > most / b ? most : a * b;
-}
+/// Of two counts of 32 bits.
+constexpr Count product(Count a, Count b) { return std::min(a * b, Count{1} << 61); }
 
 struct Need {
   Count doubles, integers;
@@ -72,7 +70,7 @@ constexpr Need grgDirection(Count n, Count rows) {
 }
 /// A search with so many equalities satisfied and inequalities active.
 constexpr Need grgSearch(Count n, Count nfun, Count satisfied, Count active) {
-  const Count k = satisfied + active + 1;
+  const Count k = std::min(satisfied + active + 1, Count{1} << 31);
   return {2 * n + 2 * nfun + 2 * product(k, k) + 1, 3 * n + nfun + active + 6};
 }
 /// Within it: the choice of the basis; its inverse bordered by a row; a restoration's update.
