@@ -273,6 +273,26 @@ TEST(Threads, ACallableMaySolveAndTheOuterSolveDoesNotNotice) {
 
 // ---- trace -------------------------------------------------------------------------------------
 
+// The C interface within a callable works on what the caller of the solve uses.
+TEST(Threads, ACallableMayUseTheCInterface) {
+  const Problem p = rosenSuzuki();
+  const Result alone = p.solve(evaluate);
+  VRK_setDefaults();
+  const Result beside = p.solve([](const Point& x, Values& v) {
+    VRK_set_convTol(0.5);
+    double at = 0.25, f = 0, lower = -1, upper = 1;
+    VRK_sqp(
+        3, 1, &at, &lower, &upper, 0, 0,
+        [](void*, double* y, double* value, double*, double*) { *value = y[0] * y[0]; }, nullptr,
+        &f);
+    evaluate(x, v);
+  });
+  EXPECT_EQ(alone.point.x, beside.point.x);
+  EXPECT_EQ(alone.evaluations, beside.evaluations);
+  EXPECT_EQ(VRK_settings.convTol, 0.5);
+  EXPECT_GT(VRK_get_nFunEval(), beside.evaluations);
+}
+
 TEST(Trace, GoesToTheHostsFunction) {
   std::string text;
   Options options;

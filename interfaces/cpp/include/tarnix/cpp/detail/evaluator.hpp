@@ -2,7 +2,7 @@
 // The bridge from the core to the callable: every evaluation passes here. It keeps the limits, and
 // remembers what it has seen.
 
-#include <tarnix/routines.h>
+#include <tarnix/session.h>
 
 #include <algorithm>
 #include <chrono>
@@ -57,13 +57,13 @@ class Evaluator {
 
   /// The callbacks of the core.
   static void one(void* self, double* x, double* f, double* eq, double* ineq) {
-    static_cast<Evaluator*>(self)->answerOne(x, f, eq, ineq);
+    outside(self).answerOne(x, f, eq, ineq);
   }
   static void many(void* self, std::int32_t count, const double* X, double* F) {
-    static_cast<Evaluator*>(self)->answer(static_cast<std::size_t>(count), X, F);
+    outside(self).answer(static_cast<std::size_t>(count), X, F);
   }
   static std::int32_t gradient(void* self, const double* x, std::int32_t, std::int32_t, double* G) {
-    return static_cast<Evaluator*>(self)->gradientAt(x, G) ? 1 : 0;
+    return outside(self).gradientAt(x, G) ? 1 : 0;
   }
 
   void beginStage(const StageStart& stage) {
@@ -131,6 +131,19 @@ class Evaluator {
   double coreObjective(const Design& design) const { return c_.rows[0].of(design.values[0]); }
 
  private:
+  /// What the host does with the C interface in a callable is not done to the session of the solve,
+  /// but to the one that the caller of the solve uses. The core goes on in its own.
+  static Evaluator& outside(void* self) {
+    auto& evaluator = *static_cast<Evaluator*>(self);
+    tarnix_session_use(evaluator.outer_);
+    return evaluator;
+  }
+  static tarnix_session* inUse() {
+    tarnix_session* const session = tarnix_session_use(nullptr);
+    tarnix_session_use(session);
+    return session;
+  }
+
   static constexpr double notKnown = std::numeric_limits<double>::quiet_NaN();
   std::size_t n() const { return c_.free.size(); }
   std::size_t rows() const { return c_.rows.size(); }
@@ -313,6 +326,7 @@ class Evaluator {
   const Host host_;
   const Options& o_;
   const VRK_Settings& counters_;  // of the solve's session
+  tarnix_session* const outer_ = inUse();
   // The round in work: one point, or those of a pass.
   InsideBox inside_;
   std::unique_ptr<Pool> pool_;
