@@ -58,70 +58,115 @@ void include(double value, double& low, double& high) {
   high = std::max(high, value);
 }
 
-std::string Chart::svg() const {
-  double low = logarithmic ? std::log10(yMin) : yMin;
-  double high = logarithmic ? std::log10(yMax) : yMax;
-  if (!(low < high)) {  // all the same
-    const double room = low == 0 ? 1 : std::abs(low) * 0.1;
-    low -= room;
-    high += room;
-  }
-  const double room = (high - low) * 0.04;
-  low -= room;
-  high += room;
-  const double last = std::max(xMax, 2.0);
-  const auto horizontal = [&](double x) {
-    return left + (x - 1) / (last - 1) * (width - left - right);
-  };
-  const auto vertical = [&](double y) {
-    const double v = logarithmic ? std::log10(std::max(y, yMin)) : y;
-    return height - bottom - (v - low) / (high - low) * (height - top - bottom);
-  };
+namespace {
 
-  std::string s = "<svg viewBox=\"0 0 " + std::to_string(width) + " " + std::to_string(height) +
-                  "\" role=\"img\" aria-label=\"" + escaped(title) +
-                  "\">\n<text class=\"title\" x=\"" + std::to_string(left) + "\" y=\"15\">" +
-                  escaped(title) + "</text>\n";
-  const auto grid = [&](double y, const std::string& label) {
+// At most about this many points of a series are drawn: of every stretch the first, the lowest and
+// the highest.
+constexpr std::size_t mostStretches = 700;
+
+Series thinned(const Series& all) {
+  if (all.x.size() <= 3 * mostStretches) return all;
+  Series few{{}, {}, all.style};
+  const std::size_t stretch = all.x.size() / mostStretches + 1;
+  for (std::size_t begin = 0; begin < all.x.size(); begin += stretch) {
+    const std::size_t end = std::min(begin + stretch, all.x.size());
+    std::size_t low = begin, high = begin;
+    for (std::size_t i = begin; i < end; ++i) {
+      if (!std::isfinite(all.y[i])) continue;
+      if (!(all.y[low] <= all.y[i])) low = i;
+      if (!(all.y[high] >= all.y[i])) high = i;
+    }
+    std::vector<std::size_t> kept{begin, low, high};
+    std::sort(kept.begin(), kept.end());
+    kept.erase(std::unique(kept.begin(), kept.end()), kept.end());
+    for (const std::size_t i : kept) few.x.push_back(all.x[i]), few.y.push_back(all.y[i]);
+  }
+  return few;
+}
+
+class Drawing {
+ public:
+  explicit Drawing(const Chart& chart) : c(chart), last(std::max(chart.xMax, 2.0)) {
+    low = c.logarithmic ? std::log10(c.yMin) : c.yMin;
+    high = c.logarithmic ? std::log10(c.yMax) : c.yMax;
+    if (!(low < high)) widen(low == 0 ? 1 : std::abs(low) * 0.1);  // all the same
+    widen((high - low) * 0.04);
+  }
+
+  std::string text() {
+    s = "<svg viewBox=\"0 0 " + std::to_string(c.width) + " " + std::to_string(c.height) +
+        "\" role=\"img\" aria-label=\"" + escaped(c.title) + "\">\n<text class=\"title\" x=\"" +
+        std::to_string(left) + "\" y=\"15\">" + escaped(c.title) + "</text>\n";
+    drawGrid();
+    drawTicks();
+    for (const double level : c.levels)
+      s += "<path class=\"level\" d=\"M" + std::to_string(left) + " " + place(vertical(level)) +
+           "H" + std::to_string(c.width - right) + "\"/>\n";
+    for (const Series& one : c.series) draw(thinned(one));
+    return s + "</svg>\n";
+  }
+
+ private:
+  void widen(double room) { low -= room, high += room; }
+  double horizontal(double x) const {
+    return left + (x - 1) / (last - 1) * (c.width - left - right);
+  }
+  double vertical(double y) const {
+    const double v = c.logarithmic ? std::log10(std::max(y, c.yMin)) : y;
+    return c.height - bottom - (v - low) / (high - low) * (c.height - top - bottom);
+  }
+
+  void drawLine(double y, const std::string& label) {
     const std::string at = place(vertical(y));
     s += "<path class=\"grid\" d=\"M" + std::to_string(left) + " " + at + "H" +
-         std::to_string(width - right) + "\"/><text class=\"tick\" text-anchor=\"end\" x=\"" +
+         std::to_string(c.width - right) + "\"/><text class=\"tick\" text-anchor=\"end\" x=\"" +
          std::to_string(left - 6) + "\" y=\"" + place(vertical(y) + 4) + "\">" + label +
          "</text>\n";
-  };
-  if (logarithmic) {
-    const int step = std::max(1, static_cast<int>((high - low) / 5));
-    for (int power = static_cast<int>(std::ceil(low)); power <= high; power += step)
-      grid(std::pow(10.0, power), rounded(std::pow(10.0, power), 2));
-  } else {
-    const double step = niceStep(high - low, height > 150 ? 5 : 2);
-    for (double y = std::ceil(low / step) * step; y <= high; y += step)
-      grid(y, rounded(std::abs(y) < step / 2 ? 0 : y, 4));
   }
-  const double xStep = std::max(1.0, niceStep(last - 1, width > 400 ? 8 : 3));
-  for (double x = xStep; x <= last; x += xStep)
-    s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + place(horizontal(x)) + "\" y=\"" +
-         std::to_string(height - 8) + "\">" + rounded(x) + "</text>\n";
-  for (const double level : levels)
-    s += "<path class=\"level\" d=\"M" + std::to_string(left) + " " + place(vertical(level)) + "H" +
-         std::to_string(width - right) + "\"/>\n";
-  for (const Series& one : series) {
-    std::string path;
+  void drawGrid() {
+    if (c.logarithmic) {
+      const int step = std::max(1, static_cast<int>((high - low) / 5));
+      for (int power = static_cast<int>(std::ceil(low)); power <= high; power += step)
+        drawLine(std::pow(10.0, power), rounded(std::pow(10.0, power), 2));
+      return;
+    }
+    const double step = niceStep(high - low, c.height > 150 ? 5 : 2);
+    for (double y = std::ceil(low / step) * step; y <= high; y += step)
+      drawLine(y, rounded(std::abs(y) < step / 2 ? 0 : y, 4));
+  }
+  void drawTicks() {
+    const double step = std::max(1.0, niceStep(last - 1, c.width > 400 ? 8 : 3));
+    for (double x = step; x <= last; x += step)
+      s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + place(horizontal(x)) + "\" y=\"" +
+           std::to_string(c.height - 8) + "\">" + rounded(x) + "</text>\n";
+  }
+  void draw(const Series& one) {
     const bool dots = one.style != "line";
     bool pen = false;
+    s += "<path class=\"" + one.style + "\" d=\"";
     for (std::size_t i = 0; i < one.x.size(); ++i) {
       if (!std::isfinite(one.y[i])) {
         pen = false;
         continue;
       }
-      const double y = std::clamp(vertical(one.y[i]), double{top}, double(height - bottom));
-      path += (pen && !dots ? "L" : "M") + place(horizontal(one.x[i])) + " " + place(y);
-      if (dots) path += "h0";  // a round cap makes a dot of it
+      const double y = std::clamp(vertical(one.y[i]), double{top}, double(c.height - bottom));
+      s += (pen && !dots ? "L" : "M") + place(horizontal(one.x[i])) + " " + place(y);
+      if (dots) s += "h0";  // a round cap makes a dot of it
       pen = true;
     }
-    s += "<path class=\"" + one.style + "\" d=\"" + path + "\"/>\n";
+    s += "\"/>\n";
   }
-  return s + "</svg>\n";
+
+  const Chart& c;
+  const double last;
+  double low, high;
+  std::string s;
+};
+
+}  // namespace
+
+std::string Chart::svg() const {
+  return Drawing(*this).text();
 }
 
 }  // namespace tarnix::cli

@@ -69,6 +69,7 @@ class Page {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     const Judged judged = judge(problem, model, record);
     failed.push_back(judged.measured ? nan : 1);
+    if (!judged.measured) ++failedDesigns, lastFailure = record.failed;
     objective.push_back(judged.measured ? judged.values[0] : nan);
     violations.push_back(judged.violation);
     keepBest(problem, record, judged, best);
@@ -86,6 +87,16 @@ class Page {
     if (!outcome.method.empty())
       html += "<p>" + escaped(outcome.method + ": " + outcome.meaning) + "</p>\n";
     if (!outcome.advice.empty()) html += "<p>" + escaped(outcome.advice) + "</p>\n";
+    if (failedDesigns > 0)
+      html += "<p class=\"bad\">" + std::to_string(failedDesigns) +
+              (failedDesigns == 1 ? " design" : " designs") + " could not be evaluated; the last: " +
+              escaped(lastFailure) + "</p>\n";
+    if (outcome.verification)
+      html += std::string("<p") + (outcome.verification->agrees ? ">" : " class=\"bad\">") +
+              "The final design, run once more, alone: " +
+              (outcome.verification->same ? "the same to the last bit"
+                                          : escaped(outcome.verification->text)) +
+              "</p>\n";
     return html + "<p class=\"soft\">" + std::to_string(number.size()) +
            " evaluations in the history of " + escaped(problem.file.filename().string()) + "</p>\n";
   }
@@ -182,6 +193,8 @@ class Page {
   std::vector<std::vector<double>> x;
   std::optional<BestDesign> best;
   Outcome outcome;
+  long failedDesigns = 0;
+  std::string lastFailure;
 };
 
 }  // namespace

@@ -143,10 +143,32 @@ fs::path CommandReader::existing(int line, const std::string& name) {
 ResultEntry CommandReader::result(const std::string& name, Section& section) {
   ResultEntry result{name, section.text("file").value_or(""), section.text("key").value_or(""),
                      section.text("regex").value_or(""), section.line()};
-  if (section.has("key") == section.has("regex")) section.issue("give either 'key' or 'regex'");
+  result.column = section.count("column", 1).value_or(0);
+  result.json = section.text("json").value_or("");
+  result.after = section.text("after").value_or("");
+  readPick(section, result);
+  const int sources = section.has("key") + section.has("regex") + section.has("column") +
+                      section.has("json");
+  if (sources != 1) section.issue("give either 'key', 'regex', 'column' or 'json'");
+  if (!result.json.empty() && result.json[0] != '/')
+    section.issue("json", "'json' is a pointer such as \"/loads/0/force\"");
+  if (!result.json.empty() && !result.after.empty())
+    section.issue("after", "'after' is about lines: leave it out with 'json'");
   if (!insideDirectory(result.file))
     section.issue("file", "'" + result.file + "' lies outside the run directory");
   return result;
+}
+
+void CommandReader::readPick(Section& section, ResultEntry& result) {
+  const toml::node* node = section.take("pick");
+  if (!node) return;
+  if (node->is_integer()) {
+    result.pick = Pick::number;
+    result.pickNumber = section.count("pick", 1).value_or(1);
+    return;
+  }
+  const auto pick = section.choice("pick", {"last", "first", "max", "min", "sum"}).value_or(0);
+  result.pick = static_cast<Pick>(pick);
 }
 
 }  // namespace tarnix::cli

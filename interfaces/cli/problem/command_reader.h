@@ -21,6 +21,7 @@ class CommandReader {
   void readRun(Section& section, Command& command);
   void runProgram(Section& section, Command& command);
   void readTemplates(Section& section, Command& command);
+  static void readPick(Section& section, ResultEntry& result);
   void readFailurePolicy(Section& section, Command& command);
   void claim(int line, const std::string& to);
   std::filesystem::path existing(int line, const std::string& name);

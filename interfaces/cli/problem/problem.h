@@ -52,13 +52,20 @@ struct ConstraintEntry {
   int line = 0;
 };
 
+enum class Pick { last, first, max, min, sum, number };
+
 // A number to be read from the output of the command.
 struct ResultEntry {
   std::string name;
   std::string file;   // in the run directory; empty for standard output
   std::string key;    // "key = value" or "key: value" on a line, or
-  std::string regex;  // the first group of an expression that matches within a line
+  std::string regex;  // the first group of an expression that matches within a line, or
   int line = 0;
+  int column = 0;     // the word of this number in a line, where it is a number; or
+  std::string json{};  // what a pointer like /a/b names in a JSON file
+  std::string after{};  // lines count behind the first that holds this text
+  Pick pick = Pick::last;  // of several matches
+  int pickNumber = 0;      // from 1 on, with Pick::number
 };
 
 struct TemplateFile {

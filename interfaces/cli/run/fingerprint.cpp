@@ -69,7 +69,10 @@ void addCommand(const ProblemFile& problem, Fingerprint& parts) {
   Hash words, results;
   for (const std::string& word : command.words) words.add(word);
   for (const auto& r : problem.results)
-    for (const std::string& part : {r.name, r.file, r.key, r.regex}) results.add(part);
+    for (const std::string& part :
+         {r.name, r.file, r.key, r.regex, r.json, r.after, std::to_string(r.column),
+          std::to_string(static_cast<int>(r.pick)), std::to_string(r.pickNumber)})
+      results.add(part);
   parts.emplace_back("run", words.text());
   parts.emplace_back("results", results.text());
   const auto addFile = [&](const std::string& kind, const fs::path& path, const std::string& to) {

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "base/text.h"
@@ -33,6 +34,22 @@ std::optional<std::string_view> valueOfKey(std::string_view line, const std::str
   line = trimmed(line.substr(key.size()));
   if (line.empty() || (line[0] != '=' && line[0] != ':')) return {};
   return trimmed(line.substr(1));
+}
+
+// The word of a number from 1 on, where it is a number: headings have words in the same place.
+std::optional<std::string_view> columnOf(std::string_view line, int column) {
+  std::string_view word;
+  for (int i = 0; i < column; ++i) {
+    line = trimmed(line);
+    if (line.empty()) return {};
+    const std::size_t end = std::min(line.find_first_of(" \t"), line.size());
+    word = line.substr(0, end);
+    line.remove_prefix(end);
+  }
+  double value = 0;
+  const NumberFault fault = readNumber(word, value);
+  if (fault == NumberFault::notANumber) return {};
+  return word;
 }
 
 std::string placeName(const std::string& file) {
@@ -109,6 +126,7 @@ OutputReader::OutputReader(const std::vector<ResultEntry>& results, Issues& issu
 OutputReader::~OutputReader() = default;
 
 std::optional<std::string_view> OutputReader::Rule::match(std::string_view line) const {
+  if (entry.column > 0) return columnOf(line, entry.column);
   if (!pattern) return valueOfKey(line, entry.key);
   re2::StringPiece groups[2];
   const re2::StringPiece text(line.data(), line.size());
@@ -116,8 +134,60 @@ std::optional<std::string_view> OutputReader::Rule::match(std::string_view line)
   return std::string_view(groups[1].data(), groups[1].size());
 }
 
+void OutputReader::Found::take(const ResultEntry& entry, std::string_view match) {
+  ++count;
+  if (spoiled) return;
+  double number = 0;
+  switch (entry.pick) {
+    case Pick::last: break;
+    case Pick::first:
+      if (count > 1) return;
+      break;
+    case Pick::number:
+      if (count != entry.pickNumber) return;
+      break;
+    default:
+      spoiled = readNumber(match, number) != NumberFault::none;
+      if (spoiled) break;
+      if (!value) value = number;
+      else if (entry.pick == Pick::max) value = std::max(*value, number);
+      else if (entry.pick == Pick::min) value = std::min(*value, number);
+      else *value += number;
+  }
+  text = std::string(match.substr(0, longestMatch));
+}
+
+// Results that a pointer names in a JSON file: a number, or a list of numbers to pick from.
+void OutputReader::scanJson(const std::filesystem::path& path, const std::string& file,
+                            std::vector<Found>& found, std::string& reason) const {
+  std::string content;
+  if (std::none_of(rules.begin(), rules.end(), [&](const Rule& rule) {
+        return rule.entry.file == file && !rule.entry.json.empty();
+      }))
+    return;
+  readFile(path, content);
+  const auto json = nlohmann::json::parse(content, nullptr, false);
+  if (json.is_discarded()) {
+    reason = placeName(file) + " is no JSON";
+    return;
+  }
+  for (std::size_t i = 0; i < rules.size(); ++i) {
+    const ResultEntry& entry = rules[i].entry;
+    if (entry.file != file || entry.json.empty()) continue;
+    try {
+      const auto& value = json.at(nlohmann::json::json_pointer(entry.json));
+      const auto take = [&](const nlohmann::json& one) { found[i].take(entry, one.dump()); };
+      if (!value.is_array()) take(value);
+      else for (const auto& one : value) take(one);
+    } catch (const nlohmann::json::exception&) {
+      // Told as missing.
+    }
+  }
+}
+
 bool OutputReader::scan(const std::filesystem::path& directory, const std::string& file,
-                        std::uintmax_t limit, Found& found, std::string& reason) const {
+                        std::uintmax_t limit, std::vector<Found>& found,
+                        std::string& reason) const {
   Lines lines(directory / (file.empty() ? "stdout.txt" : file));
   const auto first = std::find_if(rules.begin(), rules.end(),
                                   [&](const Rule& rule) { return rule.entry.file == file; });
@@ -131,29 +201,41 @@ bool OutputReader::scan(const std::filesystem::path& directory, const std::strin
   else if (*lines.size() > limit)
     reason = placeName(file) + " is larger than output_limit allows: no " + result;
   if (!reason.empty()) return false;
-  // The last match counts: what is printed while a simulator iterates stands earlier.
+  scanJson(directory / (file.empty() ? "stdout.txt" : file), file, found, reason);
+  // Where the last match counts: what is printed while a simulator iterates stands earlier.
   lines.each([&](std::string_view line) {
-    for (std::size_t i = 0; i < rules.size(); ++i)
-      if (rules[i].entry.file == file)
-        if (const auto match = rules[i].match(line)) found[i] = match->substr(0, longestMatch);
+    for (std::size_t i = 0; i < rules.size(); ++i) {
+      const ResultEntry& entry = rules[i].entry;
+      if (entry.file != file || !entry.json.empty()) continue;
+      if (!entry.after.empty() && !found[i].behind) {
+        found[i].behind = line.find(entry.after) != std::string_view::npos;
+        continue;
+      }
+      if (const auto match = rules[i].match(line)) found[i].take(entry, *match);
+    }
   });
-  return true;
+  return reason.empty();
 }
 
-double OutputReader::valueOf(const Rule& rule, const std::optional<std::string>& found,
-                             std::string& reason) const {
+double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& reason) const {
   const auto& [entry, pattern] = rule;
   const std::string where = placeName(entry.file), result = "result '" + entry.name + "'";
-  if (!found) {
+  if (!found.text) {
+    const bool behind = entry.after.empty() || found.behind;
     reason = result + ": " +
-             (pattern ? "regex '" + clipped(entry.regex) + "' matches nothing in "
-                      : "no line '" + entry.key + " = ...' in ") +
+             (!behind                ? "no line holds '" + clipped(entry.after) + "' in "
+              : found.count > 0      ? "only " + std::to_string(found.count) + " matches in "
+              : !entry.json.empty()  ? "nothing is called '" + clipped(entry.json) + "' in "
+              : entry.column > 0     ? "no number in column " + std::to_string(entry.column) + " of "
+              : pattern              ? "regex '" + clipped(entry.regex) + "' matches nothing in "
+                                     : "no line '" + entry.key + " = ...' in ") +
              where;
     return 0;
   }
+  if (found.value && !found.spoiled) return *found.value;
   double value = 0;
-  const std::string shown = "'" + printable(clipped(*found, 40)) + "'";
-  switch (readNumber(*found, value)) {
+  const std::string shown = "'" + printable(clipped(*found.text, 40)) + "'";
+  switch (readNumber(*found.text, value)) {
     case NumberFault::none: break;
     case NumberFault::notANumber:
       reason = result + ": " + shown + " in " + where + " is not a number";
@@ -169,7 +251,7 @@ double OutputReader::valueOf(const Rule& rule, const std::optional<std::string>&
 
 std::vector<double> OutputReader::read(const std::filesystem::path& directory,
                                        std::uintmax_t limit, std::string& reason) const {
-  Found found(rules.size());
+  std::vector<Found> found(rules.size());
   std::set<std::string> scanned;
   std::vector<double> values;
   for (std::size_t i = 0; i < rules.size(); ++i) {

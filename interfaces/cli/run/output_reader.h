@@ -33,11 +33,20 @@ class OutputReader {
     std::unique_ptr<re2::RE2> pattern;  // null: a key
     std::optional<std::string_view> match(std::string_view line) const;
   };
-  using Found = std::vector<std::optional<std::string>>;  // by result, the last match
+  // What a rule has met so far.
+  struct Found {
+    bool behind = false;               // the line of 'after'
+    long count = 0;                    // of matches
+    std::optional<std::string> text;   // of the one that is picked
+    std::optional<double> value;       // of those that are reduced to one
+    bool spoiled = false;              // text is one that is no number, among them
+    void take(const ResultEntry& entry, std::string_view match);
+  };
   bool scan(const std::filesystem::path& directory, const std::string& file, std::uintmax_t limit,
-            Found& found, std::string& reason) const;
-  double valueOf(const Rule& rule, const std::optional<std::string>& found,
-                 std::string& reason) const;
+            std::vector<Found>& found, std::string& reason) const;
+  void scanJson(const std::filesystem::path& path, const std::string& file,
+                std::vector<Found>& found, std::string& reason) const;
+  double valueOf(const Rule& rule, const Found& found, std::string& reason) const;
 
   std::vector<Rule> rules;
 };

@@ -114,5 +114,62 @@ TEST(OutputReader, LastMatchCountsWithinALine) {
   EXPECT_EQ(valueIn(output, {"r", "", "", R"(mass +(\S+))", 1}, reason), 2);
 }
 
+ResultEntry entryOf(const char* rule) {
+  const Scratch scratch;
+  Issues issues("p.toml");
+  const ProblemFile problem = problemOf(scratch, std::string(R"(
+[variables]
+x = { start = 1, lower = 0, upper = 2 }
+[objective]
+minimize = "r"
+[command]
+run = ["true", "{{x}}"]
+[results]
+r = { )") + rule + " }\n", issues);
+  EXPECT_EQ(issues.text(), "");
+  return problem.results.at(0);
+}
+
+struct Picked {
+  const char *rule, *output;
+  double value;
+};
+
+TEST(OutputReader, PicksOneOfSeveral) {
+  const char* const steps = "f = 3\nf = 1\nf = 2\n";
+  const char* const table = "stress 9\nELEMENT STRESS\nno  sxx   syy\n1   1.5  -2\n2   2.5  -4\n\n";
+  const char* const json = R"({"a": {"b": 7.5, "list": [3, 1, 2]}, "text": "7"})";
+  const Picked cases[] = {
+      {"key = 'f'", steps, 2},
+      {"key = 'f', pick = 'first'", steps, 3},
+      {"key = 'f', pick = 'max'", steps, 3},
+      {"key = 'f', pick = 'min'", steps, 1},
+      {"key = 'f', pick = 'sum'", steps, 6},
+      {"key = 'f', pick = 2", steps, 1},
+      {"column = 3, after = 'ELEMENT'", table, -4},
+      {"column = 2, after = 'ELEMENT', pick = 'first'", table, 1.5},
+      {"column = 2, pick = 'first'", table, 9},
+      {"json = '/a/b'", json, 7.5},
+      {"json = '/a/list', pick = 'sum'", json, 6},
+      {"json = '/a/list/1'", json, 1},
+  };
+  for (const Picked& c : cases) {
+    SCOPED_TRACE(c.rule);
+    std::string reason;
+    EXPECT_EQ(valueIn(c.output, entryOf(c.rule), reason), c.value) << reason;
+  }
+  const std::pair<const char*, const char*> missing[] = {
+      {"key = 'f', pick = 4", "only 3 matches"}, {"key = 'f', after = 'END'", "no line holds 'END'"},
+      {"column = 9", "no number in column 9"},   {"json = '/a'", "is no JSON"}};
+  for (const auto& [rule, message] : missing) {
+    std::string reason;
+    EXPECT_TRUE(std::isnan(valueIn(steps, entryOf(rule), reason)));
+    EXPECT_NE(reason.find(message), std::string::npos) << reason;
+  }
+  std::string reason;
+  EXPECT_TRUE(std::isnan(valueIn("f = 1\nf = 1,5\nf = 2\n", entryOf("key = 'f', pick = 'sum'"), reason)));
+  EXPECT_NE(reason.find("'1,5'"), std::string::npos) << reason;
+}
+
 }  // namespace
 }  // namespace tarnix::cli
