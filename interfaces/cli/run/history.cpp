@@ -232,7 +232,8 @@ void History::parseHeader(std::string_view line, const ProblemFile& problem) con
   for (const auto& [part, hash] : now)
     if (!parts.contains(part) || parts.at(part) != hash) change(part);
   for (const auto& [part, hash] : parts.items())
-    if (std::none_of(now.begin(), now.end(), [&](const auto& p) { return p.first == part; }))
+    if (std::none_of(now.begin(), now.end(),
+                     [&part = part](const auto& p) { return p.first == part; }))
       change(part);
   if (!changed.empty())
     throw Failure(exitFiles, file.string() + ": the values in it belong to another state of " +
