@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {
   fuzz::write("stdout.txt", std::string(reinterpret_cast<const char*>(bytes), length));
   for (const OutputReader* reader : {&byKey, &byRegex}) {
     std::string reason;
-    const auto values = reader->read(fuzz::scratch(), reason);
+    const auto values = reader->read(fuzz::scratch(), 1 << 20, reason);
     if (reason.empty()) {
       fuzz::require(values.size() == 1 && std::isfinite(values[0]), "a value is finite");
     } else {
