@@ -69,8 +69,8 @@ void compareSideBySide(const ProblemFile& problem, const std::vector<Record>& re
 }
 
 // Values at the start, by as many runs side by side as there are jobs.
-std::vector<double> valuesAtStart(Setup& setup, const Places& places, const std::vector<double>& start,
-                                  int jobs) {
+std::vector<double> valuesAtStart(Setup& setup, const Places& places,
+                                  const std::vector<double>& start, int jobs) {
   if (!setup.simulator) return setup.model->values(start, {});
   const std::filesystem::path trial = places.runs / "check";
   setup.simulator->open(trial);

@@ -115,8 +115,8 @@ class CommandLine {
     CLI::App* solve = withFile("solve", "Solve a problem", solves(false));
     solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and begin anew");
     addStart(solve);
-    CLI::App* resume = withFile("resume", "Go on with a solve that was ended, repeating no run",
-                                solves(true));
+    CLI::App* resume =
+        withFile("resume", "Go on with a solve that was ended, repeating no run", solves(true));
     resume->add_flag("--retry-failed", options.retryFailed,
                      "Run designs again whose runs have failed");
     for (CLI::App* sub : {solve, resume}) {
@@ -149,8 +149,9 @@ class CommandLine {
              [this] { return commandReport(arguments); });
   }
 
-  CLI::App app{"Finds the best design under constraints, from expressions or an external simulator.",
-               "tarnix"};
+  CLI::App app{
+      "Finds the best design under constraints, from expressions or an external simulator.",
+      "tarnix"};
   ProblemArguments arguments;
   SolveOptions options;
   std::string at = "start";

@@ -78,19 +78,18 @@ class Page {
   }
 
   std::string head() const {
-    std::string html =
-        std::string("<p class=\"") + (outcome.feasible ? "" : "bad") + "\"><b>" +
-        (outcome.success    ? "Solved"
-         : outcome.feasible ? "Within every limit, but not solved to the end"
-                            : "Not solved") +
-        "</b>: " + escaped(outcome.reason) + "</p>\n";
+    std::string html = std::string("<p class=\"") + (outcome.feasible ? "" : "bad") + "\"><b>" +
+                       (outcome.success    ? "Solved"
+                        : outcome.feasible ? "Within every limit, but not solved to the end"
+                                           : "Not solved") +
+                       "</b>: " + escaped(outcome.reason) + "</p>\n";
     if (!outcome.method.empty())
       html += "<p>" + escaped(outcome.method + ": " + outcome.meaning) + "</p>\n";
     if (!outcome.advice.empty()) html += "<p>" + escaped(outcome.advice) + "</p>\n";
     if (failedDesigns > 0)
       html += "<p class=\"bad\">" + std::to_string(failedDesigns) +
-              (failedDesigns == 1 ? " design" : " designs") + " could not be evaluated; the last: " +
-              escaped(lastFailure) + "</p>\n";
+              (failedDesigns == 1 ? " design" : " designs") +
+              " could not be evaluated; the last: " + escaped(lastFailure) + "</p>\n";
     if (outcome.verification)
       html += std::string("<p") + (outcome.verification->agrees ? ">" : " class=\"bad\">") +
               "The final design, run once more, alone: " +
@@ -162,8 +161,8 @@ class Page {
     std::string rows;
     for (const ConstraintOutcome& c : outcome.constraints)
       if (c.active)
-        rows += row({c.name, rounded(c.value), c.unit, limitText(c.min, c.max),
-                     change(c.perPercent)});
+        rows +=
+            row({c.name, rounded(c.value), c.unit, limitText(c.min, c.max), change(c.perPercent)});
     for (const VariableOutcome& v : outcome.variables)
       if (v.at == "lower" || v.at == "upper")
         rows += row({v.name, rounded(v.value), v.unit, v.at + " bound", change(v.perPercent)});
@@ -177,8 +176,8 @@ class Page {
     std::string html = "<h2>Final design</h2>\n<table>\n" +
                        row({goal.name, rounded(goal.value, 10), goal.unit, goal.sense});
     for (const VariableOutcome& v : outcome.variables)
-      html += row({v.name, rounded(v.value, 10), v.unit,
-                   rounded(v.lower) + " .. " + rounded(v.upper)});
+      html +=
+          row({v.name, rounded(v.value, 10), v.unit, rounded(v.lower) + " .. " + rounded(v.upper)});
     for (const ConstraintOutcome& c : outcome.constraints) {
       const bool violated = !(c.violation <= problem.options.tolerance);
       const std::string by =

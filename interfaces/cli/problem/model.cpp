@@ -40,7 +40,9 @@ std::string hintFor(const std::string& text, const mu::Parser& parser) {
   if (text.find("**") != std::string::npos) return "; a power is written ^";
   std::vector<std::string> functions;
   for (const auto& [name, unused] : parser.GetFunDef()) functions.push_back(name);
-  const auto letter = [](char c) { return std::isalpha(static_cast<unsigned char>(c)) || c == '_'; };
+  const auto letter = [](char c) {
+    return std::isalpha(static_cast<unsigned char>(c)) || c == '_';
+  };
   const auto digit = [](char c) { return std::isdigit(static_cast<unsigned char>(c)) != 0; };
   for (std::size_t i = 0; i < text.size();) {
     std::size_t end = i;
@@ -180,8 +182,8 @@ void Model::orderQuantities(const std::vector<std::vector<std::size_t>>& uses, I
 
 void Model::warnUnused(const std::vector<std::string>& filledIn, Issues& issues) const {
   const auto check = [&](const std::string& kind, const std::string& name, int line) {
-    const auto slot = static_cast<std::size_t>(
-        std::find(names.begin(), names.end(), name) - names.begin());
+    const auto slot =
+        static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
     if (!used[slot] && std::find(filledIn.begin(), filledIn.end(), name) == filledIn.end())
       issues.warn(line, kind + " '" + name + "': nothing uses it");
   };

@@ -188,7 +188,8 @@ class Reader {
     constraint.value = section.expression("value");
     if (const std::string& text = constraint.value.text;
         text.find_first_of("<>") != std::string::npos && text.find('?') == std::string::npos)
-      issues.warn(constraint.value.line, "constraint '" + name + "': a comparison is 0 or 1; a "
+      issues.warn(constraint.value.line, "constraint '" + name +
+                                             "': a comparison is 0 or 1; a "
                                              "limit is written with 'min' or 'max'");
     constraint.min = section.number("min");
     constraint.max = section.number("max");
@@ -276,8 +277,10 @@ int lineOfDeepKey(const std::string& content) {
         line += content[i] == '\n';
         if (c == '"' && content[i] == '\\') ++i;
       }
-      if (i < content.size() && content[i] == '\n') --i;
-      else i += end.size() - 1;
+      if (i < content.size() && content[i] == '\n')
+        --i;
+      else
+        i += end.size() - 1;
     } else if (c == '#') {
       i = std::min(content.find('\n', i), content.size()) - 1;
     } else if (c == '.') {
@@ -290,8 +293,8 @@ int lineOfDeepKey(const std::string& content) {
   return 0;
 }
 
-// Changes what a --set names, as if the file said so: NAME=VALUE or NAME.KEY=VALUE. The name is that
-// of a variable (its start, or the value of a fixed one), quantity, constraint or table.
+// Changes what a --set names, as if the file said so: NAME=VALUE or NAME.KEY=VALUE. The name is
+// that of a variable (its start, or the value of a fixed one), quantity, constraint or table.
 void apply(const std::string& change, toml::table& content, Issues& issues) {
   const auto wrong = [&](const std::string& text) {
     issues.add(0, "--set " + clipped(change) + ": " + text);
@@ -306,7 +309,8 @@ void apply(const std::string& change, toml::table& content, Issues& issues) {
   }
   toml::table* owner = nullptr;
   for (const char* list : {"variables", "constraints", "results"})
-    if (toml::table* entries = content[list].as_table(); entries && !owner && entries->contains(name))
+    if (toml::table* entries = content[list].as_table();
+        entries && !owner && entries->contains(name))
       owner = (*entries)[name].as_table();
   toml::table* const quantities = content["quantities"].as_table();
   if (!owner && quantities && quantities->contains(name) && key.empty())

@@ -72,7 +72,8 @@ std::optional<bool> Section::flag(const std::string& key) {
   return value;
 }
 
-std::optional<std::size_t> Section::choice(const std::string& key, const std::vector<std::string>& words) {
+std::optional<std::size_t> Section::choice(const std::string& key,
+                                           const std::vector<std::string>& words) {
   const auto value = text(key);
   if (!value) return {};
   std::string all;
@@ -136,7 +137,8 @@ void Section::finish() const {
   for (auto&& [key, node] : table) {
     const std::string word(key.str());
     if (!known.count(word))
-      issues.add(lineOf(node), name + ": unknown key '" + clipped(word) + "'" + relative(word, known));
+      issues.add(lineOf(node),
+                 name + ": unknown key '" + clipped(word) + "'" + relative(word, known));
   }
 }
 

@@ -16,7 +16,8 @@ namespace tarnix::cli {
 int lineOf(const toml::node& node);
 
 // One table of the file. Every key is asked for by name; what nobody asked for is reported by
-// finish as unknown. Whatever is wrong with a value is added to the issues, and the value is absent.
+// finish as unknown. Whatever is wrong with a value is added to the issues, and the value is
+// absent.
 class Section {
  public:
   Section(const toml::table& content, std::string ownName, int ownLine, Issues& list)

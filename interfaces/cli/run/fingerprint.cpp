@@ -37,11 +37,14 @@ std::set<fs::path> scripts(const ProblemFile& problem) {
   std::set<fs::path> found;
   for (const std::string& word : problem.command->words) {
     for (const std::string mark : {"{{dir}}/", "./"})
-      for (std::size_t at = word.find(mark); at != std::string::npos; at = word.find(mark, at + 1)) {
-        if (mark == "./" && at > 0 && std::string(" \t\n'\"=;&|(").find(word[at - 1]) == std::string::npos)
+      for (std::size_t at = word.find(mark); at != std::string::npos;
+           at = word.find(mark, at + 1)) {
+        if (mark == "./" && at > 0 &&
+            std::string(" \t\n'\"=;&|(").find(word[at - 1]) == std::string::npos)
           continue;
         const std::size_t begin = at + mark.size();
-        const std::size_t end = std::min(word.find_first_of(" \t\n'\"`;&|<>()$", begin), word.size());
+        const std::size_t end =
+            std::min(word.find_first_of(" \t\n'\"`;&|<>()$", begin), word.size());
         const fs::path path = problem.directory / word.substr(begin, end - begin);
         std::error_code error;
         if (fs::is_regular_file(path, error)) found.insert(path.lexically_normal());

@@ -60,9 +60,8 @@ std::string checkText(std::string_view before) {
 }
 
 Json parsed(std::string_view line) {
-  if (line.size() < checkLength ||
-      checkText(line.substr(0, line.size() - checkLength)) !=
-          line.substr(line.size() - checkLength))
+  if (line.size() < checkLength || checkText(line.substr(0, line.size() - checkLength)) !=
+                                       line.substr(line.size() - checkLength))
     throw std::invalid_argument("check");
   return Json::parse(line, [](int depth, Json::parse_event_t, Json&) {
     if (depth > deepest) throw std::invalid_argument("depth");
@@ -138,8 +137,9 @@ bool History::inUse(const std::filesystem::path& path) {
 void History::open(int flags) {
   descriptor = ::open(file.c_str(), flags | O_APPEND | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0666);
   if (descriptor < 0 && errno == ELOOP)
-    throw Failure(exitFiles, file.string() + ": is a symbolic link, which is not written through; "
-                                             "--output names another directory");
+    throw Failure(exitFiles, file.string() +
+                                 ": is a symbolic link, which is not written through; "
+                                 "--output names another directory");
   if (descriptor < 0)
     throw Failure(exitFiles,
                   file.string() + ": cannot be opened for writing: " + std::strerror(errno));
@@ -155,8 +155,9 @@ void History::create(const ProblemFile& problem) {
   std::string content;
   if (!readFile(file, content) ||
       (!content.empty() && content.compare(0, headerBegin.size(), headerBegin) != 0))
-    throw Failure(exitFiles, file.string() + ": is no history, and is left as it is; remove it, or "
-                                             "name another directory with --output");
+    throw Failure(exitFiles, file.string() +
+                                 ": is no history, and is left as it is; remove it, or "
+                                 "name another directory with --output");
   writeHeader(problem);
 }
 
@@ -226,7 +227,9 @@ void History::parseHeader(std::string_view line, const ProblemFile& problem) con
   if (entry.at("tarnix_history").get<int>() != formatVersion)
     throw std::invalid_argument("unknown version");
   std::string changed;
-  const auto change = [&](const std::string& part) { changed += (changed.empty() ? "" : ", ") + part; };
+  const auto change = [&](const std::string& part) {
+    changed += (changed.empty() ? "" : ", ") + part;
+  };
   const Json& parts = entry.at("parts");
   const Fingerprint now = fingerprint(problem);
   for (const auto& [part, hash] : now)

@@ -116,8 +116,7 @@ OutputReader::OutputReader(const std::vector<ResultEntry>& results, Issues& issu
         issues.add(result.line, owner + "regex '" + clipped(result.regex) +
                                     "': " + clipped(rule.pattern->error()));
       else if (rule.pattern->NumberOfCapturingGroups() == 0)
-        issues.add(result.line,
-                   owner + "the regex has no group ( ) that would hold the number");
+        issues.add(result.line, owner + "the regex has no group ( ) that would hold the number");
     }
     rules.push_back(std::move(rule));
   }
@@ -139,7 +138,8 @@ void OutputReader::Found::take(const ResultEntry& entry, std::string_view match)
   if (spoiled) return;
   double number = 0;
   switch (entry.pick) {
-    case Pick::last: break;
+    case Pick::last:
+      break;
     case Pick::first:
       if (count > 1) return;
       break;
@@ -149,10 +149,14 @@ void OutputReader::Found::take(const ResultEntry& entry, std::string_view match)
     default:
       spoiled = readNumber(match, number) != NumberFault::none;
       if (spoiled) break;
-      if (!value) value = number;
-      else if (entry.pick == Pick::max) value = std::max(*value, number);
-      else if (entry.pick == Pick::min) value = std::min(*value, number);
-      else *value += number;
+      if (!value)
+        value = number;
+      else if (entry.pick == Pick::max)
+        value = std::max(*value, number);
+      else if (entry.pick == Pick::min)
+        value = std::min(*value, number);
+      else
+        *value += number;
   }
   text = std::string(match.substr(0, longestMatch));
 }
@@ -177,8 +181,10 @@ void OutputReader::scanJson(const std::filesystem::path& path, const std::string
     try {
       const auto& value = json.at(nlohmann::json::json_pointer(entry.json));
       const auto take = [&](const nlohmann::json& one) { found[i].take(entry, one.dump()); };
-      if (!value.is_array()) take(value);
-      else for (const auto& one : value) take(one);
+      if (!value.is_array())
+        take(value);
+      else
+        for (const auto& one : value) take(one);
     } catch (const nlohmann::json::exception&) {
       // Told as missing.
     }
@@ -223,12 +229,12 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
   if (!found.text) {
     const bool behind = entry.after.empty() || found.behind;
     reason = result + ": " +
-             (!behind                ? "no line holds '" + clipped(entry.after) + "' in "
-              : found.count > 0      ? "only " + std::to_string(found.count) + " matches in "
-              : !entry.json.empty()  ? "nothing is called '" + clipped(entry.json) + "' in "
-              : entry.column > 0     ? "no number in column " + std::to_string(entry.column) + " of "
-              : pattern              ? "regex '" + clipped(entry.regex) + "' matches nothing in "
-                                     : "no line '" + entry.key + " = ...' in ") +
+             (!behind               ? "no line holds '" + clipped(entry.after) + "' in "
+              : found.count > 0     ? "only " + std::to_string(found.count) + " matches in "
+              : !entry.json.empty() ? "nothing is called '" + clipped(entry.json) + "' in "
+              : entry.column > 0    ? "no number in column " + std::to_string(entry.column) + " of "
+              : pattern             ? "regex '" + clipped(entry.regex) + "' matches nothing in "
+                                    : "no line '" + entry.key + " = ...' in ") +
              where;
     return 0;
   }
@@ -236,11 +242,14 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
   double value = 0;
   const std::string shown = "'" + printable(clipped(*found.text, 40)) + "'";
   switch (readNumber(*found.text, value)) {
-    case NumberFault::none: break;
+    case NumberFault::none:
+      break;
     case NumberFault::notANumber:
       reason = result + ": " + shown + " in " + where + " is not a number";
       break;
-    case NumberFault::notFinite: reason = result + " is not finite: " + shown; break;
+    case NumberFault::notFinite:
+      reason = result + " is not finite: " + shown;
+      break;
     case NumberFault::decimalComma:
       reason = result + ": " + shown + " in " + where +
                " has a decimal comma; have the program write a point, for instance with "
@@ -249,8 +258,8 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
   return value;
 }
 
-std::vector<double> OutputReader::read(const std::filesystem::path& directory,
-                                       std::uintmax_t limit, std::string& reason) const {
+std::vector<double> OutputReader::read(const std::filesystem::path& directory, std::uintmax_t limit,
+                                       std::string& reason) const {
   std::vector<Found> found(rules.size());
   std::set<std::string> scanned;
   std::vector<double> values;

@@ -163,7 +163,8 @@ void checkSignals() {
   sigset_t pending;
   if (sigpending(&pending) != 0) return;
   for (const int number : endingSignals)
-    if (sigismember(&waited, number) == 1 && sigismember(&pending, number) == 1) throw Interrupted{number};
+    if (sigismember(&waited, number) == 1 && sigismember(&pending, number) == 1)
+      throw Interrupted{number};
 }
 
 std::string Ending::text() const {
@@ -206,8 +207,13 @@ pid_t ProcessTrees::start(const LaunchPlan& plan) {
   const std::vector<char*> words = pointers(plan.words), variables = pointers(environment);
   Group* const place = std::find(groups, groups + mostGroups, 0);
   if (place == groups + mostGroups) fail("too many processes");
-  Launch launch{plan.program.c_str(), words.data(), variables.data(), plan.directory.c_str(),
-                getpid(), *place, 0};
+  Launch launch{plan.program.c_str(),
+                words.data(),
+                variables.data(),
+                plan.directory.c_str(),
+                getpid(),
+                *place,
+                0};
   const pid_t child = startProcess(launch);
   if (child < 0) fail("cannot start a process");
   trees[child] = lastTree;
@@ -264,7 +270,8 @@ void ProcessTrees::finish(pid_t process) {
   kill(process, SIGKILL);
   const std::string mark = markOf(process);
   siginfo_t info{};
-  while (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOWAIT) != 0 && errno == EINTR) {
+  while (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOWAIT) != 0 &&
+         errno == EINTR) {
   }
   if (orphansLeft()) {
     killMarked(mark);

@@ -15,7 +15,8 @@ namespace tarnix::cli {
 
 namespace {
 
-// A step of the differences that a template's format or rounding swallows gives differences of zero.
+// A step of the differences that a template's format or rounding swallows gives differences of
+// zero.
 void warnSwallowedSteps(const ProblemFile& problem, Simulator& simulator, Issues& issues) {
   std::vector<double> x;
   for (const VariableEntry& v : problem.variables) x.push_back(v.start);
@@ -96,7 +97,8 @@ void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
     throw Failure(exitFiles, places.history.string() + ": another solve is writing to it");
   if (content.find("\n{\"run\":") == std::string::npos) return;
   const bool measured = content.find("\"r\":[") != std::string::npos;
-  if (!fresh && !measured) return;  // nothing is lost; directories of failed runs stay where they are
+  if (!fresh && !measured)
+    return;  // nothing is lost; directories of failed runs stay where they are
   if (!fresh && content.find("\n{\"end\":") == std::string::npos)
     throw Failure(exitFiles, places.history.string() +
                                  ": an earlier solve did not come to its end. Go on with 'tarnix "

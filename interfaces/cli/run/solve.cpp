@@ -18,7 +18,11 @@ namespace {
 class Solve {
  public:
   Solve(Setup& s, const Places& p, const SolveOptions& o)
-      : setup(s), problem(s.problem), options(o), places(p), history(openHistory()),
+      : setup(s),
+        problem(s.problem),
+        options(o),
+        places(p),
+        history(openHistory()),
         evaluations(problem, *setup.model, setup.simulator.get(), &history, options.jobs,
                     options.retryFailed),
         progress(options.progress, problem, evaluations) {
@@ -122,14 +126,13 @@ class Solve {
     return layerProblem(problem, scale).solve(analysis, layer);
   }
 
-  // The outcome of the layer's result, but at the best design that was measured where that is better;
-  // a penalty is never shown.
+  // The outcome of the layer's result, but at the best design that was measured where that is
+  // better; a penalty is never shown.
   Outcome measured(const tarnix::Result& solved) const {
     Outcome outcome = outcomeOf(problem, solved);
     const auto& best = evaluations.best();
     const bool penalized = !evaluations.failureAt(solved.point.x).empty();
-    const bool worse = best && !solved.feasible &&
-                       !(solved.point.violation <= best->violation);
+    const bool worse = best && !solved.feasible && !(solved.point.violation <= best->violation);
     if (penalized || worse) {
       Outcome other = outcomeAt(problem, best, outcome.reason);
       other.method = outcome.method, other.meaning = outcome.meaning;
@@ -200,14 +203,14 @@ class Solve {
     const Verification other = compared(*recordAt(history.records(), x), again);
     if (other.agrees) return;
     v.same = v.agrees = false;
-    v.text = other.text + "; runs side by side disturb each other: do they share a file? "
-                          "--jobs 1 avoids it";
+    v.text = other.text +
+             "; runs side by side disturb each other: do they share a file? "
+             "--jobs 1 avoids it";
   }
 
   static const Record* recordAt(const std::vector<Record>& records, const std::vector<double>& x) {
-    const auto place = std::find_if(records.rbegin(), records.rend(), [&](const Record& r) {
-      return r.x == x;
-    });
+    const auto place =
+        std::find_if(records.rbegin(), records.rend(), [&](const Record& r) { return r.x == x; });
     return place == records.rend() ? nullptr : &*place;
   }
 
@@ -258,8 +261,9 @@ class Solve {
     if (!v.agrees) {
       if (outcome.success) outcome.reason = "the final design does not repeat";
       outcome.success = false;
-      outcome.advice = "The command gives other results for the same design; no optimum can be "
-                       "trusted before that is seen to.";
+      outcome.advice =
+          "The command gives other results for the same design; no optimum can be "
+          "trusted before that is seen to.";
       exitCode = exitNotSolved;
     } else if (!v.same) {
       v.text += "; that is within the tolerance";

@@ -15,8 +15,8 @@ struct SolveOptions {
   ProgressStyle progress = ProgressStyle::lines;
 };
 
-// The outcome of a solve, of an interrupted one too; exitCode tells how it ended. What goes wrong is
-// told on standard error.
+// The outcome of a solve, of an interrupted one too; exitCode tells how it ended. What goes wrong
+// is told on standard error.
 Outcome solve(Setup& setup, const Places& places, const SolveOptions& options, int& exitCode);
 
 }  // namespace tarnix::cli

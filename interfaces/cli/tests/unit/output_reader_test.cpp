@@ -61,20 +61,21 @@ struct Refusal {
 TEST(OutputReader, WhatIsNoNumberIsRefused) {
   const char *const notANumber = "is not a number", *const notFinite = "is not finite";
   const Refusal cases[] = {
-      {"", notANumber},         {"x", notANumber},        {"1.5x", notANumber},
-      {"--1", notANumber},      {"1.2.3", notANumber},    {"0x10", notANumber},
-      {"1'234.5", notANumber},  {"1_000", notANumber},    {"1 234.5", notANumber},
-      {"2.5/3", notANumber},    {"2.5*2", notANumber},    {"1e", notANumber},
-      {"1e+", notANumber},      {".", notANumber},        {"1.5-", notANumber},
-      {"*******", notANumber},  {"1,5", "decimal comma"}, {"1,234.5", "decimal comma"},
-      {"1.#IND", notFinite},    {"1.#INF", notFinite},    {"-1.#QNAN", notFinite},
-      {"NaN", notFinite},       {"-inf", notFinite},      {"Infinity", notFinite},
-      {"1e400", notFinite},     {"-nan(ind)", notFinite},
+      {"", notANumber},        {"x", notANumber},        {"1.5x", notANumber},
+      {"--1", notANumber},     {"1.2.3", notANumber},    {"0x10", notANumber},
+      {"1'234.5", notANumber}, {"1_000", notANumber},    {"1 234.5", notANumber},
+      {"2.5/3", notANumber},   {"2.5*2", notANumber},    {"1e", notANumber},
+      {"1e+", notANumber},     {".", notANumber},        {"1.5-", notANumber},
+      {"*******", notANumber}, {"1,5", "decimal comma"}, {"1,234.5", "decimal comma"},
+      {"1.#IND", notFinite},   {"1.#INF", notFinite},    {"-1.#QNAN", notFinite},
+      {"NaN", notFinite},      {"-inf", notFinite},      {"Infinity", notFinite},
+      {"1e400", notFinite},    {"-nan(ind)", notFinite},
   };
   for (const Refusal& c : cases) {
     SCOPED_TRACE(c.text);
     std::string reason;
-    EXPECT_TRUE(std::isnan(valueIn("f = " + std::string(c.text) + "\n", {"r", "", "f", "", 1}, reason)));
+    EXPECT_TRUE(
+        std::isnan(valueIn("f = " + std::string(c.text) + "\n", {"r", "", "f", "", 1}, reason)));
     EXPECT_NE(reason.find(c.message), std::string::npos) << reason;
   }
 }
@@ -85,8 +86,8 @@ TEST(OutputReader, HostileOutputs) {
   Issues issues("p.toml");
   std::string reason;
   // An expression that takes a backtracking matcher longer than the age of the world.
-  EXPECT_TRUE(std::isnan(valueIn(std::string(100000, 'x') + "\n", {"r", "", "", "((x+x+)+)y", 1},
-                                 reason)));
+  EXPECT_TRUE(
+      std::isnan(valueIn(std::string(100000, 'x') + "\n", {"r", "", "", "((x+x+)+)y", 1}, reason)));
   const OutputReader reader({{"r", "pipe", "f", "", 1}}, issues);
   ASSERT_EQ(mkfifo((scratch.path() / "pipe").c_str(), 0666), 0);
   reason.clear();
@@ -125,7 +126,8 @@ minimize = "r"
 [command]
 run = ["true", "{{x}}"]
 [results]
-r = { )") + rule + " }\n", issues);
+r = { )") + rule + " }\n",
+                                        issues);
   EXPECT_EQ(issues.text(), "");
   return problem.results.at(0);
 }
@@ -159,15 +161,18 @@ TEST(OutputReader, PicksOneOfSeveral) {
     EXPECT_EQ(valueIn(c.output, entryOf(c.rule), reason), c.value) << reason;
   }
   const std::pair<const char*, const char*> missing[] = {
-      {"key = 'f', pick = 4", "only 3 matches"}, {"key = 'f', after = 'END'", "no line holds 'END'"},
-      {"column = 9", "no number in column 9"},   {"json = '/a'", "is no JSON"}};
+      {"key = 'f', pick = 4", "only 3 matches"},
+      {"key = 'f', after = 'END'", "no line holds 'END'"},
+      {"column = 9", "no number in column 9"},
+      {"json = '/a'", "is no JSON"}};
   for (const auto& [rule, message] : missing) {
     std::string reason;
     EXPECT_TRUE(std::isnan(valueIn(steps, entryOf(rule), reason)));
     EXPECT_NE(reason.find(message), std::string::npos) << reason;
   }
   std::string reason;
-  EXPECT_TRUE(std::isnan(valueIn("f = 1\nf = 1,5\nf = 2\n", entryOf("key = 'f', pick = 'sum'"), reason)));
+  EXPECT_TRUE(
+      std::isnan(valueIn("f = 1\nf = 1,5\nf = 2\n", entryOf("key = 'f', pick = 'sum'"), reason)));
   EXPECT_NE(reason.find("'1,5'"), std::string::npos) << reason;
 }
 
