@@ -30,7 +30,7 @@ struct Call {
   int32_t mode, ld;
   const int32_t* columns;
   Doubles x{1, -0.25}, f{0.5, -0.25, -3.9375}, G = Doubles(15), gObj = Doubles(2),
-          saved = Doubles(3), work = Doubles(3);
+                                               saved = Doubles(3), work = Doubles(3);
 
   explicit Call(const int32_t* selection = nullptr, int32_t modeOf = 0, int32_t ldOf = n)
       : mode(modeOf), ld(ldOf), columns(selection) {}
@@ -208,9 +208,8 @@ TEST_F(Gradients, RefusalOneCellShortAndExceptionLeaveTheMark) {
 TEST_F(Gradients, NoCountOrCapacityLeadsPastAnArray) {
   Call a;
   VRK_set_print(1);
-  EXPECT_EQ("Error:  Double precision b storage exceeded4000000006\n", captured([&] {
-              DDSGRA(&n, a.x, by(2000000000), a.f, nullptr, by(-1), &n, a.G);
-            }));
+  EXPECT_EQ("Error:  Double precision b storage exceeded4000000006\n",
+            captured([&] { DDSGRA(&n, a.x, by(2000000000), a.f, nullptr, by(-1), &n, a.G); }));
   SQPGRA(&n, &zero, a.x, a.f, nullptr, a.gObj, a.G);
   EXPECT_TRUE(a.gObj.untouched() && a.G.untouched()) << "no functions: no list, no copy";
   VRK_settings.dblStorageCapacity = 2147483647;

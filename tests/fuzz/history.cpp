@@ -1,10 +1,10 @@
-// Any text as the history of a problem, whole or behind a sound beginning: it is read or refused, and
-// what was read and goes on is read again the same.
+// Any text as the history of a problem, whole or behind a sound beginning: it is read or refused,
+// and what was read and goes on is read again the same.
 
+#include "run/history.h"
 #include "input.h"
 #include "output/outcome.h"
 #include "problem/problem.h"
-#include "run/history.h"
 #include "scratch.h"
 
 using namespace tarnix::cli;

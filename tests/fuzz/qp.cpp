@@ -33,7 +33,8 @@ Program read(fuzz::Input& input, bool moderate) {
     q.codes[i] = input.integer(0, 3);
     if (moderate) {
       double sum = 1;
-      for (int j = 0; j < q.n; ++j) sum += std::fabs(q.H[i * q.n + j]) + std::fabs(q.H[j * q.n + i]);
+      for (int j = 0; j < q.n; ++j)
+        sum += std::fabs(q.H[i * q.n + j]) + std::fabs(q.H[j * q.n + i]);
       q.H[i * q.n + i] = sum;
       q.dl[i] = -std::fabs(q.dl[i]), q.du[i] = std::fabs(q.du[i]);
     }
@@ -69,8 +70,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t length) {
   std::vector<int32_t> rows(q.n);
   int32_t active = 0, noSolution = 0, notPosDef = 0, failure = 0;
   QPSOLV(&q.n, &q.m, &q.m1, q.A.data(), &q.n, q.b.data(), q.H.data(), &q.n, q.g.data(),
-         q.codes.data(), q.dl.data(), q.du.data(), d.data(), multipliers.data(), rows.data(), &active,
-         &noSolution, &notPosDef, &failure);
+         q.codes.data(), q.dl.data(), q.du.data(), d.data(), multipliers.data(), rows.data(),
+         &active, &noSolution, &notPosDef, &failure);
   fuzz::require(VRK_settings.dblStorageUsed == 0 && VRK_settings.intStorageUsed == 0,
                 "storage is given back");
   if (noSolution || notPosDef || failure) return 0;

@@ -18,7 +18,6 @@ int main() {
   std::printf("status %d, x = %.5f %.5f, defect %.1e\n", status, x[0], x[1], f[1]);
   // On the curve x2 = 2 / x1 the objective is stationary where x1^4 - 3 x1^3 = 4.
   const double stationary = std::pow(x[0], 4) - 3 * std::pow(x[0], 3) - 4;
-  return status == VRK_SQP_CONVERGED && std::fabs(f[1]) < 1e-5 && std::fabs(stationary) < 0.05
-             ? 0
-             : 1;
+  return status == VRK_SQP_CONVERGED && std::fabs(f[1]) < 1e-5 && std::fabs(stationary) < 0.05 ? 0
+                                                                                               : 1;
 }

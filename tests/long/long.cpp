@@ -35,7 +35,8 @@ struct Answer {
   }
 };
 
-// An analysis whose values are, with the given probability, replaced by what no analysis should say.
+// An analysis whose values are, with the given probability, replaced by what no analysis should
+// say.
 struct Analysis {
   const Problem* problem;
   double dirty = 0;
@@ -63,7 +64,8 @@ struct Analysis {
 class Session {
  public:
   Session() : mine(tarnix_session_create()), before(tarnix_session_use(mine)) {
-    tarnix_session_trace(mine, [](void*, const char*, size_t) {}, nullptr);  // refusals are many
+    tarnix_session_trace(
+        mine, [](void*, const char*, size_t) {}, nullptr);  // refusals are many
   }
   ~Session() {
     tarnix_session_use(before);
@@ -92,7 +94,9 @@ Answer Session::solve(Analysis& analysis, bool sqp) const {
   return a;
 }
 
-bool ended(bool sqp, int status) { return 1 <= status && status <= (sqp ? 9 : 12); }
+bool ended(bool sqp, int status) {
+  return 1 <= status && status <= (sqp ? 9 : 12);
+}
 
 struct Row {
   long solves = 0, evaluations = 0, wrong = 0, longest = 0;
@@ -170,8 +174,8 @@ Row scarce(Clock::time_point until) {
       }();
       Analysis clean{problem};
       const bool enough = answer == whole;
-      row.add(answer, (enough || answer.status == (sqp ? 7 : 11)) &&
-                          session.solve(clean, sqp) == whole);
+      row.add(answer,
+              (enough || answer.status == (sqp ? 7 : 11)) && session.solve(clean, sqp) == whole);
       if (enough) break;
     }
   }
@@ -185,7 +189,8 @@ int main(int count, char** words) {
   const struct {
     const char* name;
     Row (*run)(Clock::time_point);
-  } loads[] = {{"soak, 4 threads", soak}, {"dirty callbacks", dirty}, {"failing allocations", scarce}};
+  } loads[] = {
+      {"soak, 4 threads", soak}, {"dirty callbacks", dirty}, {"failing allocations", scarce}};
   std::printf("%-20s %9s %12s %9s %6s %11s\n", "load", "solves", "evaluations", "longest", "wrong",
               "bytes kept");
   bool good = true;

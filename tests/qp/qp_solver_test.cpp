@@ -84,7 +84,8 @@ TEST_F(QpSolver, StiffHessians) {
   for (int trial = 0; trial < 3000 && !HasFailure(); ++trial) {
     SCOPED_TRACE(trial);
     Qp q = randomQp(random, 1 + trial % 12, Data::general);
-    const double stiffness = std::pow(10.0, 6.0 + trial % 3 * 0.5 + 0.25 * std::fabs(random.real()));
+    const double stiffness =
+        std::pow(10.0, 6.0 + trial % 3 * 0.5 + 0.25 * std::fabs(random.real()));
     for (int j = 0; j < q.n; ++j) {
       q.g[j] *= stiffness;
       for (int i = 0; i <= j; ++i) q.h(i, j) *= stiffness;

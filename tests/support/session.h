@@ -61,8 +61,7 @@ struct CollectionSolve {
   int32_t maxIter = 100;
   std::vector<double> x{}, f{};  // here and not in run(): a callback may be left by a jump
 
-  static void analysis(void* user, double* x, double* f, double* equalities,
-                       double* inequalities) {
+  static void analysis(void* user, double* x, double* f, double* equalities, double* inequalities) {
     auto& self = *static_cast<CollectionSolve*>(user);
     self.record.point(x, self.problem.n);
     if (self.meanwhile) self.meanwhile();
