@@ -125,7 +125,8 @@ echo "== dependency of a host's package"
 dpkg-deb -e "$(deb runtime)" "$work/consumer/control"
 mkdir -p "$work/consumer/debian"
 touch "$work/consumer/debian/control"
-depends=$(cd "$work/consumer" && dpkg-shlibdeps -O -L"$PWD/control/shlibs" -l"$root/usr/$LIBDIR" main)
+depends=$(cd "$work/consumer" && dpkg-shlibdeps -O -L"$PWD/control/shlibs" \
+  -l"$root/usr/$LIBDIR" main)
 echo "$depends"
 [[ $depends == *"$runtime (>= $VERSION)"* ]] || fail "shlibs file"
 

@@ -76,7 +76,8 @@ check_python() {
     skip flake8 flake8
   fi
   if have mypy; then
-    files '*.py' scripts/mutate | xargs mypy --scripts-are-modules --ignore-missing-imports --no-error-summary || status=1
+    files '*.py' scripts/mutate |
+      xargs mypy --scripts-are-modules --ignore-missing-imports --no-error-summary || status=1
   else
     skip mypy mypy
   fi

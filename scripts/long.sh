@@ -15,7 +15,8 @@ if [[ -x $program ]] && command -v python3 >/dev/null; then
   end=$((SECONDS + seconds / 3))
   while ((SECONDS < end)); do
     rounds=$((rounds + 1))
-    python3 interfaces/cli/tests/cli_test.py "$program" examples Kill >"$build/long_kill.log" 2>&1 ||
+    python3 interfaces/cli/tests/cli_test.py "$program" examples Kill \
+      >"$build/long_kill.log" 2>&1 ||
       { wrong=$((wrong + 1)) && cp "$build/long_kill.log" "$build/long_kill_$rounds.log"; }
   done
   printf '%-20s %9d rounds %38d wrong\n' "kills and resumes" "$rounds" "$wrong"

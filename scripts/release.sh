@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # release.sh VERSION [--dry-run]: makes a release out of a clean tree on main: the version goes into
-# the build files, the header, the documents and CITATION.cff, the top of CHANGELOG.md gets its date,
-# everything is checked, packages are made, and the commit is tagged. Nothing is pushed. A dry run
+# the build files, the header, the documents and CITATION.cff, the top of CHANGELOG.md gets its
+# date, everything is checked, packages are made, and the commit is tagged. Nothing is pushed. A dry run
 # does the edits in a copy of the tree, shows them, and checks that the version is the same
 # everywhere.
 set -euo pipefail
@@ -19,7 +19,8 @@ today=$(date --utc --date="@${SOURCE_DATE_EPOCH:-$(date +%s)}" +%F)
 old=$(sed -nE 's/^project\(tarnix VERSION ([0-9.]+).*/\1/p' CMakeLists.txt)
 soname() { if [[ $1 == 0.* ]]; then echo "${1%.*}"; else echo "${1%%.*}"; fi; }
 header="## $version (unreleased)"
-[[ $(grep -m 1 '^## ' CHANGELOG.md) == "$header" ]] || die "the top of CHANGELOG.md is not '$header'"
+[[ $(grep -m 1 '^## ' CHANGELOG.md) == "$header" ]] ||
+  die "the top of CHANGELOG.md is not '$header'"
 if [[ -z $dry ]]; then
   [[ -z $(git status --porcelain) ]] || die "the tree is not clean"
   [[ $(git branch --show-current) == main ]] || die "this is not the branch main"
@@ -40,7 +41,7 @@ sed -i -E "s/^(#define VRK_VERSION_MAJOR ).*/\1$major/; s/^(#define VRK_VERSION_
 sed -i -E "s/^(version: ).*/\1$version/" CITATION.cff
 sed -i "s/^$header\$/## $version ($today)/" CHANGELOG.md
 sed -i "s/find_package(tarnix ${old%.*} /find_package(tarnix $major.$minor /" README.md
-sed -i "s/libtarnix\.so\.${was//./\\.}\b/libtarnix.so.$now/g; s/libtarnix${was//./\\.}\b/libtarnix$now/g" \
+sed -i -E "s/libtarnix(\.so\.)?${was//./\\.}\b/libtarnix\1$now/g" \
   README.md examples/CMakeLists.txt examples/design_host.c packaging/CMakeLists.txt
 
 # The version that each place states now.

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # exports_test.sh LIBRARY LIST SESSIONS HEADER...: the library's dynamic symbols, the names that the
-# public headers declare, and both lists together are one and the same. Every name of the second list
-# begins with tarnix_session_, and no other does.
+# public headers declare, and both lists together are one and the same. Every name of the
+# second list begins with tarnix_session_, and no other does.
 set -euo pipefail
 export LC_ALL=C
 

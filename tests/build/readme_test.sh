@@ -13,7 +13,8 @@ block() {
 
 failed=0
 output=$("$3") || { echo "$3 ended with $?"; failed=1; }
-diff <(block "output of $2" "$1") <(echo "$output") || { echo "$1 shows another output of $2"; failed=1; }
+diff <(block "output of $2" "$1") <(echo "$output") ||
+  { echo "$1 shows another output of $2"; failed=1; }
 if [[ ${4:-} != output ]]; then
   diff <(block "$2" "$1") "$2" || { echo "$1 does not show $2 verbatim"; failed=1; }
   (($(wc -l <"$2") <= 25)) || { echo "$2 has more than 25 lines"; failed=1; }
