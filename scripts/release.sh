@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # release.sh VERSION [--dry-run]: makes a release out of a clean tree on main: the version goes into
-# the build files, the header, the documents and CITATION.cff, the top of CHANGELOG.md gets
-# its date, everything is checked, packages are made, and the commit is tagged. Nothing is pushed. A dry run
-# does the edits in a copy of the tree, shows them, and checks that the version is the same
+# the build files, the header, the documents and CITATION.cff, the top of CHANGELOG.md gets its
+# date, everything is checked, packages are made, and the commit is tagged. Nothing is pushed. A
+# dry run does the edits in a copy of the tree, shows them, and checks that the version is the same
 # everywhere.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
