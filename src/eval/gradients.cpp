@@ -39,7 +39,7 @@ class GradientPass {
     if (callGradient({x, n()}, all)) given = all;
   }
 
-  bool isGiven(int i, int j) const { return given.columns() > 0 && !std::isnan(given(i, j)); }
+  bool isGiven(int i, int j) const { return !std::isnan(given(i, j)); }
 
   // Some derivative by variable i is still to be found.
   bool needed(int i) const {
@@ -55,12 +55,20 @@ class GradientPass {
   }
 
   void store(int i, ConstVector forward, ConstVector backward, double width) const {
-    const bool someGiven = given.columns() > 0;
-    for (int j = 1; j <= at.f.size(); ++j) {
-      const int c = columns.column(j);
-      if (c == 0) continue;
-      G(i, c) = someGiven && isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
-    }
+    if (given.columns() > 0) return storeBeside(i, forward, backward, width);
+    // Copies stay in registers.
+    const ColumnSelection selection = columns;
+    const MatrixView target = G;
+    const int m = at.f.size();
+    for (int j = 1; j <= m; ++j)
+      if (const int c = selection.column(j); c != 0)
+        target(i, c) = (forward(j) - backward(j)) / width;
+  }
+
+  void storeBeside(int i, ConstVector forward, ConstVector backward, double width) const {
+    for (int j = 1; j <= at.f.size(); ++j)
+      if (const int c = columns.column(j); c != 0)
+        G(i, c) = isGiven(i, j) ? scaledGiven(i, j) : (forward(j) - backward(j)) / width;
   }
 
   void oneByOne() {
