@@ -13,7 +13,7 @@
 #include <unistd.h>
 
 #include "problems.h"
-#include "tarnix/tarnix.h"
+#include "tarnix/session.h"
 
 enum { exitDone = 0, exitLibrary = 1, exitUsage = 2 };
 enum { sqp, grg, methodCount };
@@ -99,6 +99,8 @@ static Library openLibrary(const char* path) {
   require(handle, "VRK_get_nFunEval", &library.evaluations);
   require(handle, "VRK_sqp", &library.solve[sqp]);
   lookUp(handle, "VRK_grg", &library.solve[grg]);
+  void (*refine)(tarnix_session*, int32_t); /* GRG solves more with its refinements */
+  if (lookUp(handle, "tarnix_session_refine", &refine)) refine(NULL, 1);
   return library;
 }
 
