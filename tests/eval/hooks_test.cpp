@@ -18,7 +18,7 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 class Hooks : public Library {
  protected:
-  const OwnSession own;
+  OwnSession own;
   const Using use{own};
 };
 

@@ -55,7 +55,7 @@ TEST_F(Session, BeginsWithTheDefaultsAndLeavesAllElse) {
   const VRK_Settings defaults = VRK_settings;
   VRK_set_convTol(0.5), VRK_set_stop(3), VRK_settings.dblStorageUsed = 7;
   const VRK_Settings before = VRK_settings;
-  const OwnSession own;
+  OwnSession own;
   ASSERT_NE(nullptr, own.handle);
   EXPECT_TRUE(same(defaults, own.settings()));
   EXPECT_TRUE(same(before, VRK_settings));
@@ -64,7 +64,7 @@ TEST_F(Session, BeginsWithTheDefaultsAndLeavesAllElse) {
 
 TEST_F(Session, NullIsTheProcessWideOne) {
   EXPECT_EQ(&VRK_settings, tarnix_session_settings(nullptr));
-  const OwnSession own;
+  OwnSession own;
   const Using use(own);
   tarnix_session_destroy(nullptr);
   EXPECT_EQ(own.handle, CollectionSolve::inUse());
@@ -110,7 +110,7 @@ TEST_F(Session, UseReturnsTheFormerOne) {
 
 TEST_F(Session, EveryCallWorksOnTheOneInUse) {
   const VRK_Settings before = VRK_settings;
-  const OwnSession own;
+  OwnSession own;
   {
     const Using use(own);
     VRK_set_stop(2), VRK_set_print(-1), VRK_set_diffMeth(5), VRK_set_diffPert(0.25);
@@ -141,7 +141,7 @@ TEST_F(Session, EveryCallWorksOnTheOneInUse) {
 TEST_F(Session, EachStoresAProblemOfItsOwn) {
   Recorder outer, inner;
   outer.install({-4}, {4});
-  const OwnSession own;
+  OwnSession own;
   double x = 0.5, f = 0.0;
   {
     const Using use(own);
@@ -187,7 +187,7 @@ TEST_F(Session, DestroyedWhileInUseGivesWayToTheProcessWideOne) {
 }
 
 TEST_F(Session, DefaultsLeaveTheHooks) {
-  const OwnSession own;
+  OwnSession own;
   const Using use(own);
   const Problem& p = named("HS35");
   CollectionSolve solve{p, VRK_grg};
@@ -209,7 +209,7 @@ TEST_F(Session, DefaultsLeaveTheHooks) {
 }
 
 TEST_F(Session, RefineConcernsReducedGradientsAndOutlivesTheDefaults) {
-  const OwnSession own;
+  OwnSession own;
   const Using use(own);
   const std::vector<Record> plain = solveAll();
   tarnix_session_refine(own, 1);
@@ -410,7 +410,7 @@ TEST_F(Session, ClaimsDoNotMove) {
   for (const Method method : methods) {
     const Record alone = solved(named("HS100"), method);
     for (const long call : {1, 2, 9, 20}) {
-      const OwnSession own;
+      OwnSession own;
       const Using use(own);
       CollectionSolve solve{named("HS100"), method};
       long calls = 0;
@@ -423,7 +423,7 @@ TEST_F(Session, ClaimsDoNotMove) {
 }
 
 TEST_F(Session, WithoutMemoryIsNull) {
-  const OwnSession own;
+  OwnSession own;
   const Using use(own);
   const auto before = allocations().bytes;
   {
@@ -442,7 +442,7 @@ TEST_F(Session, OutOfMemoryWithinASolve) {
     long allowed = 0;
     for (bool enough = false; !enough; ++allowed) {
       ASSERT_LT(allowed, 50);
-      const OwnSession own;
+      OwnSession own;
       const Using use(own);
       CollectionSolve short_{p, method};
       captured([&] {
@@ -457,7 +457,7 @@ TEST_F(Session, OutOfMemoryWithinASolve) {
     EXPECT_GT(allowed, 4);
 
     // What serves a batch is not needed: its points are then evaluated one by one.
-    const OwnSession own;
+    OwnSession own;
     const Using use(own);
     const Problem& large = named("segments_50");
     const Record plain = solved(large, method);  // all that a solve takes by itself is there now
@@ -506,7 +506,7 @@ TEST_F(Session, StopFromAThreadAndFromASignalHandler) {
 }
 
 TEST_F(Session, StopDuringASolveOfAnotherThread) {
-  const OwnSession own;
+  OwnSession own;
   std::atomic<bool> running{false};
   int32_t status = 0;
   std::thread solver([&] {
@@ -560,7 +560,7 @@ TEST_F(Session, ExceptionsPassThrough) {
     const Record alone = solved(p, method);
     for (int place = 0; place < 4; ++place)
       for (const int last : places[place]) {
-        const OwnSession own;
+        OwnSession own;
         const Using use(own);
         LeavingHost host{{p, method}, [] { throw std::runtime_error("left"); }, 0, last, place};
         host.offer(own);
@@ -662,7 +662,7 @@ TEST_F(Session, ThreadEndedInACallback) {
 // ---- trace ---------------------------------------------------------------------------------------
 
 TEST_F(Session, TraceGoesToItsSinkInsteadOfStdout) {
-  const OwnSession own;
+  OwnSession own;
   const Using use(own);
   std::string text;
   const tarnix_trace sink = [](void* to, const char* s, size_t n) {
