@@ -143,7 +143,8 @@ inline Qp randomQp(Random& random, int n, Data data) {
   if (!ties) q.randomHessian(random);
   for (int j = 0; j < n; ++j) {
     inside[j] = value(), q.g[j] = 4.0 * value();
-    q.bound(j + 1, random.integer(-1, 4), inside[j] - gap(), inside[j] + gap());
+    const double upper = inside[j] + gap(), lower = inside[j] - gap();  // in this order everywhere
+    q.bound(j + 1, random.integer(-1, 4), lower, upper);
   }
   for (int r = 0; r < q.m; ++r) {
     const bool repeat = data != Data::general && r > 0 && random.integer(0, 1);

@@ -17,6 +17,7 @@ struct Chain {
           res = Doubles(2 * q.m - q.m1 + nb), r = Doubles(n), z = Doubles(n),
           multiplier = Doubles(n);
   Ints rows = Ints(n);
+  int steps = 0;
 
   explicit Chain(const Qp& problem) : q(problem) {
     QPSINI(&n, q.H.data(), &q.ldh, q.g.data(), P, d, &notPosDef);
@@ -48,6 +49,7 @@ struct Chain {
   bool add(int32_t p) {
     double up = 0.0, t = 0.0;
     for (int32_t kind = 0, k = 0; kind != 3; choose()) {
+      if (++steps > 50 * (n + res.size()) + 100) return false;  // rounding can make it cycle
       const double slope = aim(p), curvature = -slope;
       QPSLEN(&n, &nact, multiplier, r, &slope, &curvature, &res[p - 1], &t, &kind, &k);
       if (kind == 0) return false;
