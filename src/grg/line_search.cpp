@@ -189,8 +189,7 @@ bool LineSearch::finished() const {
   }
 }
 
-// ---- the next step
-// -------------------------------------------------------------------------------
+// ---- the next step ----------------------------------------------------------------------------
 
 LineSearch::Next LineSearch::nextStep() {
   if (improved_ && !risen_) return growStep();

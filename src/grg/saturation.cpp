@@ -207,8 +207,7 @@ bool Saturation::impliedByHeldRows(int c, double length) {
   return true;
 }
 
-// ---- a dependent variable at its bound
-// -----------------------------------------------------------
+// ---- a dependent variable at its bound --------------------------------------------------------
 
 void Saturation::exchangeAtBound() {
   Basis& basis = p.basis;
@@ -240,8 +239,7 @@ void Saturation::exchangeAtBound() {
   if (!restore(k, k)) fail("CONVERGE FAIL, GRGNR");
 }
 
-// ---- the step as it is
-// ---------------------------------------------------------------------------
+// ---- the step as it is ------------------------------------------------------------------------
 
 bool Saturation::feasible() const {
   const double tol = settings->convTol;
@@ -275,8 +273,7 @@ void Saturation::restoreOrShorten() {
   fail("CONVERGE FAIL, GRGNR");
 }
 
-// ---- shared steps
-// --------------------------------------------------------------------------------
+// ---- shared steps -----------------------------------------------------------------------------
 
 // Independent variables on the direction from the base, dependent ones predicted from the
 // reference.
