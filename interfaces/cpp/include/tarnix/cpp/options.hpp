@@ -32,6 +32,7 @@ class Stop {
 
 /// What a running solve tells at the start of every iteration, and at the end of every stage.
 struct Progress {
+  int start = 1;                 ///< of Options::starts, from 1 on
   int stage = 0;                 ///< from 1 on
   Method method = Method::sqp;   ///< of the stage
   int iteration = 0;             ///< last iteration that was completed, over all stages
@@ -51,6 +52,7 @@ struct StageStart {
   double differenceStep = 0;  ///< in units of half the distance of the bounds, or of invented ones
   double tolerance = 0;       ///< convergence tolerance of the stage
   std::vector<double> x;      ///< where it starts
+  int start = 1;              ///< of Options::starts, from 1 on
 };
 
 struct Options {
@@ -72,6 +74,14 @@ struct Options {
   /// on all of them. The solve is the same for any number, to the last bit, and so is the number of
   /// every evaluation. A batch callable sees to its own threads.
   int threads = 1;
+  /// Number of whole solves: one from the start, the others from quasi-random points of the box,
+  /// side by side in the threads. The result is that of the best one, with the table of all minima;
+  /// it is the same for any number of threads, to the last bit. Each solve has an equal share of
+  /// maxEvaluations. Callables, a batch callable too, are called on all these threads; onIteration,
+  /// onStage and trace one at a time. The first start that reaches the target, in their order, ends
+  /// the solve; what later ones have evaluated by then is counted as well.
+  int starts = 1;
+  std::uint64_t seed = 1;  ///< of the quasi-random points
   /// Compares the derivatives that a gradient callable fills with central differences at the start,
   /// two evaluations per variable; solve() throws InvalidProblem with an issue for each one that
   /// differs.

@@ -73,6 +73,26 @@ struct Report {
   double slope = 0;
 };
 
+/// A local minimum that Options::starts led to.
+struct Minimum {
+  Design point;   ///< the best of the ends there
+  int times = 0;  ///< starts that ended there
+  int start = 0;  ///< the first of them, from 1 on
+};
+
+/// What all starts of Options::starts found.
+struct Minima {
+  /// Ends with success, the best first. Two of them are one minimum when no variable differs by
+  /// more than 1 % of the distance of its bounds.
+  std::vector<Minimum> found;
+  int starts = 0;        ///< solves that were run
+  int unsuccessful = 0;  ///< of them without success
+  /// Expected number of minima that no start led to: w (w + 1) / (N - w - 2) when N starts ended in
+  /// w minima (Boender and Rinnooy Kan, Bayesian stopping rules for multistart global optimization
+  /// methods, Math. Programming 37 (1987) 59-80). Absent when N is too small to tell.
+  std::optional<double> unseen;
+};
+
 struct Result {
   Result();
   Result(const Result&);
@@ -99,9 +119,10 @@ struct Result {
   /// Box of the last stage. It has the bounds of the problem; where one is missing, sides around
   /// the point that the layer has chosen and, if need be, moved.
   std::vector<double> searchLower, searchUpper;
-  int iterations = 0;            ///< over all stages
+  int iterations = 0;            ///< over all stages, of all starts
   std::int64_t evaluations = 0;  ///< calls of the callable
   double seconds = 0;            ///< wall clock
+  std::optional<Minima> minima;  ///< with Options::starts; the rest is about the best solve
   std::optional<Report> report;  ///< absent after a limit, a stop, or values not finite
   std::shared_ptr<const Description> description;
 

@@ -32,6 +32,7 @@ struct EndSolve {
 struct Host {
   Analysis analysis;
   Gradient gradient;
+  std::optional<Stop> halt{};  ///< of one of many starts, beside Options::stop
 };
 
 class Evaluator {
@@ -232,7 +233,7 @@ class Evaluator {
   }
 
   bool mayGoOn() {
-    if (o_.stop && o_.stop->requested())
+    if ((o_.stop && o_.stop->requested()) || (host_.halt && host_.halt->requested()))
       cause_ = Reason::stopped;
     else if (o_.maxTime && std::chrono::steady_clock::now() >= deadline_)
       cause_ = Reason::timeLimit;

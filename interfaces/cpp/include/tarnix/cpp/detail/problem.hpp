@@ -6,6 +6,7 @@
 #include "../options.hpp"
 #include "../result.hpp"
 #include "inline.hpp"
+#include "multistart.hpp"
 #include "solver.hpp"
 #include "validation.hpp"
 
@@ -144,7 +145,9 @@ TARNIX_INLINE Result Problem::solve(Analysis analysis, Gradient gradient,
   std::vector<Issue> issues = check(options);
   if (!analysis) issues.push_back({"", "the callable that evaluates the problem is null"});
   if (!issues.empty()) throw InvalidProblem(std::move(issues));
-  return detail::Solver(d_, {analysis, gradient}, options).run();
+  const detail::Host host{analysis, gradient};
+  if (options.starts > 1) return detail::MultiStart(d_, host, options).run();
+  return detail::Solver(d_, host, options).run();
 }
 TARNIX_INLINE Result Problem::solve(Analysis analysis, Gradient gradient) const {
   return solve(analysis, gradient, Options{});

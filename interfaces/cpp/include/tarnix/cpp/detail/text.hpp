@@ -160,6 +160,17 @@ inline std::string limitText(const Description::FunctionData& f) {
   return "= " + number(f.upper);
 }
 
+inline std::string minimaText(const Minima& minima) {
+  std::string text = "minima of " + std::to_string(minima.starts) + " starts\n";
+  for (const Minimum& minimum : minima.found)
+    text += "  " + padded(number(minimum.point.values[0]), 14) + std::to_string(minimum.times) +
+            (minimum.times == 1 ? " time\n" : " times\n");
+  if (minima.unsuccessful > 0)
+    text += "  " + std::to_string(minima.unsuccessful) + " without success\n";
+  if (minima.unseen) text += "  expected to be unseen still: " + number(*minima.unseen, 2) + "\n";
+  return text;
+}
+
 }  // namespace detail
 
 TARNIX_INLINE std::string Result::summary() const {
@@ -201,6 +212,7 @@ TARNIX_INLINE std::string Result::summary() const {
                   number(a.perPercent, 3);
     text += line(d.functions[j].name, point.values[j], rest);
   }
+  if (minima) text += detail::minimaText(*minima);
   return text;
 }
 

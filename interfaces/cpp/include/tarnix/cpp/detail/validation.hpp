@@ -133,6 +133,7 @@ class Validation {
     check("differenceStep", o_.differenceStep > 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
     check("maxIterations", o_.maxIterations >= 1, "at least 1");
     check("threads", o_.threads >= 1, "at least 1");
+    check("starts", o_.starts >= 1, "at least 1");
     check("maxEvaluations", !o_.maxEvaluations || *o_.maxEvaluations >= 1, "at least 1");
     check("maxTime", !o_.maxTime || o_.maxTime->count() > 0, "positive");
     check("target", !o_.target || std::isfinite(*o_.target), "finite");
