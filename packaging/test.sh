@@ -78,6 +78,7 @@ expected_files() {
         "Targets-${BUILD_TYPE,,}"
       echo "usr/$LIBDIR/libtarnix.so -> libtarnix.so.$soversion"
       if [[ $HEADERS == *cpp* ]]; then echo "usr/$LIBDIR/libtarnixcpp.a"; fi
+      if [[ -d interfaces/fortran ]]; then echo "usr/include/tarnix/tarnix.f90"; fi
       echo "usr/$LIBDIR/pkgconfig/tarnix.pc"
       echo "usr/share/man/man3/tarnix.3.gz"
       ;;

@@ -16,6 +16,13 @@ grep -F "tarnix_DIR:PATH=$prefix/$libdir/cmake/tarnix" "$work/cmake/CMakeCache.t
 layer=
 if [[ -f $prefix/include/tarnix/tarnix.hpp ]]; then layer=1; fi
 if [[ $layer ]]; then "$work/cmake/layer" && "$work/cmake/layer_header_only"; fi
+if [[ -f $prefix/include/tarnix/tarnix.f90 ]] && command -v gfortran >/dev/null; then
+  "$CMAKE" -S "$source_dir/fortran" -B "$work/fortran" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DVERSION="$VERSION" -DSOURCE="$PWD/interfaces/fortran/examples/first_host.f90" \
+    >"$work/configure.log"
+  "$CMAKE" --build "$work/fortran"
+  "$work/fortran/consumer"
+fi
 
 echo "== pkg-config"
 command -v pkg-config >/dev/null || { echo "pkg-config not found"; exit 1; }
