@@ -16,8 +16,8 @@ files() { git ls-files --cached --others --exclude-standard -- "$@" ':!:tests/fu
 scripts() { files '*.sh' run check .ci/run; }
 
 check_columns() { # prose and data may be longer where a table or an address asks for it
-  files '*.cpp' '*.hpp' '*.h' '*.c' '*.inc' '*.py' '*.sh' '*.cmake' '*CMakeLists.txt' run check |
-    xargs awk '
+  files '*.cpp' '*.hpp' '*.h' '*.c' '*.inc' '*.f90' '*.py' '*.sh' '*.cmake' \
+    '*CMakeLists.txt' run check | xargs awk '
       { if (length($0) > 100) bad("above 100 columns")
         if (/\t/) bad("tab")
         if (/[ \t]$/) bad("blank at the end") }
@@ -88,7 +88,7 @@ check_spelling() {
   have codespell || { skip spelling codespell && return 0; }
   # Names in code, and misspellings that tests ask for.
   files ':!:*.svg' | xargs codespell --builtin clear,rare \
-    --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,sovle,ue
+    --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,sovle,ue,inout
 }
 
 checks=("$@")

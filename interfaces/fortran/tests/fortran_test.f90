@@ -140,6 +140,13 @@ contains
       user%inner = best%objective
     end select
   end subroutine outer
+
+  subroutine raw_disk(user, x, objective, equalities, inequalities) bind(C)
+    type(c_ptr), value :: user
+    real(c_double) :: x(*), objective, equalities(*), inequalities(*)
+
+    call disk(x(1:2), objective, equalities(1:0), inequalities(1:1))
+  end subroutine raw_disk
 end module test_support
 
 program fortran_test
@@ -317,13 +324,6 @@ contains
     call expect(VRK_sqp(1, 101, x, lower, upper, 0, 1, c_null_funptr, c_null_ptr, f) == &
       VRK_TOO_MANY_VARIABLES, 'too many variables')
   end subroutine process_wide_session
-
-  subroutine raw_disk(user, x, objective, equalities, inequalities) bind(C)
-    type(c_ptr), value :: user
-    real(c_double) :: x(*), objective, equalities(*), inequalities(*)
-
-    call disk(x(1:2), objective, equalities(1:0), inequalities(1:1))
-  end subroutine raw_disk
 
   subroutine refuse(expected, x, low, high, equalities, method, tolerance)
     use, intrinsic :: ieee_arithmetic
