@@ -47,6 +47,8 @@ class CommandLine {
     addRun();
     addSolve();
     addReport();
+    addDoe();
+    addTable();
   }
 
   int run(int argc, char** argv) {
@@ -149,11 +151,54 @@ class CommandLine {
              [this] { return commandReport(arguments); });
   }
 
+  // Options of the commands that evaluate designs without solving.
+  void addStudy(CLI::App* sub) {
+    addJobs(sub, "Runs of the external command side by side");
+    sub->add_flag("--fresh", options.fresh, "Put the history of an earlier call aside");
+    sub->add_flag("--retry-failed", options.retryFailed,
+                  "Run designs again whose runs have failed");
+    sub->add_flag("-q,--quiet", quiet, "No progress");
+  }
+
+  StudyOptions studyOptions() const {
+    const ProgressStyle style = quiet                     ? ProgressStyle::none
+                                : isatty(STDERR_FILENO) ? ProgressStyle::live
+                                                        : ProgressStyle::lines;
+    return {options.jobs, options.fresh, options.retryFailed, style};
+  }
+
+  void addDoe() {
+    CLI::App* sub = withFile("doe", "Evaluate a plan of designs, without an optimizer",
+                             [this] { return commandDoe(arguments, plan, studyOptions(), json); });
+    sub->add_option("--plan", plan.kind, "Which designs")
+        ->check(CLI::IsMember(planKinds()))
+        ->capture_default_str();
+    sub->add_option("-n,--count", plan.count,
+                    "Designs of latin and sobol, levels of one-at-a-time")
+        ->check(CLI::Range(1, 1'000'000));
+    sub->add_option("--seed", plan.seed, "Of latin and sobol")->capture_default_str();
+    addStart(sub);
+    addStudy(sub);
+    sub->add_flag("--json", json, "Print the result as JSON");
+  }
+
+  void addTable() {
+    CLI::App* sub = withFile("table", "Write a history as CSV, or evaluate the designs of a CSV",
+                             [this] { return commandTable(arguments, table, studyOptions()); });
+    sub->add_option("--history", table.history, "Another history than that of the solve");
+    sub->add_option("--designs", table.designs,
+                    "Evaluate the designs of this file: a line with names, then one per design");
+    sub->add_option("--to", table.to, "File to write; otherwise standard output");
+    addStudy(sub);
+  }
+
   CLI::App app{
       "Finds the best design under constraints, from expressions or an external simulator.",
       "tarnix"};
   ProblemArguments arguments;
   SolveOptions options;
+  Plan plan;
+  TableOptions table;
   std::string at = "start";
   std::vector<std::string> names;  // of the commands
   bool flag = false, json = false, quiet = false;

@@ -4,7 +4,9 @@
 
 #include <filesystem>
 
+#include "run/designs.h"
 #include "run/solve.h"
+#include "run/study.h"
 
 namespace tarnix::cli {
 
@@ -27,6 +29,25 @@ int commandRun(const ProblemArguments& arguments, const std::string& at);
 
 // Solves, or goes on with a solve.
 int commandSolve(const ProblemArguments& arguments, const SolveOptions& options, bool json);
+
+// Evaluates a plan of designs; their table, what each function goes with, and a CSV file.
+int commandDoe(const ProblemArguments& arguments, const Plan& plan, const StudyOptions& options,
+               bool json);
+
+// Writes a history as CSV, or the designs of a CSV file evaluated.
+struct TableOptions {
+  std::filesystem::path history;  // empty: that of the solve
+  std::filesystem::path designs;  // to be evaluated, instead
+  std::filesystem::path to;       // empty: standard output
+};
+int commandTable(const ProblemArguments& arguments, const TableOptions& table,
+                 const StudyOptions& options);
+
+// Names of the limits that values violate, or that all hold.
+std::string limitsText(const ProblemFile& problem, const std::vector<double>& values);
+// How a study went, and its exit status.
+std::string studyText(const StudyResult& result, bool command);
+int studyExit(const StudyResult& result);
 
 // Writes one self-contained page about the history of a solve.
 int commandReport(const ProblemArguments& arguments);

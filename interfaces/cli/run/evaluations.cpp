@@ -35,7 +35,7 @@ void Evaluations::replay(bool retryFailed) {
     if (!record.failed.empty()) {
       latestFailure = record.failed;
       if (!penalty || retryFailed) continue;  // the user has seen to the cause: it is run again
-      record.values = penalties();
+      record.values = penaltiesOf(problem);
     } else {
       const Judged judged = judge(problem, model, record);
       record.values = judged.values;
@@ -43,7 +43,7 @@ void Evaluations::replay(bool retryFailed) {
     }
     ++count.replayed;
     if (!simulator) ++count.total;
-    known[keyOf(record.x)] = {record.values, record.failed};
+    known[keyOf(record.x)] = {record.values, record.failed, record.results};
   }
 }
 
@@ -76,6 +76,10 @@ std::vector<double> Evaluations::answer(std::span<const double> x) {
   const Known& found = known.at(keyOf(x));
   if (!found.failed.empty()) penaltyAnswer = count.asked;
   return found.values;
+}
+
+std::vector<double> Evaluations::resultsAt(std::span<const double> x) const {
+  return known.at(keyOf(x)).results;
 }
 
 std::string Evaluations::failureAt(std::span<const double> x) const {
@@ -142,20 +146,23 @@ Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& dir
 
 // ---- running side by side ----------------------------------------------------------------------
 
+bool Evaluations::advance(const Designs& designs, int most) {
+  collect();
+  bool allKnown = true;
+  for (const auto& x : designs) {
+    const Key key = keyOf(x);
+    const auto place = known.find(key);
+    if (place != known.end() && place->second.values.empty())
+      throw Failure(exitEvaluation, place->second.failed);
+    if (place != known.end()) continue;
+    allKnown = false;
+    if (running() < most && !isRunning(key) && !limitReached()) startRun(x, 1);
+  }
+  return allKnown;
+}
+
 void Evaluations::runAll(const Designs& designs) {
-  for (;;) {
-    collect();
-    bool allKnown = true;
-    for (const auto& x : designs) {
-      const Key key = keyOf(x);
-      const auto place = known.find(key);
-      if (place != known.end() && place->second.values.empty())
-        throw Failure(exitEvaluation, place->second.failed);
-      if (place != known.end()) continue;
-      allKnown = false;
-      if (slotFree() && !isRunning(key) && !limitReached()) startRun(x, 1);
-    }
-    if (allKnown) return;
+  while (!advance(designs, jobs)) {
     if (runs.empty()) keepLimits();  // what runs is waited for
     wait();
   }
@@ -207,7 +214,7 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
     record.failed = latestFailure;
     if (run.attempt > 1) record.failed += " (attempt " + std::to_string(run.attempt) + ")";
     if (command.keep != Keep::none) record.failed += "; see " + run.directory.string();
-    if (command.onFailure == FailurePolicy::penalty) record.values = penalties();
+    if (command.onFailure == FailurePolicy::penalty) record.values = penaltiesOf(problem);
     latestFailure = record.failed;
   }
   store(std::move(record));
@@ -216,12 +223,13 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
 void Evaluations::store(Record record) {
   if (history) history->append(record);
   keepBest(problem, record, judge(problem, model, record), bestSeen);
-  known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed)};
+  known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed),
+                           std::move(record.results)};
   if (onChange) onChange();
 }
 
 // Every limit is violated by the penalty; an objective that is much worse than any real one.
-std::vector<double> Evaluations::penalties() const {
+std::vector<double> penaltiesOf(const ProblemFile& problem) {
   const double size = problem.command->penalty;
   const double objective = size * problem.objective.scale.value_or(1);
   std::vector<double> values{problem.objective.maximize ? -objective : objective};

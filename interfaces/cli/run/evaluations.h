@@ -21,6 +21,9 @@ struct LimitReached {
   std::string option;  // max_evaluations or max_seconds
 };
 
+// What stands for the values of a failed run when the failure policy goes on.
+std::vector<double> penaltiesOf(const ProblemFile& problem);
+
 class Evaluations {
  public:
   struct Counts {
@@ -42,6 +45,15 @@ class Evaluations {
   // Objective and constraints at designs, each as in at. They are begun in their order, as many
   // side by side as there are jobs, whatever that number: the same ones.
   std::vector<std::vector<double>> atAll(const Designs& designs);
+
+  // Takes in the runs that have ended, and begins those of designs that are not known, in their
+  // order, while fewer than so many go on. True when all are known; nothing is waited for.
+  bool advance(const Designs& designs, int most);
+  // Throws LimitReached when none may be begun.
+  void keepLimits();
+  // Of a design that is known: as at, and what the command gave.
+  std::vector<double> answer(std::span<const double> x);
+  std::vector<double> resultsAt(std::span<const double> x) const;
 
   // Objective and constraints at a design; penalties where a run has failed and the policy goes on.
   // Throws Failure when the policy says stop, LimitReached, Interrupted on a signal.
@@ -77,24 +89,21 @@ class Evaluations {
   struct Known {
     std::vector<double> values;
     std::string failed;
+    std::vector<double> results{};  // of the command
   };
   static Key keyOf(std::span<const double> x);
 
   void replay(bool retryFailed);
-  void keepLimits();
   bool limitReached() const;
   Record recordOf(const Run& run, const RunOutcome& outcome) const;
   void compute(std::span<const double> x);
   void runAll(const Designs& designs);
-  std::vector<double> answer(std::span<const double> x);
   void startRun(std::span<const double> x, int attempt);
-  bool slotFree() const { return static_cast<int>(runs.size()) < jobs; }
   bool isRunning(const Key& key) const;
   void wait();
   void collect();
   void finish(const Run& run, const RunOutcome& outcome);
   void store(Record record);
-  std::vector<double> penalties() const;
 
   const ProblemFile& problem;
   Model& model;
