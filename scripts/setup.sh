@@ -116,6 +116,18 @@ need optional nlohmann-json3-dev has_header nlohmann/json.hpp
 need optional libre2-dev has_header re2/re2.h
 need optional python3 have python3 # its tests, and one of the examples
 
+# Of the Python package, and of its tests, which skip what they do not find. It is built for the
+# distribution's own interpreter.
+has_module() { /usr/bin/python3 -c "import $1" >/dev/null 2>&1; }
+has_python_headers() {
+  [[ -f $(/usr/bin/python3 -c "import sysconfig; print(sysconfig.get_path('include'))")/Python.h ]]
+}
+need optional python3-dev has_python_headers
+need optional pybind11-dev test -d /usr/include/pybind11
+need optional python3-numpy has_module numpy
+need optional python3-pytest has_module pytest
+need optional python3-scipy has_module scipy
+
 # --- Building --------------------------------------------------------------------------------
 jobs() { nproc 2>/dev/null || echo 2; }
 
