@@ -1,8 +1,7 @@
 /* A host application: opens the tarnix library at run time, solves published design problems with
  * every method that the library has, and prints what came out beside the published minima. */
-#define _POSIX_C_SOURCE 200809L /* dlopen, readlink */
+#define _POSIX_C_SOURCE 200809L /* dlopen, readlink; ignored by Windows */
 
-#include <dlfcn.h>
 #include <errno.h>
 #include <math.h>
 #include <stdarg.h>
@@ -10,7 +9,12 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <dlfcn.h>
 #include <unistd.h>
+#endif
 
 #include "problems.h"
 #include "tarnix/session.h"
@@ -38,8 +42,6 @@ typedef struct Library {
   Solve solve[methodCount]; /* null: the library does not have this method */
 } Library;
 
-static const char libraryName[] = "libtarnix.so.0.1";
-
 static _Noreturn void stop(int exitCode, const char* format, ...) {
   va_list arguments;
   va_start(arguments, format);
@@ -51,41 +53,79 @@ static _Noreturn void stop(int exitCode, const char* format, ...) {
   exit(exitCode);
 }
 
-/* Tries the library beside this program, one folder up, and in the lib folder next to its own. */
-static void* openNearProgram(void) {
-  static const char* const places[] = {"", "../", "../lib/"};
+#ifdef _WIN32
+#define libraryName "tarnix.dll"
+#define libraryFolder "bin"
+typedef HMODULE Handle;
+
+static Handle openFile(const char* path) {
+  return LoadLibraryA(path);
+}
+static void copyReason(char* reason, size_t size) {
+  snprintf(reason, size, "%s: error %lu", libraryName, (unsigned long)GetLastError());
+}
+static int copyOwnPath(char* path, size_t size) {
+  const DWORD length = GetModuleFileNameA(NULL, path, (DWORD)size);
+  if (length == 0 || length == size) return 0;
+  for (char* c = path; *c; ++c)
+    if (*c == '\\') *c = '/';
+  return 1;
+}
+/* Function pointers of all types have one size. */
+static int lookUp(Handle handle, const char* name, void* function) {
+  const FARPROC address = GetProcAddress(handle, name);
+  memcpy(function, &address, sizeof address);
+  return address != NULL;
+}
+#else
+#define libraryName "libtarnix.so.0.1"
+#define libraryFolder "lib"
+typedef void* Handle;
+
+static Handle openFile(const char* path) {
+  return dlopen(path, RTLD_NOW | RTLD_LOCAL);
+}
+static void copyReason(char* reason, size_t size) {
+  snprintf(reason, size, "%s", dlerror());
+}
+static int copyOwnPath(char* path, size_t size) {
+  const ssize_t length = readlink("/proc/self/exe", path, size - 1);
+  if (length >= 0) path[length] = '\0';
+  return length >= 0;
+}
+/* ISO C has no cast from an object pointer to a function pointer, hence the copy. */
+static int lookUp(Handle handle, const char* name, void* function) {
+  void* symbol = dlsym(handle, name);
+  memcpy(function, &symbol, sizeof symbol);
+  return symbol != NULL;
+}
+#endif
+
+/* Tries the library beside this program, one folder up, and in the folder next to its own. */
+static Handle openNearProgram(void) {
+  static const char* const places[] = {"", "../", "../" libraryFolder "/"};
   char program[2048], path[sizeof program + 64];
-  const ssize_t length = readlink("/proc/self/exe", program, sizeof program - 1);
-  if (length < 0) return NULL;
-  program[length] = '\0';
+  if (!copyOwnPath(program, sizeof program)) return NULL;
   char* slash = strrchr(program, '/');
   if (!slash) return NULL;
   slash[1] = '\0';
   for (size_t i = 0; i < sizeof places / sizeof places[0]; ++i) {
     snprintf(path, sizeof path, "%s%s%s", program, places[i], libraryName);
-    if (access(path, R_OK) != 0) continue;
-    void* handle = dlopen(path, RTLD_NOW | RTLD_LOCAL);
+    const Handle handle = openFile(path);
     if (handle) return handle;
   }
   return NULL;
 }
 
-/* ISO C has no cast from an object pointer to a function pointer, hence the copy. */
-static int lookUp(void* handle, const char* name, void* function) {
-  void* symbol = dlsym(handle, name);
-  memcpy(function, &symbol, sizeof symbol);
-  return symbol != NULL;
-}
-
-static void require(void* handle, const char* name, void* function) {
+static void require(Handle handle, const char* name, void* function) {
   if (!lookUp(handle, name, function)) stop(exitLibrary, "the library has no %s", name);
 }
 
 static Library openLibrary(const char* path) {
-  void* handle = dlopen(path ? path : libraryName, RTLD_NOW | RTLD_LOCAL);
+  Handle handle = openFile(path ? path : libraryName);
   if (!handle) {
     char reason[512];
-    snprintf(reason, sizeof reason, "%s", dlerror());
+    copyReason(reason, sizeof reason);
     if (!path) handle = openNearProgram();
     if (!handle) stop(exitLibrary, "cannot open the library: %s", reason);
   }

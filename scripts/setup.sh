@@ -24,6 +24,12 @@ has_fuzzer() {
   have clang++ && main='extern "C" int LLVMFuzzerTestOneInput(const unsigned char*, unsigned long) {
     return 0; }' links clang++ -fsanitize=fuzzer,address,undefined
 }
+has_cross() { # PRESET: its compiler and what runs the programs here
+  case $1 in
+    windows) have x86_64-w64-mingw32-g++-posix && have wine ;;
+    arm64) have aarch64-linux-gnu-g++ && have qemu-aarch64-static ;;
+  esac
+}
 has_cmake() { # 3.22 is the oldest that the build files accept
   local version
   have cmake && have ctest && version=$(cmake --version | awk 'NR == 1 { print $3 }') &&
@@ -51,6 +57,14 @@ need_compilers() { # for the preset $1
     tsan) need required g++ has_thread_sanitizer g++ ;;
     fuzz) need required libclang-rt-dev has_fuzzer ;;
     coverage) need required gcovr have gcovr ;;
+    windows)
+      need required g++-mingw-w64-x86-64 have x86_64-w64-mingw32-g++-posix
+      need required wine have wine
+      ;;
+    arm64)
+      need required crossbuild-essential-arm64 have aarch64-linux-gnu-g++
+      need required qemu-user-static have qemu-aarch64-static
+      ;;
   esac
 }
 

@@ -45,7 +45,11 @@
 #include <stdint.h>
 
 /* Exported symbol of the shared library. */
-#if defined(__GNUC__) || defined(__clang__)
+#if defined(_WIN32) && defined(tarnix_EXPORTS) /* the library itself is being built */
+#define VRK_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define VRK_API __declspec(dllimport)
+#elif defined(__GNUC__) || defined(__clang__)
 #define VRK_API __attribute__((visibility("default")))
 #else
 #define VRK_API

@@ -4,23 +4,11 @@
 // nor on how many columns are summed side by side.
 
 #include <array>
-#include <cstring>
 
+#include "base/pair.h"
 #include "base/views.h"
 
 namespace tarnix::core {
-
-// Two lanes: what every 64-bit target has. Lane arithmetic is the scalar IEEE arithmetic.
-using Pair = double __attribute__((vector_size(16)));
-
-inline Pair loadPair(const double* p) {
-  Pair v;
-  std::memcpy(&v, p, sizeof v);
-  return v;
-}
-inline void storePair(double* p, Pair v) {
-  std::memcpy(p, &v, sizeof v);
-}
 
 // Four columns side by side.
 using Columns4 = std::array<ConstVector, 4>;
@@ -160,7 +148,6 @@ inline void subtractColumns4Down(VectorView vector, const Columns4& a,
 // Position of the largest entry above the limit, the first of equals; 0 without one.
 inline int firstLargest(ConstVector values, double limit) {
   // First the value without a branch per entry, then its place. A NaN is above nothing.
-  const auto larger = [](Pair a, Pair b) { return a > b ? a : b; };
   const double* v = values.data();
   const int n = values.size();
   Pair m0 = {limit, limit}, m1 = m0;
@@ -174,10 +161,8 @@ inline int firstLargest(ConstVector values, double limit) {
   for (; i < n; ++i) best = v[i] > best ? v[i] : best;
   if (!(best > limit)) return 0;
   const Pair wanted = {best, best};
-  for (i = 0; i + 4 <= n; i += 4) {
-    const auto found = (loadPair(v + i) == wanted) | (loadPair(v + i + 2) == wanted);
-    if ((found[0] | found[1]) != 0) break;
-  }
+  for (i = 0; i + 4 <= n; i += 4)
+    if (anyEqual(loadPair(v + i), loadPair(v + i + 2), wanted)) break;
   while (v[i] != best) ++i;
   return i + 1;
 }

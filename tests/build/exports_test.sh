@@ -6,7 +6,11 @@ set -euo pipefail
 export LC_ALL=C
 
 listed=$(grep -hv '^#' "$2" "$3" | sort)
-found=$(nm -D --defined-only "$1" | awk '{ print $NF }' | sort)
+case $1 in
+  *.dll) found=$(objdump -p "$1" | awk '/^\[Ordinal\/Name/ { names = 1; next }
+    NF == 0 { names = 0 } names { print $NF }' | sort) ;;
+  *) found=$(nm -D --defined-only "$1" | awk '{ print $NF }' | sort) ;;
+esac
 declared=$(grep -hE '^(extern )?VRK_API ' "${@:4}" |
   sed -E 's/^(extern )?VRK_API [A-Za-z0-9_]+[ *]+([A-Za-z0-9_]+).*/\2/' | sort)
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # readme_test.sh README SOURCE PROGRAM [output]: the README shows the first host program as it is,
 # with the output that it has, and in at most 25 lines. With "output" it shows the output alone.
+# EMULATOR in the environment starts the program.
 set -euo pipefail
 
 # The fenced block that follows the line <!-- NAME -->.
@@ -12,7 +13,7 @@ block() {
 }
 
 failed=0
-output=$("$3") || { echo "$3 ended with $?"; failed=1; }
+output=$(${EMULATOR:+"$EMULATOR"} "$3") || { echo "$3 ended with $?"; failed=1; }
 diff <(block "output of $2" "$1") <(echo "$output") ||
   { echo "$1 shows another output of $2"; failed=1; }
 if [[ ${4:-} != output ]]; then

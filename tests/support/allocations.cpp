@@ -1,12 +1,18 @@
 #include "support/allocations.h"
 
-#include <malloc.h>
+#include <malloc.h>  // malloc_usable_size, _msize
 
 #include <atomic>
 #include <cstdlib>
 #include <new>
 
 namespace {
+
+#ifdef _WIN32
+std::size_t sizeOf(void* memory) { return _msize(memory); }
+#else
+std::size_t sizeOf(void* memory) { return malloc_usable_size(memory); }
+#endif
 
 std::atomic<std::size_t> bytes{0};
 std::atomic<long> made{0};
@@ -16,7 +22,7 @@ thread_local long left = unlimited;
 void* allocate(std::size_t size) {
   void* const memory = std::malloc(size);
   if (memory == nullptr) return nullptr;
-  bytes += malloc_usable_size(memory);
+  bytes += sizeOf(memory);
   ++made;
   return memory;
 }
@@ -33,7 +39,7 @@ void* allocateWhileLeft(std::size_t size) {
 }
 
 void giveBack(void* memory) {
-  if (memory != nullptr) bytes -= malloc_usable_size(memory);
+  if (memory != nullptr) bytes -= sizeOf(memory);
   std::free(memory);
 }
 

@@ -111,5 +111,9 @@ inline const Problem& named(const char* name) {
 }
 
 constexpr Method methods[] = {VRK_sqp, VRK_grg};
+// Compared with the table, as a function of a DLL has a second address in the program.
+inline bool isSqp(Method method) {
+  return method == methods[0];
+}
 
 }  // namespace support
