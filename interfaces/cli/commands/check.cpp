@@ -43,7 +43,10 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
   text += "\n";
   for (const auto& [name, content] : preview.files)
     text += "  with " + name + "\n" + indented(content);
-  for (const auto& file : command.files) text += "  with a copy of " + file.string() + "\n";
+  for (const SuppliedFile& file : command.files)
+    text += (file.link ? "  with a link to " : "  with a copy of ") + file.from.string() + "\n";
+  for (const std::string& variable : preview.environment)
+    text += "  with " + variable + " in its environment\n";
   text += "  and reads";
   for (const ResultEntry& r : setup.problem.results)
     text += (&r == &setup.problem.results[0] ? " " : ", ") + r.name + " from " +

@@ -1,5 +1,6 @@
 #include "problem/command_reader.h"
 
+#include <glob.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -29,6 +30,20 @@ fs::path searchProgram(const std::string& name) {
   return {};
 }
 
+// Files and folders that a pattern of the shell matches, in the order of their names.
+std::vector<fs::path> matching(const fs::path& directory, const std::string& name) {
+  std::string pattern;
+  for (const char c : name[0] == '/' ? "" : directory.string() + "/")
+    pattern += (std::string("*?[\\").find(c) != std::string::npos ? "\\" : "") + std::string(1, c);
+  pattern += name;
+  std::vector<fs::path> found;
+  glob_t result{};
+  if (glob(pattern.c_str(), 0, nullptr, &result) == 0)
+    for (std::size_t i = 0; i < result.gl_pathc; ++i) found.emplace_back(result.gl_pathv[i]);
+  globfree(&result);
+  return found;
+}
+
 }  // namespace
 
 Command CommandReader::command(Section& section) {
@@ -36,16 +51,17 @@ Command CommandReader::command(Section& section) {
   command.line = section.line("run");
   readRun(section, command);
   readTemplates(section, command);
-  for (const std::string& file : section.texts("files")) {
-    command.files.push_back(existing(section.line("files"), file));
-    claim(section.line("files"), command.files.back().filename().string());
-  }
+  readSupplied(section, "files", command);
+  readSupplied(section, "links", command);
+  readEnvironment(section, command);
+  readScratch(section, command);
+  warnOfMissingScripts(section, command);
   command.timeout = section.positive("timeout").value_or(0);
+  command.resultWait = section.notNegative("result_wait").value_or(0);
+  if (const auto accepted = section.wholeNumbers("accept_status", 0, 255); !accepted.empty())
+    command.acceptedStatus = accepted;
   readFailurePolicy(section, command);
-  if (const auto grace = section.number("kill_grace")) {
-    if (*grace < 0) section.issue("kill_grace", "'kill_grace' is below zero");
-    command.killGrace = *grace;
-  }
+  command.killGrace = section.notNegative("kill_grace").value_or(command.killGrace);
   if (const auto limit = section.positive("output_limit"))  // megabytes
     command.outputLimit = static_cast<std::uintmax_t>(std::min(*limit, 1e9) * 1e6);
   const auto keep = section.choice("keep", {"none", "failed", "best", "all"}).value_or(2);
@@ -72,6 +88,9 @@ void CommandReader::readTemplates(Section& section, Command& command) {
     if (!from || !to) continue;
     claim(line, *to);
     command.templates.push_back({existing(entry.line("from"), *from), *to, line});
+    std::error_code error;
+    if (fs::is_directory(command.templates.back().from, error))
+      entry.issue("from", "'" + *from + "' is not a file");
   }
 }
 
@@ -82,6 +101,9 @@ void CommandReader::readFailurePolicy(Section& section, Command& command) {
   if (retries && command.onFailure == FailurePolicy::stop)
     section.issue("retries", "'retries' needs on_failure = \"retry\" or \"penalty\"");
   command.retries = retries.value_or(command.onFailure == FailurePolicy::retry ? 2 : 0);
+  command.retryWait = section.notNegative("retry_wait").value_or(0);
+  if (command.retryWait > 0 && command.retries == 0)
+    section.issue("retry_wait", "'retry_wait' needs 'retries', or on_failure = \"retry\"");
   const auto penalty = section.positive("penalty");
   if (penalty && command.onFailure != FailurePolicy::penalty)
     section.issue("penalty", "'penalty' needs on_failure = \"penalty\"");
@@ -89,32 +111,110 @@ void CommandReader::readFailurePolicy(Section& section, Command& command) {
 }
 
 void CommandReader::readRun(Section& section, Command& command) {
+  command.launcher = section.texts("launcher");
+  if (!command.launcher.empty())
+    command.program = program(section, "launcher", command.launcher[0]);
   if (!section.has("run")) return section.issue("no 'run': the command to start is missing");
   if (section.take("run")->is_string()) {
     command.shell = true;
-    command.program = "/bin/sh";
+    if (command.launcher.empty()) command.program = "/bin/sh";
     if (const auto line = section.text("run")) command.words = {*line};
     return;
   }
   command.words = section.texts("run");
   if (command.words.empty() || command.words[0].empty())
     return section.issue("run", "'run' names no program");
-  runProgram(section, command);
+  const fs::path own = program(section, "run", command.words[0]);
+  if (command.launcher.empty()) command.program = own;
+  else command.words[0] = own.string();  // what the launcher starts has other directories
 }
 
-void CommandReader::runProgram(Section& section, Command& command) {
-  const std::string& name = command.words[0];
+// A name with a slash lies beside the problem file, one without in PATH.
+fs::path CommandReader::program(Section& section, const std::string& key, const std::string& name) {
   if (name.find('/') == std::string::npos) {
-    command.program = searchProgram(name);
-    if (command.program.empty())
-      section.issue("run", "program '" + name + "' is not in PATH; one beside the problem file " +
-                               "is written './" + name + "'");
-    return;
+    const fs::path found = name.empty() ? fs::path() : searchProgram(name);
+    if (found.empty())
+      section.issue(key, "program '" + name + "' is not in PATH; one beside the problem file " +
+                             "is written './" + name + "'");
+    return found;
   }
-  command.program = existing(section.line("run"), name);
+  const fs::path path = existing(section.line(key), name);
   std::error_code error;
-  if (fs::exists(command.program, error) && access(command.program.c_str(), X_OK) != 0)
-    section.issue("run", "'" + name + "' may not be executed");
+  if (fs::exists(path, error) && fs::is_directory(path, error))
+    section.issue(key, "'" + name + "' is not a file");
+  else if (fs::exists(path, error) && access(path.c_str(), X_OK) != 0)
+    section.issue(key, "'" + name + "' may not be executed");
+  return path;
+}
+
+// Names and patterns of files and folders.
+void CommandReader::readSupplied(Section& section, const char* key, Command& command) {
+  const int line = section.line(key);
+  for (const std::string& name : section.texts(key)) {
+    std::vector<fs::path> matches;
+    if (name.find_first_of("*?[") == std::string::npos)
+      matches = {existing(line, name)};
+    else if ((matches = matching(directory, name)).empty())
+      section.issue(key, "nothing is called '" + name + "' in " + directory.string());
+    for (fs::path path : matches) {
+      if (!path.has_filename()) path = path.parent_path();  // "mesh/"
+      command.files.push_back({path, path.filename().string(), std::string(key) == "links"});
+      claim(line, command.files.back().to);
+    }
+  }
+}
+
+void CommandReader::readEnvironment(Section& section, Command& command) {
+  command.environment = section.pairs("env");
+  for (const auto& [name, value] : command.environment)
+    if (name.empty() || name.find('=') != std::string::npos || name.rfind("TARNIX_", 0) == 0)
+      section.issue("env", "'" + name + "' is no name of a variable of the environment for a run");
+}
+
+// A directory, or a variable of the environment that names one.
+void CommandReader::readScratch(Section& section, Command& command) {
+  const auto name = section.text("scratch");
+  if (!name) return;
+  std::string place = *name;
+  if (place[0] == '$') {
+    const std::size_t end = std::min(place.find('/'), place.size());
+    const char* value = std::getenv(place.substr(1, end - 1).c_str());
+    if (!value || !*value)
+      return section.issue("scratch", "the environment holds no " + place.substr(0, end));
+    place = value + place.substr(end);
+  }
+  command.scratch = fs::absolute(directory / place).lexically_normal();
+  std::error_code error;
+  if (!fs::is_directory(command.scratch, error))
+    section.issue("scratch", "'" + command.scratch.string() + "' is no directory");
+}
+
+// Runs begin in a directory of their own: a script beside the problem file is not found by its
+// bare name there.
+void CommandReader::warnOfMissingScripts(Section& section, const Command& command) {
+  static const char* const endings[] = {".sh", ".py", ".pl", ".awk", ".m", ".R", ".jl", ".rb",
+                                        ".lua", ".tcl", ".bash"};
+  std::string all;
+  for (const std::string& word : command.words) all += word + "\n";
+  std::istringstream words(all);
+  for (std::string word; words >> word;) {
+    const fs::path path(word);
+    const bool script = std::any_of(std::begin(endings), std::end(endings), [&](const char* e) {
+      return path.extension() == e;
+    });
+    std::error_code error;
+    const bool beside = fs::exists(directory / path, error);
+    const bool named = script || (beside && word.find('/') != std::string::npos);
+    if (!named || path.is_absolute() || word.find_first_of("{}$`'\"<>;|&()*?") != word.npos ||
+        targets.count(path.lexically_normal().generic_string()) ||
+        (!command.shell && word == command.words[0]))
+      continue;
+    issues.warn(section.line("run"),
+                "command: '" + word + "' is not in the directory of a run; " +
+                    (beside ? "write {{dir}}/" + path.lexically_normal().generic_string() +
+                                  ", or name it in 'files'"
+                            : "nor is there one beside the problem file"));
+  }
 }
 
 // Takes a name in the run directory. Names are compared as paths: ./a//b is a/b.
@@ -129,21 +229,21 @@ void CommandReader::claim(int line, const std::string& to) {
   targets.insert(path);
 }
 
-// A file that the problem names, relative to its own place.
+// A file or folder that the problem names, relative to its own place.
 fs::path CommandReader::existing(int line, const std::string& name) {
   const fs::path path = (directory / name).lexically_normal();
   std::error_code error;
   if (!fs::exists(path, error))
     issues.add(line, "command: no file '" + name + "' in " + directory.string());
-  else if (!fs::is_regular_file(path, error))
-    issues.add(line, "command: '" + name + "' is not a file");
+  else if (!fs::is_regular_file(path, error) && !fs::is_directory(path, error))
+    issues.add(line, "command: '" + name + "' is neither a file nor a folder");
   return path;
 }
 
 ResultEntry CommandReader::result(const std::string& name, Section& section) {
   ResultEntry result{name, section.text("file").value_or(""), section.text("key").value_or(""),
                      section.text("regex").value_or(""), section.line()};
-  result.column = section.count("column", 1).value_or(0);
+  readSource(section, result);
   result.json = section.text("json").value_or("");
   result.after = section.text("after").value_or("");
   readPick(section, result);
@@ -157,6 +257,16 @@ ResultEntry CommandReader::result(const std::string& name, Section& section) {
   if (!insideDirectory(result.file))
     section.issue("file", "'" + result.file + "' lies outside the run directory");
   return result;
+}
+
+// A column has a number, or a name in the first line of a table.
+void CommandReader::readSource(Section& section, ResultEntry& result) {
+  const toml::node* column = section.take("column");
+  if (!column) return;
+  if (column->is_string())
+    result.header = section.text("column").value_or("");
+  else
+    result.column = section.count("column", 1).value_or(0);
 }
 
 void CommandReader::readPick(Section& section, ResultEntry& result) {

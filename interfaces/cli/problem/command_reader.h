@@ -19,8 +19,13 @@ class CommandReader {
 
  private:
   void readRun(Section& section, Command& command);
-  void runProgram(Section& section, Command& command);
+  std::filesystem::path program(Section& section, const std::string& key, const std::string& name);
+  void readSupplied(Section& section, const char* key, Command& command);
+  void readEnvironment(Section& section, Command& command);
+  void readScratch(Section& section, Command& command);
+  void warnOfMissingScripts(Section& section, const Command& command);
   void readTemplates(Section& section, Command& command);
+  void readSource(Section& section, ResultEntry& result);
   static void readPick(Section& section, ResultEntry& result);
   void readFailurePolicy(Section& section, Command& command);
   void claim(int line, const std::string& to);

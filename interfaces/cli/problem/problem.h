@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/issues.h"
@@ -19,6 +20,7 @@ struct VariableEntry {
   double lower = 0;
   double upper = 0;
   int line = 0;
+  std::optional<double> differenceStep{};  // of its own, in units of half its range
 };
 
 struct Expression {
@@ -61,11 +63,13 @@ struct ResultEntry {
   std::string key;    // "key = value" or "key: value" on a line, or
   std::string regex;  // the first group of an expression that matches within a line, or
   int line = 0;
-  int column = 0;     // the word of this number in a line, where it is a number; or
+  int column = 0;     // the word of this number in a line, where it is a number, or the cells
+                      // below this word in a file of comma-separated values; or
   std::string json{};  // what a pointer like /a/b names in a JSON file
   std::string after{};  // lines count behind the first that holds this text
   Pick pick = Pick::last;  // of several matches
   int pickNumber = 0;      // from 1 on, with Pick::number
+  std::string header{};    // a column by its name
 };
 
 struct TemplateFile {
@@ -74,18 +78,31 @@ struct TemplateFile {
   int line = 0;
 };
 
+// What a run directory gets from beside the problem file.
+struct SuppliedFile {
+  std::filesystem::path from;  // absolute; a file or a folder
+  std::string to;              // in the run directory
+  bool link = false;           // by a symbolic link, else as a copy
+};
+
 enum class FailurePolicy { stop, retry, penalty };
 enum class Keep { none, failed, best, all };  // best: failed ones, and the final design
 
 struct Command {
+  std::vector<std::string> launcher;  // words before these, with placeholders; a program first
   std::vector<std::string> words;  // with placeholders; one word when the shell runs it
   bool shell = false;
-  std::filesystem::path program;  // absolute, resolved from the first word
+  std::filesystem::path program;  // absolute, resolved from the first word of all
   std::vector<TemplateFile> templates;
-  std::vector<std::filesystem::path> files;  // copied into each run directory
+  std::vector<SuppliedFile> files;
+  std::vector<std::pair<std::string, std::string>> environment;  // values with placeholders
+  std::vector<int> acceptedStatus{0};
+  std::filesystem::path scratch;  // directories of runs are made here; empty: where they are kept
+  double resultWait = 0;          // seconds that results may come after the end of a run
   double timeout = 0;                        // seconds, 0 for none
   FailurePolicy onFailure = FailurePolicy::stop;
   int retries = 0;
+  double retryWait = 0;     // seconds before a run is repeated
   double penalty = 1e6;  // objective and violations of a failed evaluation, in scaled units
   Keep keep = Keep::best;
   double killGrace = 5;                  // seconds between SIGTERM and SIGKILL

@@ -121,10 +121,18 @@ class Reader {
       variable.line = section.line();
       variable.unit = section.text("unit").value_or("");
       readRange(section, variable);
+      variable.differenceStep = readStep(section);
       if (fresh) problem.variables.push_back(variable);
     });
     if (root.has("variables") && problem.variables.empty() && issues.empty())
       root.issue("variables", "[variables] holds no variable");
+  }
+
+  std::optional<double> readStep(Section& section) {
+    const auto step = section.positive("difference_step");
+    if (step && *step >= 1)
+      section.issue("difference_step", "'difference_step' is a share of half the range: below 1");
+    return step;
   }
 
   void readRange(Section& section, VariableEntry& variable) {
@@ -246,9 +254,7 @@ class Reader {
     options.maxEvaluations = section.count("max_evaluations", 1).value_or(0);
     options.maxSeconds = section.positive("max_seconds").value_or(0);
     options.tolerance = section.positive("tolerance").value_or(options.tolerance);
-    options.differenceStep = section.positive("difference_step").value_or(options.differenceStep);
-    if (options.differenceStep >= 1)
-      section.issue("difference_step", "'difference_step' is a share of half the range: below 1");
+    options.differenceStep = readStep(section).value_or(options.differenceStep);
     options.centralDifferences =
         section.choice("differences", {"forward", "central"}).value_or(0) == 1;
     options.insideBounds = section.flag("inside_bounds").value_or(false);

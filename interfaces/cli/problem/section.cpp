@@ -42,6 +42,12 @@ std::optional<double> Section::positive(const std::string& key) {
   return value && *value > 0 ? value : std::nullopt;
 }
 
+std::optional<double> Section::notNegative(const std::string& key) {
+  const auto value = number(key);
+  if (value && *value < 0) issue(key, "'" + key + "' is below zero");
+  return value && *value >= 0 ? value : std::nullopt;
+}
+
 std::optional<int> Section::count(const std::string& key, int smallest) {
   const toml::node* node = take(key);
   if (!node) return {};
@@ -110,6 +116,43 @@ std::vector<std::string> Section::texts(const std::string& key) {
     }
   else
     issue(key, "'" + key + "' is not a list of texts in brackets");
+  return result;
+}
+
+std::vector<int> Section::wholeNumbers(const std::string& key, int smallest, int largest) {
+  std::vector<int> result;
+  const auto add = [&](const toml::node& node) {
+    const auto value = node.value_exact<int64_t>();
+    if (value && *value >= smallest && *value <= largest)
+      result.push_back(static_cast<int>(*value));
+    else
+      issues.add(lineOf(node), name + ": '" + key + "' holds something but whole numbers from " +
+                                   std::to_string(smallest) + " to " + std::to_string(largest));
+  };
+  const toml::node* node = take(key);
+  if (!node) return result;
+  if (const toml::array* list = node->as_array())
+    for (const toml::node& item : *list) add(item);
+  else
+    add(*node);
+  return result;
+}
+
+std::vector<std::pair<std::string, std::string>> Section::pairs(const std::string& key) {
+  std::vector<std::pair<std::string, std::string>> result;
+  const toml::node* node = take(key);
+  if (!node) return result;
+  if (!node->is_table())
+    return issue(key, "'" + key + "' is not a table: write " + key + " = { NAME = \"value\" }"),
+           result;
+  for (const auto& [word, item] : inFileOrder(*node->as_table())) {
+    if (const auto text = item->value_exact<std::string>())
+      result.emplace_back(word, *text);
+    else if (const auto value = item->value<double>(); value && item->is_number())
+      result.emplace_back(word, shortest(*value));
+    else
+      issues.add(lineOf(*item), name + ": '" + clipped(word) + "' is neither a text nor a number");
+  }
   return result;
 }
 

@@ -36,6 +36,7 @@ class Section {
   const toml::node* take(const std::string& key);
   std::optional<double> number(const std::string& key);  // finite
   std::optional<double> positive(const std::string& key);
+  std::optional<double> notNegative(const std::string& key);
   std::optional<int> count(const std::string& key, int smallest);
   std::optional<std::string> text(const std::string& key);
   std::optional<bool> flag(const std::string& key);
@@ -44,6 +45,10 @@ class Section {
   // An expression: a text, or a plain number.
   Expression expression(const std::string& key);
   std::vector<std::string> texts(const std::string& key);
+  // A whole number or a list of them.
+  std::vector<int> wholeNumbers(const std::string& key, int smallest, int largest);
+  // A table of texts or numbers, in the order of the file.
+  std::vector<std::pair<std::string, std::string>> pairs(const std::string& key);
   void finish() const;
 
  private:

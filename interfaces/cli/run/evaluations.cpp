@@ -1,6 +1,7 @@
 #include "run/evaluations.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace tarnix::cli {
@@ -39,7 +40,7 @@ void Evaluations::replay(bool retryFailed) {
     } else {
       const Judged judged = judge(problem, model, record);
       record.values = judged.values;
-      keepBest(problem, record, judged, bestSeen);
+      note(record, judged);
     }
     ++count.replayed;
     if (!simulator) ++count.total;
@@ -88,8 +89,11 @@ std::string Evaluations::failureAt(std::span<const double> x) const {
 }
 
 Record Evaluations::recordOf(const Run& run, const RunOutcome& outcome) const {
-  Record record{run.number, run.x, outcome.results, {}, outcome.reason, outcome.seconds};
-  if (record.failed.empty()) record.values = model.values(run.x, record.results);
+  Record record{run.number, run.x, outcome.results, {}, {}, outcome.seconds};
+  if (!outcome.reason.empty())
+    record.failed = outcome.reason + outcome.lastErrors;
+  else
+    record.values = model.values(run.x, record.results);
   return record;
 }
 
@@ -163,7 +167,7 @@ bool Evaluations::advance(const Designs& designs, int most) {
 
 void Evaluations::runAll(const Designs& designs) {
   while (!advance(designs, jobs)) {
-    if (runs.empty()) keepLimits();  // what runs is waited for
+    if (runs.empty() && retries.empty()) keepLimits();  // what runs is waited for
     wait();
   }
 }
@@ -177,7 +181,9 @@ void Evaluations::wait() {
 }
 
 bool Evaluations::isRunning(const Key& key) const {
-  return std::any_of(runs.begin(), runs.end(), [&](const Run& run) { return keyOf(run.x) == key; });
+  const auto same = [&](const auto& one) { return keyOf(one.x) == key; };
+  return std::any_of(runs.begin(), runs.end(), same) ||
+         std::any_of(retries.begin(), retries.end(), same);
 }
 
 void Evaluations::startRun(std::span<const double> x, int attempt) {
@@ -195,6 +201,26 @@ void Evaluations::collect() {
     return outcome.has_value();
   });
   for (const auto& [run, outcome] : ended) finish(run, outcome);
+  beginRetries();
+}
+
+void Evaluations::beginRetries() {
+  const auto now = Clock::now();
+  const auto due = std::stable_partition(retries.begin(), retries.end(),
+                                         [&](const Retry& retry) { return retry.from > now; });
+  const std::vector<Retry> ready(due, retries.end());
+  retries.erase(due, retries.end());
+  for (const Retry& retry : ready) startRun(retry.x, retry.attempt);
+}
+
+// Where the rest is, and the end of what the run said.
+std::string Evaluations::failureText(const Run& run, const RunOutcome& outcome) const {
+  std::string text = "run " + runName(run.number) + ": " + outcome.reason;
+  if (run.attempt > 1) text += " (attempt " + std::to_string(run.attempt) + ")";
+  if (problem.command->keep != Keep::none) text += "; see " + run.directory.string();
+  if (outcome.lastErrors.empty()) return text;
+  return text + (problem.command->keep != Keep::none ? "/stderr.txt" : "; its standard error") +
+         ", which ends with" + outcome.lastErrors;
 }
 
 void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
@@ -206,26 +232,35 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
     record.values = model.values(run.x, outcome.results);
   } else {
     ++count.failed;
-    latestFailure = "run " + runName(run.number) + ": " + outcome.reason;
+    latestFailure = record.failed = failureText(run, outcome);
     if (run.attempt <= command.retries) {
       if (history) history->noteFailedAttempt(run.number);
-      return startRun(run.x, run.attempt + 1);
+      const auto wait = std::chrono::duration<double>(command.retryWait);
+      retries.push_back({run.x, run.attempt + 1,
+                         Clock::now() + std::chrono::duration_cast<Clock::duration>(wait)});
+      return;
     }
-    record.failed = latestFailure;
-    if (run.attempt > 1) record.failed += " (attempt " + std::to_string(run.attempt) + ")";
-    if (command.keep != Keep::none) record.failed += "; see " + run.directory.string();
     if (command.onFailure == FailurePolicy::penalty) record.values = penaltiesOf(problem);
-    latestFailure = record.failed;
   }
   store(std::move(record));
 }
 
 void Evaluations::store(Record record) {
   if (history) history->append(record);
-  keepBest(problem, record, judge(problem, model, record), bestSeen);
+  note(record, judge(problem, model, record));
   known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed),
                            std::move(record.results)};
   if (onChange) onChange();
+}
+
+void Evaluations::note(const Record& record, const Judged& judged) {
+  keepBest(problem, record, judged, bestSeen);
+  if (!judged.measured || !std::isnan(judged.violation) || ++spoiled.designs > 1) return;
+  const auto first = std::find_if(judged.values.begin(), judged.values.end(),
+                                  [](double value) { return !std::isfinite(value); });
+  const auto j = static_cast<std::size_t>(first - judged.values.begin());
+  spoiled.name = j == 0 ? problem.objective.name : problem.constraints[j - 1].name;
+  spoiled.inside = judged.inside;
 }
 
 // Every limit is violated by the penalty; an objective that is much worse than any real one.

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "problem/model.h"
+#include "run/advice.h"
 #include "run/history.h"
 #include "run/judgement.h"
 #include "run/simulator.h"
@@ -73,7 +74,11 @@ class Evaluations {
   // objective.
   const std::optional<BestDesign>& best() const { return bestSeen; }
   const Counts& counts() const { return count; }
-  int running() const { return static_cast<int>(runs.size()); }
+  // In work, those that wait to be repeated too.
+  int running() const { return static_cast<int>(runs.size() + retries.size()); }
+
+  // Of the designs that were measured, or known from the history.
+  const NotFinite& notFinite() const { return spoiled; }
 
   // Why the run of a design has failed; empty when it was measured.
   std::string failureAt(std::span<const double> x) const;
@@ -95,15 +100,24 @@ class Evaluations {
 
   void replay(bool retryFailed);
   bool limitReached() const;
+  struct Retry {  // a run to be repeated, not before a time
+    std::vector<double> x;
+    int attempt;
+    Clock::time_point from;
+  };
+
   Record recordOf(const Run& run, const RunOutcome& outcome) const;
+  std::string failureText(const Run& run, const RunOutcome& outcome) const;
   void compute(std::span<const double> x);
   void runAll(const Designs& designs);
   void startRun(std::span<const double> x, int attempt);
   bool isRunning(const Key& key) const;
   void wait();
   void collect();
+  void beginRetries();
   void finish(const Run& run, const RunOutcome& outcome);
   void store(Record record);
+  void note(const Record& record, const Judged& judged);
 
   const ProblemFile& problem;
   Model& model;
@@ -112,9 +126,11 @@ class Evaluations {
   const int jobs;
   std::unordered_map<Key, Known> known;
   std::vector<Run> runs;
+  std::vector<Retry> retries;
   long nextRun = 1;
   std::function<void(long)> noteStart;
   std::optional<BestDesign> bestSeen;
+  NotFinite spoiled;
   Designs beside;  // as sideBySide
   std::string latestFailure;
   long penaltyAnswer = 0;

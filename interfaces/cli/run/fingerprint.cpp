@@ -32,6 +32,25 @@ class Hash {
   std::uint64_t value = hashOf("");
 };
 
+// Of a folder everything in it. What is linked may be large: its size and time stand for it.
+void addContent(const fs::path& path, bool link, Hash& hash) {
+  std::error_code error;
+  if (fs::is_directory(path, error)) {
+    std::set<fs::path> inside;
+    for (const auto& entry : fs::recursive_directory_iterator(path, error))
+      if (entry.is_regular_file(error)) inside.insert(entry.path());
+    for (const fs::path& one : inside) {
+      hash.add(one.lexically_relative(path).string());
+      addContent(one, link, hash);
+    }
+  } else if (link) {
+    const auto time = fs::last_write_time(path, error).time_since_epoch().count();
+    hash.add(std::to_string(fs::file_size(path, error)) + " " + std::to_string(time));
+  } else {
+    hash.add(contentOf(path));
+  }
+}
+
 // Files beside the problem file that the words name: {{dir}}/x and ./x.
 std::set<fs::path> scripts(const ProblemFile& problem) {
   std::set<fs::path> found;
@@ -76,17 +95,23 @@ void addCommand(const ProblemFile& problem, Fingerprint& parts) {
          {r.name, r.file, r.key, r.regex, r.json, r.after, std::to_string(r.column),
           std::to_string(static_cast<int>(r.pick)), std::to_string(r.pickNumber)})
       results.add(part);
+  for (const auto& r : problem.results)
+    if (!r.header.empty()) results.add(r.name + ' ' + r.header);
   parts.emplace_back("run", words.text());
   parts.emplace_back("results", results.text());
+  Hash environment;
+  for (const auto& [name, value] : command.environment) environment.add(name + '=' + value);
+  if (!command.environment.empty()) parts.emplace_back("env", environment.text());
   const auto addFile = [&](const std::string& kind, const fs::path& path, const std::string& to) {
     Hash hash;
     hash.add(to);
-    hash.add(contentOf(path));
+    addContent(path, kind == "link", hash);
     parts.emplace_back(kind + " '" + path.lexically_relative(problem.directory).string() + "'",
                        hash.text());
   };
   for (const TemplateFile& file : command.templates) addFile("template", file.from, file.to);
-  for (const fs::path& file : command.files) addFile("file", file, file.filename().string());
+  for (const SuppliedFile& file : command.files)
+    addFile(file.link ? "link" : "file", file.from, file.to);
   for (const fs::path& file : scripts(problem)) addFile("program", file, "");
 }
 

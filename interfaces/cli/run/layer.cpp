@@ -47,23 +47,6 @@ std::vector<std::string> layerIssues(const ProblemFile& problem) {
   return messages;
 }
 
-namespace {
-
-// The layer advises in the names of its own options.
-std::string inKeysOfTheFile(std::string text) {
-  const std::pair<const char*, const char*> words[] = {
-      {"set keepInside", "set inside_bounds = true"},
-      {"maxIterations", "max_iterations"},
-      {"go on from this point (option start)", "go on from this point (solve --start best)"},
-      {"with the option start", "with 'tarnix solve --start best'"}};
-  for (const auto& [from, to] : words)
-    for (std::size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + 1))
-      text.replace(at, std::string(from).size(), to);
-  return text;
-}
-
-}  // namespace
-
 Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
   Outcome outcome = outcomeAt(problem, BestDesign{r.point.x, r.point.values, r.point.violation},
                               name(r.reason));
@@ -72,7 +55,6 @@ Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
   outcome.method = name(r.method);
   outcome.status = r.status;
   outcome.meaning = r.meaning;
-  outcome.advice = inKeysOfTheFile(r.advice);
   outcome.iterations = r.iterations;
   for (const Stage& stage : r.stages)
     outcome.stages.push_back({name(stage.settings.method), name(stage.settings.differences),

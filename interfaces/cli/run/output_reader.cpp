@@ -52,6 +52,23 @@ std::optional<std::string_view> columnOf(std::string_view line, int column) {
   return word;
 }
 
+// Cells of a line, without their blanks and quotes.
+std::vector<std::string_view> cellsOf(std::string_view line, char separator) {
+  std::vector<std::string_view> cells;
+  std::size_t begin = 0;
+  bool quoted = false;
+  for (std::size_t i = 0; i <= line.size(); ++i) {
+    if (i < line.size() && line[i] == '"') quoted = !quoted;
+    if (i < line.size() && (quoted || line[i] != separator)) continue;
+    std::string_view cell = trimmed(line.substr(begin, i - begin));
+    if (cell.size() > 1 && cell.front() == '"' && cell.back() == '"')
+      cell = trimmed(cell.substr(1, cell.size() - 2));
+    cells.push_back(cell);
+    begin = i + 1;
+  }
+  return cells;
+}
+
 std::string placeName(const std::string& file) {
   return file.empty() ? "standard output" : "'" + file + "'";
 }
@@ -131,6 +148,24 @@ std::optional<std::string_view> OutputReader::Rule::match(std::string_view line)
   const re2::StringPiece text(line.data(), line.size());
   if (!pattern->Match(text, 0, text.size(), RE2::UNANCHORED, groups, 2)) return {};
   return std::string_view(groups[1].data(), groups[1].size());
+}
+
+// The first line with a cell of this name is the heading; below it every cell that is not empty
+// counts.
+void OutputReader::Found::takeCell(const ResultEntry& entry, std::string_view line) {
+  if (cell) {
+    const auto cells = cellsOf(line, separator);
+    if (*cell < cells.size() && !cells[*cell].empty()) take(entry, cells[*cell]);
+    return;
+  }
+  for (const char c : {',', ';', '\t'}) {
+    const auto cells = cellsOf(line, c);
+    const auto place = std::find(cells.begin(), cells.end(), entry.header);
+    if (place == cells.end()) continue;
+    cell = static_cast<std::size_t>(place - cells.begin());
+    separator = c;
+    return;
+  }
 }
 
 void OutputReader::Found::take(const ResultEntry& entry, std::string_view match) {
@@ -217,7 +252,10 @@ bool OutputReader::scan(const std::filesystem::path& directory, const std::strin
         found[i].behind = line.find(entry.after) != std::string_view::npos;
         continue;
       }
-      if (const auto match = rules[i].match(line)) found[i].take(entry, *match);
+      if (!entry.header.empty())
+        found[i].takeCell(entry, line);
+      else if (const auto match = rules[i].match(line))
+        found[i].take(entry, *match);
     }
   });
   return reason.empty();
@@ -232,6 +270,9 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
              (!behind               ? "no line holds '" + clipped(entry.after) + "' in "
               : found.count > 0     ? "only " + std::to_string(found.count) + " matches in "
               : !entry.json.empty() ? "nothing is called '" + clipped(entry.json) + "' in "
+              : !entry.header.empty()
+                  ? (found.cell ? "no cell below '" : "no column is called '") +
+                        clipped(entry.header) + "' in "
               : entry.column > 0    ? "no number in column " + std::to_string(entry.column) + " of "
               : pattern             ? "regex '" + clipped(entry.regex) + "' matches nothing in "
                                     : "no line '" + entry.key + " = ...' in ") +

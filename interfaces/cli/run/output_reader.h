@@ -40,6 +40,9 @@ class OutputReader {
     std::optional<std::string> text;   // of the one that is picked
     std::optional<double> value;       // of those that are reduced to one
     bool spoiled = false;              // text is one that is no number, among them
+    std::optional<std::size_t> cell;   // of a column that has a name
+    char separator = ',';              // of its cells
+    void takeCell(const ResultEntry& entry, std::string_view line);
     void take(const ResultEntry& entry, std::string_view match);
   };
   bool scan(const std::filesystem::path& directory, const std::string& file, std::uintmax_t limit,

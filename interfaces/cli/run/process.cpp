@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
+#include <string_view>
 #include <system_error>
 
 namespace tarnix::cli {
@@ -124,6 +125,19 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
   return result;
 }
 
+// The program's own, but for what the plan says otherwise.
+std::vector<std::string> environmentOf(const LaunchPlan& plan) {
+  std::vector<std::string> all = plan.environment;
+  for (char** entry = environ; *entry; ++entry) {
+    const std::string_view own(*entry);
+    const std::string_view name = own.substr(0, own.find('=') + 1);
+    if (std::none_of(plan.environment.begin(), plan.environment.end(),
+                     [&](const std::string& other) { return other.rfind(name, 0) == 0; }))
+      all.emplace_back(own);
+  }
+  return all;
+}
+
 }  // namespace
 
 void blockSignals() {
@@ -201,8 +215,7 @@ ProcessTrees::~ProcessTrees() {
 }
 
 pid_t ProcessTrees::start(const LaunchPlan& plan) {
-  std::vector<std::string> environment = plan.environment;
-  for (char** entry = environ; *entry; ++entry) environment.emplace_back(*entry);
+  std::vector<std::string> environment = environmentOf(plan);
   environment.push_back(markName + session + std::to_string(++lastTree) + ".");
   const std::vector<char*> words = pointers(plan.words), variables = pointers(environment);
   Group* const place = std::find(groups, groups + mostGroups, 0);

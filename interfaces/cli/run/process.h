@@ -39,7 +39,7 @@ struct LaunchPlan {
   std::filesystem::path program;
   std::vector<std::string> words;
   std::filesystem::path directory;  // standard streams are files in it
-  std::vector<std::string> environment;  // NAME=value, beside the program's own
+  std::vector<std::string> environment;  // NAME=value, in place of the program's own
 };
 
 // Starts processes and ends them with all that they have started. A process is known to belong to a

@@ -25,11 +25,13 @@ void warnSwallowedSteps(const ProblemFile& problem, Simulator& simulator, Issues
   for (std::size_t i = 0; i < x.size(); ++i) {
     const VariableEntry& v = problem.variables[i];
     if (v.lower == v.upper || std::find(used.begin(), used.end(), v.name) == used.end()) continue;
-    const double step = problem.options.differenceStep * (v.upper - v.lower) / 2;
+    const double step =
+        v.differenceStep.value_or(problem.options.differenceStep) * (v.upper - v.lower) / 2;
     x[i] = v.start + step;
     const Simulator::Preview moved = simulator.preview(x);
     x[i] = v.start;
-    if (moved.words == start.words && moved.files == start.files)
+    if (moved.words == start.words && moved.files == start.files &&
+        moved.environment == start.environment)
       issues.warn(v.line, "variable '" + v.name + "': a difference step of " + rounded(step, 3) +
                               " does not show in what the command is given; write more digits, or "
                               "raise difference_step");
@@ -107,13 +109,6 @@ void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
   std::error_code ignored;
   if (!fs::remove(places.runs, ignored)) putAside(places.runs, ".runs");  // an empty one is no loss
   putAside(places.best, ".best");
-}
-
-void sweepRuns(const fs::path& runs, const History& history) {
-  for (const long run : history.cutShort()) {
-    std::error_code ignored;
-    fs::remove_all(runs / runName(run), ignored);
-  }
 }
 
 }  // namespace tarnix::cli

@@ -36,9 +36,6 @@ void moveStart(Setup& setup, const Places& places, const std::string& where);
 // come to its end or fresh is set; throws Failure otherwise.
 void makeRoom(const ProblemFile& problem, const Places& places, bool fresh);
 
-// Removes the directories of runs that the history began and a kill has cut short.
-void sweepRuns(const std::filesystem::path& runs, const History& history);
-
 // Renames a file or directory to the next free of NAME.1.EXTENSION, NAME.2.EXTENSION and so on,
 // where it is there. Its new name.
 std::filesystem::path putAside(const std::filesystem::path& path, const std::string& extension);

@@ -1,7 +1,10 @@
 #include "run/simulator.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <deque>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 
 #include "base/numbers.h"
@@ -13,12 +16,37 @@ namespace tarnix::cli {
 
 namespace {
 
-const std::vector<std::string> textNames{"dir", "run"};
+const std::vector<std::string> textNames{"dir", "run", "slot"};
+
+// The end of a file, from the beginning of a line on where it has one.
+std::string tailOf(const fs::path& path, std::streamoff most) {
+  std::ifstream stream(path, std::ios::binary | std::ios::ate);
+  const std::streamoff size = stream ? std::streamoff(stream.tellg()) : 0;
+  std::string text(static_cast<std::size_t>(std::min(size, most)), '\0');
+  stream.seekg(size - static_cast<std::streamoff>(text.size()));
+  if (!stream.read(text.data(), static_cast<std::streamsize>(text.size()))) return {};
+  if (size > most) text.erase(0, text.find('\n') + 1);
+  return text;
+}
+
+// To another file system too.
+void moveDirectory(const fs::path& from, const fs::path& to) {
+  std::error_code error;
+  fs::rename(from, to, error);
+  if (!error) return;
+  fs::copy(from, to, fs::copy_options::recursive | fs::copy_options::copy_symlinks, error);
+  if (error) throw Failure(exitFiles, to.string() + ": cannot be made: " + error.message());
+  fs::remove_all(from, error);
+}
 
 void writeFile(const fs::path& path, const std::string& content) {
   std::ofstream stream(path, std::ios::binary);
   if (!(stream << content) || !stream.flush())
     throw Failure(exitFiles, path.string() + ": cannot be written");
+}
+
+Clock::duration secondsOf(double seconds) {
+  return std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
 }
 
 }  // namespace
@@ -33,12 +61,22 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
     : problem(p), command(*p.command), model(m), reader(p.results, issues) {
   const std::vector<std::string>& numbers = m.inputNames();
   bool used = false;
-  for (const std::string& word : command.words) {
-    words.emplace_back(
-        word, numbers, textNames,
-        [&](int, const std::string& fault) { issues.add(command.line, "command: " + fault); },
-        command.shell ? TextTemplate::Kind::shell : TextTemplate::Kind::plain);
-    used = words.back().usesNumbers() || used;
+  const auto complain = [&](int, const std::string& fault) {
+    issues.add(command.line, "command: " + fault);
+  };
+  const auto add = [&](const std::vector<std::string>& list, TextTemplate::Kind kind) {
+    for (const std::string& word : list) {
+      words.emplace_back(word, numbers, textNames, complain, kind);
+      used = words.back().usesNumbers() || used;
+    }
+  };
+  add(command.launcher, TextTemplate::Kind::plain);
+  if (command.shell && !command.launcher.empty())
+    add({"/bin/sh", "-c"}, TextTemplate::Kind::plain);
+  add(command.words, command.shell ? TextTemplate::Kind::shell : TextTemplate::Kind::plain);
+  for (const auto& [name, value] : command.environment) {
+    environment.push_back({name, TextTemplate(value, numbers, textNames, complain)});
+    used = environment.back().text.usesNumbers() || used;
   }
   for (const TemplateFile& file : command.templates) {
     std::string content;
@@ -55,16 +93,26 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
                                  "}}: every run would be the same");
 }
 
+// With a scratch directory runs of other problems may stand in it too.
 void Simulator::open(const fs::path& runsDirectory) {
-  runs = runsDirectory;
-  std::error_code error;
-  fs::create_directories(runs, error);
-  if (error) throw Failure(exitFiles, runs.string() + ": cannot be made: " + error.message());
+  runs = place = runsDirectory;
+  if (!command.scratch.empty()) {
+    char name[32];
+    std::snprintf(name, sizeof name, "tarnix-%016llx",
+                  static_cast<unsigned long long>(hashOf(fs::absolute(runs).string())));
+    place = command.scratch / name;
+  }
+  for (const fs::path& directory : {runs, place}) {
+    std::error_code error;
+    fs::create_directories(directory, error);
+    if (error)
+      throw Failure(exitFiles, directory.string() + ": cannot be made: " + error.message());
+  }
   trees = std::make_unique<ProcessTrees>();
 }
 
-std::vector<std::string> Simulator::texts(long number) const {
-  return {problem.directory.string(), runName(number)};
+std::vector<std::string> Simulator::texts(long number, int slot) const {
+  return {problem.directory.string(), runName(number), std::to_string(slot)};
 }
 
 Run Simulator::start(long number, std::span<const double> x, int attempt,
@@ -73,24 +121,31 @@ Run Simulator::start(long number, std::span<const double> x, int attempt,
   run.x.assign(x.begin(), x.end());
   run.attempt = attempt;
   std::error_code error;
-  while (fs::exists(fs::symlink_status(runs / runName(number), error))) ++number;
+  const auto taken = [&](const fs::path& directory) {
+    return fs::exists(fs::symlink_status(directory / runName(number), error));
+  };
+  while (taken(runs) || taken(place)) ++number;
   run.number = number;
-  run.directory = runs / runName(number);
+  run.directory = place / runName(number);
   if (noteStart) noteStart(number);
   if (!fs::create_directory(run.directory, error))
     throw Failure(exitFiles, run.directory.string() + ": cannot be made: " +
                                  (error ? error.message() : "it is there already"));
+  const auto free = std::find(slots.begin(), slots.end(), false);
+  run.slot = static_cast<int>(free - slots.begin());
   fillDirectory(run);
-  run.started = Clock::now();
-  if (command.timeout > 0)
-    run.deadline = run.started + std::chrono::duration_cast<Clock::duration>(
-                                     std::chrono::duration<double>(command.timeout));
+  run.started = run.looked = Clock::now();
+  if (command.timeout > 0) run.deadline = run.started + secondsOf(command.timeout);
   try {
     run.process = trees->start(planOf(run));
   } catch (const std::system_error& wrong) {
-    leaveDirectory(run, true);
+    leaveDirectory(run, command.keep != Keep::none);
     throw Failure(exitEvaluation, wrong.what());
   }
+  if (free == slots.end())
+    slots.push_back(true);
+  else
+    *free = true;
   return run;
 }
 
@@ -99,30 +154,44 @@ void Simulator::fillDirectory(const Run& run) const {
   for (const Filled& file : templates) {
     const fs::path target = run.directory / file.to;
     if (target.has_parent_path()) fs::create_directories(target.parent_path());
-    writeFile(target, file.text.filled(numbers, texts(run.number)));
+    writeFile(target, file.text.filled(numbers, texts(run.number, run.slot)));
   }
-  for (const fs::path& file : command.files) {
-    std::error_code error;
-    fs::copy_file(file, run.directory / file.filename(), error);
-    if (error)
-      throw Failure(exitFiles, file.string() + ": cannot be copied to " + run.directory.string() +
-                                   ": " + error.message());
-  }
+  for (const SuppliedFile& file : command.files) supply(file, run);
+}
+
+void Simulator::supply(const SuppliedFile& file, const Run& run) const {
+  std::error_code error;
+  const fs::path target = run.directory / file.to;
+  if (file.link)
+    fs::create_symlink(file.from, target, error);
+  else
+    fs::copy(file.from, target, fs::copy_options::recursive, error);
+  if (error)
+    throw Failure(exitFiles, file.from.string() + ": cannot be put into " +
+                                 run.directory.string() + ": " + error.message());
+}
+
+// As they are, but for the first, which the system looks for by its full name.
+std::vector<std::string> Simulator::commandWords(std::span<const double> numbers,
+                                                 const std::vector<std::string>& names) const {
+  std::vector<std::string> filled;
+  if (command.shell && command.launcher.empty()) filled = {"sh", "-c"};
+  for (const TextTemplate& word : words) filled.push_back(word.filled(numbers, names));
+  return filled;
 }
 
 LaunchPlan Simulator::planOf(const Run& run) const {
-  LaunchPlan plan{command.program, {}, run.directory, {}};
-  if (command.shell) plan.words = {"sh", "-c"};
   const std::vector<double> numbers = model.inputs(run.x);
-  for (const TextTemplate& word : words)
-    plan.words.push_back(word.filled(numbers, texts(run.number)));
+  const std::vector<std::string> names = texts(run.number, run.slot);
+  LaunchPlan plan{command.program, commandWords(numbers, names), run.directory, {}};
+  for (const Filled& variable : environment)
+    plan.environment.push_back(variable.to + "=" + variable.text.filled(numbers, names));
   return plan;
 }
 
 void Simulator::askToEnd(Run& run, const std::string& reason) {
   run.ending = reason;
-  run.deadline = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                    std::chrono::duration<double>(command.killGrace));
+  run.deadline = Clock::now() + secondsOf(command.killGrace);
   trees->terminate(run.process);
 }
 
@@ -135,64 +204,106 @@ bool Simulator::outputTooLarge(const Run& run) const {
   return false;
 }
 
-std::optional<RunOutcome> Simulator::finished(Run& run, bool keep) {
-  RunOutcome outcome;
+// Ends a run that takes too long or prints too much. Sizes are asked for now and then: with many
+// runs on a shared disk that is dear.
+void Simulator::look(Run& run) {
   const auto now = Clock::now();
-  outcome.seconds = std::chrono::duration<double>(now - run.started).count();
-  const bool late = run.deadline && now >= *run.deadline;
+  if (run.deadline && now >= *run.deadline)
+    return askToEnd(run, "the command was ended after its timeout of " +
+                             shortest(command.timeout) + " s");
+  if (now - run.looked < std::chrono::milliseconds(200)) return;
+  run.looked = now;
+  if (outputTooLarge(run))
+    askToEnd(run, "the command was ended, as it printed more than output_limit allows, " +
+                      shortest(static_cast<double>(command.outputLimit) / 1e6) + " MB");
+}
+
+// Whether the outcome is known: the process is gone, and its results are there or too late.
+bool Simulator::hasEnded(Run& run, RunOutcome& outcome) {
   if (!run.ending.empty()) {
-    if (!late && !trees->gone(run.process)) return {};
+    if (Clock::now() < *run.deadline && !trees->gone(run.process)) return false;
     trees->finish(run.process);
     outcome.reason = run.ending;
-  } else if (const auto ending = trees->ended(run.process)) {
-    if (!ending->exited || ending->status != 0)
-      outcome.reason = "the command ended with " + ending->text();
-    else
-      outcome.results = reader.read(run.directory, command.outputLimit, outcome.reason);
-  } else {
-    if (late)
-      askToEnd(run, "the command was ended after its timeout of " + shortest(command.timeout) +
-                        " s");
-    else if (outputTooLarge(run))
-      askToEnd(run, "the command was ended, as it printed more than output_limit allows, " +
-                        shortest(static_cast<double>(command.outputLimit) / 1e6) + " MB");
-    return {};
+    return true;
   }
-  if (!outcome.reason.empty()) outcome.reason += lastErrorLines(run);
-  if (!keep) leaveDirectory(run, outcome.reason.empty());
+  if (run.process > 0) {
+    const auto ending = trees->ended(run.process);
+    if (!ending) return look(run), false;
+    run.process = -1;
+    run.deadline = Clock::now() + secondsOf(command.resultWait);
+    const auto& accepted = command.acceptedStatus;
+    if (!ending->exited ||
+        std::find(accepted.begin(), accepted.end(), ending->status) == accepted.end()) {
+      outcome.reason = "the command ended with " + ending->text();
+      return true;
+    }
+  }
+  outcome.results = reader.read(run.directory, command.outputLimit, outcome.reason);
+  if (outcome.reason.empty()) return true;
+  if (Clock::now() < *run.deadline) return outcome.reason.clear(), false;
+  if (command.resultWait > 0)
+    outcome.reason += ", " + shortest(command.resultWait) + " s after the command's end";
+  return true;
+}
+
+std::optional<RunOutcome> Simulator::finished(Run& run, bool keep) {
+  RunOutcome outcome;
+  if (!hasEnded(run, outcome)) return {};
+  outcome.seconds = std::chrono::duration<double>(Clock::now() - run.started).count();
+  if (!outcome.reason.empty()) outcome.lastErrors = lastErrorLines(run);
+  const bool wanted = command.keep == Keep::all ||
+                      (command.keep != Keep::none && !outcome.reason.empty());
+  slots[static_cast<std::size_t>(run.slot)] = false;
+  leaveDirectory(run, keep || wanted);
   return outcome;
 }
 
 void Simulator::abandon(std::vector<Run*> unwanted) {
   for (Run* run : unwanted)
-    if (run->ending.empty()) askToEnd(*run, "it is not wanted any more");
+    if (run->process > 0 && run->ending.empty()) askToEnd(*run, "it is not wanted any more");
   for (Run* run : unwanted) {
     try {
-      while (Clock::now() < *run->deadline && !trees->gone(run->process))
+      while (run->process > 0 && Clock::now() < *run->deadline && !trees->gone(run->process))
         waitForChild(Clock::now() + std::chrono::milliseconds(20));
     } catch (const Interrupted&) {
       // At once, then; the others too.
       for (Run* other : unwanted) other->deadline = Clock::now();
     }
-    trees->finish(run->process);
-    std::error_code ignored;
-    fs::remove_all(run->directory, ignored);
+    if (run->process > 0) trees->finish(run->process);
+    leaveDirectory(*run, false);
   }
 }
 
 // Simulators say on standard error, and there at the end, what they miss.
-std::string Simulator::lastErrorLines(const Run& run) const {
-  std::string content;
-  if (!readFile(run.directory / "stderr.txt", content)) return {};
-  while (!content.empty() && (content.back() == '\n' || content.back() == '\r')) content.pop_back();
-  const std::string last = content.substr(content.find_last_of('\n') + 1);
-  return last.empty() ? "" : "; it says: " + printable(clipped(last, 200));
+std::string Simulator::lastErrorLines(const Run& run) {
+  std::istringstream lines(tailOf(run.directory / "stderr.txt", 4000));
+  std::deque<std::string> last;
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find_first_not_of(" \t\r") == std::string::npos) continue;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    last.push_back(printable(clipped(line, 200)));
+    if (last.size() > 5) last.pop_front();
+  }
+  std::string text;
+  for (const std::string& line : last) text += "\n    | " + line;
+  return text;
 }
 
-void Simulator::leaveDirectory(const Run& run, bool succeeded) const {
-  if (command.keep == Keep::all || (command.keep != Keep::none && !succeeded)) return;
+// What stays has its place beside the problem file.
+void Simulator::leaveDirectory(Run& run, bool keep) {
+  if (!keep) {
+    std::error_code ignored;
+    fs::remove_all(run.directory, ignored);
+  } else if (place != runs) {
+    moveDirectory(run.directory, runs / runName(run.number));
+    run.directory = runs / runName(run.number);
+  }
+}
+
+void Simulator::sweep(long number) const {
   std::error_code ignored;
-  fs::remove_all(run.directory, ignored);
+  for (const fs::path& directory : {runs, place})
+    fs::remove_all(directory / runName(number), ignored);
 }
 
 std::vector<std::string> Simulator::filledIn() const {
@@ -200,7 +311,8 @@ std::vector<std::string> Simulator::filledIn() const {
   for (std::size_t i = 0; i < model.inputNames().size(); ++i) {
     bool used = false;
     for (const TextTemplate& word : words) used = used || word.uses(i);
-    for (const Filled& file : templates) used = used || file.text.uses(i);
+    for (const auto* list : {&templates, &environment})
+      for (const Filled& file : *list) used = used || file.text.uses(i);
     if (used) names.push_back(model.inputNames()[i]);
   }
   return names;
@@ -209,13 +321,13 @@ std::vector<std::string> Simulator::filledIn() const {
 Simulator::Preview Simulator::preview(std::span<const double> x) {
   Preview result;
   const std::vector<double> numbers = model.inputs(x);
-  const std::vector<std::string> names = texts(1);
-  result.words.push_back(command.program.string());
-  if (command.shell) result.words.push_back("-c");
-  for (std::size_t i = command.shell ? 0 : 1; i < words.size(); ++i)
-    result.words.push_back(words[i].filled(numbers, names));
+  const std::vector<std::string> names = texts(1, 0);
+  result.words = commandWords(numbers, names);
+  if (!result.words.empty()) result.words[0] = command.program.string();
   for (const Filled& file : templates)
     result.files.emplace_back(file.to, file.text.filled(numbers, names));
+  for (const Filled& variable : environment)
+    result.environment.push_back(variable.to + "=" + variable.text.filled(numbers, names));
   return result;
 }
 

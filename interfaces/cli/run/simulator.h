@@ -20,10 +20,11 @@ struct Run {
   long number = 0;
   std::vector<double> x;
   int attempt = 1;
-  std::filesystem::path directory;
-  pid_t process = -1;
-  Clock::time_point started;
-  std::optional<Clock::time_point> deadline;  // of its time, then of the grace
+  std::filesystem::path directory;  // in the scratch directory until it is kept
+  int slot = 0;                     // its place among the runs side by side
+  pid_t process = -1;               // none: it has ended, and its results are waited for
+  Clock::time_point started, looked;  // at the size of its output
+  std::optional<Clock::time_point> deadline;  // of its time, of the grace, or of the results
   std::string ending;                         // why it was asked to end; empty: it was not
 };
 
@@ -31,6 +32,7 @@ struct Run {
 struct RunOutcome {
   std::vector<double> results;
   std::string reason;
+  std::string lastErrors;  // the end of its standard error, lines indented
   double seconds = 0;
 };
 
@@ -46,9 +48,11 @@ class Simulator {
   // of the number before the directory is made.
   Run start(long number, std::span<const double> x, int attempt,
             const std::function<void(long)>& noteStart = {});
-  // Empty while it runs. Ends it when its time is over, or its output grows beyond the limit. Of a
-  // run that is kept the directory stays, whatever the file says.
+  // Empty while it runs, or its results may still come. Ends it when its time is over, or its output
+  // grows beyond the limit. Of a run that is kept the directory stays, whatever the file says.
   std::optional<RunOutcome> finished(Run& run, bool keep = false);
+  // Removes what a kill has left of a run.
+  void sweep(long number) const;
   // Ends runs whose results are not wanted any more, and removes their directories. A second signal
   // to the program cuts the grace short.
   void abandon(std::vector<Run*> unwanted);
@@ -56,9 +60,10 @@ class Simulator {
   // Names of variables and quantities that words or templates hold.
   std::vector<std::string> filledIn() const;
 
-  // What would run at a design: words and filled files, for the user to look at.
+  // What would run at a design: words, filled files and what is added to the environment, for the
+  // user to look at.
   struct Preview {
-    std::vector<std::string> words;
+    std::vector<std::string> words, environment;
     std::vector<std::pair<std::string, std::string>> files;
   };
   Preview preview(std::span<const double> x);
@@ -68,21 +73,27 @@ class Simulator {
     std::string to;
     TextTemplate text;
   };
-  std::vector<std::string> texts(long number) const;
+  std::vector<std::string> texts(long number, int slot) const;
+  std::vector<std::string> commandWords(std::span<const double> numbers,
+                                        const std::vector<std::string>& names) const;
   LaunchPlan planOf(const Run& run) const;
   void fillDirectory(const Run& run) const;
+  void supply(const SuppliedFile& file, const Run& run) const;
+  bool hasEnded(Run& run, RunOutcome& outcome);
+  void look(Run& run);
   void askToEnd(Run& run, const std::string& reason);
   bool outputTooLarge(const Run& run) const;
-  std::string lastErrorLines(const Run& run) const;
-  void leaveDirectory(const Run& run, bool succeeded) const;
+  static std::string lastErrorLines(const Run& run);
+  void leaveDirectory(Run& run, bool keep);
 
   const ProblemFile& problem;
   const Command& command;
   Model& model;
-  std::vector<TextTemplate> words;
-  std::vector<Filled> templates;
+  std::vector<TextTemplate> words;  // of launcher and command
+  std::vector<Filled> templates, environment;
   OutputReader reader;
-  std::filesystem::path runs;
+  std::filesystem::path runs, place;  // where directories are kept, where they are made
+  std::vector<bool> slots;            // taken ones
   std::unique_ptr<ProcessTrees> trees;
 };
 

@@ -7,6 +7,8 @@
 #include <tarnix/tarnix.hpp>
 
 #include "base/numbers.h"
+#include "run/advice.h"
+#include "run/differences.h"
 #include "run/layer.h"
 
 namespace fs = std::filesystem;
@@ -57,8 +59,8 @@ class Solve {
       opened.create(problem);
     }
     if (setup.simulator) {
-      sweepRuns(places.runs, opened);
       setup.simulator->open(places.runs);
+      for (const long run : opened.cutShort()) setup.simulator->sweep(run);
     }
     return opened;
   }
@@ -123,13 +125,21 @@ class Solve {
       for (std::size_t k = 0; k < batch.size(); ++k)
         std::copy(answers[k].begin(), answers[k].end(), batch.values(k).begin());
     };
-    return layerProblem(problem, scale).solve(analysis, layer);
+    const auto gradient = [&](const Point& x, Gradients& g) {
+      const auto derivatives = derivativesAt(problem, evaluations, {x.begin(), x.end()});
+      for (std::size_t i = 0; i < derivatives.size(); ++i)
+        for (std::size_t j = 0; j < derivatives[i].size(); ++j) g(j, i) = derivatives[i][j];
+    };
+    const tarnix::Problem described = layerProblem(problem, scale);
+    return hasOwnSteps(problem) ? described.solve(analysis, gradient, layer)
+                                : described.solve(analysis, layer);
   }
 
   // The outcome of the layer's result, but at the best design that was measured where that is
   // better; a penalty is never shown.
   Outcome measured(const tarnix::Result& solved) const {
     Outcome outcome = outcomeOf(problem, solved);
+    outcome.advice = adviceFor(problem, solved, evaluations.notFinite());
     const auto& best = evaluations.best();
     const bool penalized = !evaluations.failureAt(solved.point.x).empty();
     const bool worse = best && !solved.feasible && !(solved.point.violation <= best->violation);

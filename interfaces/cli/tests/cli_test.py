@@ -380,6 +380,54 @@ minimize = "f"
         self.assertEqual(run.returncode, 4)
         self.assertIn("no history to go on from", run.stderr)
 
+    def testLeastViolatedDesign(self):
+        """Limits that contradict each other: no measured design is violated less."""
+        file = self.write("q.toml", """[variables]
+x = { start = 3, lower = 0, upper = 10 }
+[objective]
+minimize = "x"
+[constraints]
+a = { value = "x", min = 6 }
+b = { value = "x", max = 4 }
+c = { value = "(x - 5)^2", min = 1 }
+""")
+        for method in ("sqp", "grg", "automatic"):
+            result = self.result("solve", "--set", f"options.method={method}", file, code=1)
+            least = min(max((6 - x) / 6, (x - 4) / 4, 1 - (x - 5)**2)
+                        for x, in designs(self.dir / "q.history.jsonl") if 0 <= x <= 10)
+            self.assertAlmostEqual(result["violation"], least, delta=1e-12)
+            self.assertEqual((result["success"], result["feasible"]), (False, False))
+
+    def testStandstillIsNoSuccess(self):
+        """w / (h - 1) >= 2 breaks off at h = 1: what stands still before that is no optimum."""
+        for start in (1, 1.5, 3):
+            file = self.write("q.toml", f"""[variables]
+w = {{ start = 3, lower = 0, upper = 10 }}
+h = {{ start = {start}, lower = 0, upper = 5 }}
+[objective]
+minimize = "w + 3 * h"
+[constraints]
+r = {{ value = "w / (h - 1)", min = 2 }}
+""")
+            run = tarnix("solve", "-q", "--json", file)
+            result = json.loads(run.stdout)
+            if result["success"]:  # at a stationary point: an active limit holds it
+                self.assertTrue(any(c["active"] for c in result["constraints"]), result)
+
+    def testTheFirstRunTakesTimeToo(self):
+        file = self.quadratic("sleep 0.3; echo f = $1")
+        file.write_text(file.read_text() + "[options]\nmax_seconds = 0.2\n")
+        result = self.result("solve", file, code=1)
+        self.assertEqual((result["reason"], result["runs"]), ("limit of max_seconds", 1))
+
+    def testAdviceNamesKeysOfTheFile(self):
+        text = PLAIN.replace("(x - 2)^2", "(x - 2)^4 * 1e7")
+        result = self.result("solve", self.write("q.toml", text + '[options]\nmethod = "sqp"\nmax_iterations = 2\n'), code=1)
+        self.assertIn("Raise max_iterations in [options], or go on from here with 'tarnix solve --start best'", result["advice"])
+        result = self.result("solve", self.write("q.toml", PLAIN.replace("x + y", "sqrt(x - 4) + y").replace("start = 1", "start = 4")), code=1)
+        self.assertIn("'c' was not finite", result["advice"])
+        self.assertRegex(result["advice"], "inside_bounds = true|Narrow the bounds")
+
     def testLimitsCountRuns(self):
         file = self.quadratic("echo f = $1", extra="")
         file.write_text(file.read_text() + "[options]\nmax_evaluations = 4\n")
@@ -554,7 +602,7 @@ class Failures(Case):
         file.write_text(file.read_text().replace("start = 1", "start = 4").replace("(f - 2)^2", "-f"))
         run = tarnix("solve", "--fresh", file)
         self.assertEqual(run.returncode, 3)
-        self.assertRegex(run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003")
+        self.assertRegex(run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003\n")
         self.assertRegex(run.stdout, "an evaluation failed[^$]*Below the best design so far")
         self.assertRegex(run.stdout, r"x +4 +in 0 .. 4, at its upper bound")
         licence.touch()
@@ -567,7 +615,10 @@ class Failures(Case):
         stop = "tarnix resume"
         for run, extra, code, message in [
                 ("exit 3; # {{x}}", "", 3, "run 000001: the command ended with exit status 3; see .*000001"),
-                ("echo mesh is bad {{x}} >&2; exit 1", "", 3, "exit status 1; it says: mesh is bad 1;"),
+                ("echo at {{x}} >&2; echo mesh is bad >&2; exit 1", "", 3,
+                 "exit status 1; see .*p.runs/000001/stderr.txt, which ends with\n    \\| at 1\n    \\| mesh is bad"),
+                ("echo mesh is bad {{x}} >&2; exit 1", 'keep = "none"', 3,
+                 "exit status 1; its standard error, which ends with\n    \\| mesh is bad 1"),
                 ("kill -SEGV $$; # {{x}}", "", 3, r"killed by signal 11 \(Segmentation fault\)"),
                 ("sleep 60; # {{x}}", "timeout = 0.2", 3, "ended after its timeout of 0.2 s"),
                 ("exit 1; # {{x}}", 'on_failure = "retry"\nretries = 3', 3, r"\(attempt 4\)"),
@@ -733,6 +784,144 @@ class WrongProblems(Case):
                 lines = run.stderr.splitlines()
                 self.assertTrue(all(re.match("error: |warning: ", line) for line in lines), lines)
                 self.assertEqual(sum(line.startswith("error") for line in lines), code == 2)
+
+
+class Keys(Case):
+    """What [command] and [results] may say, each by what it does."""
+
+    def one(self, run, extra="", result='key = "f"'):
+        return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra)
+                          .replace('key = "f"', result))
+
+    def at(self, x, *words, code=0):
+        run = tarnix("run", "--at", f"x={x}", *words, self.dir / "p.toml")
+        self.assertEqual(run.returncode, code, run.stderr)
+        found = re.search(r" f +(\S+) +result", run.stdout)
+        return float(found[1]) if found else run.stderr
+
+    def testWhatARunGets(self):
+        (self.dir / "mesh").mkdir()
+        (self.dir / "mesh/a.inp").write_text("7")
+        for name in ("s1.dat", "s2.dat"):
+            self.write(name, name[1])
+        cat = "echo f = $(cat mesh/a.inp s1.dat s2.dat | tr -d '\\n'); # {{x}}"
+        for how in ("files", "links"):
+            self.one(cat, f'{how} = ["mesh", "s*.dat"]')
+            self.assertEqual(self.at(1), 712)
+            kept = max((self.dir / "p.runs/single").iterdir())
+            self.assertEqual((kept / "mesh").is_symlink(), how == "links")
+        self.one("echo f = $N; # {{x}}", 'env = { N = "{{x:%.2f}}5" }')
+        self.assertEqual(self.at(1.5), 1.505)
+        self.one(["sh", "-c", "echo f = $PATH"], 'env = { PATH = "{{x}}" }')
+        self.assertEqual(self.at(2.5), 2.5)
+        self.one("echo f = {{x}}; exit 3", "accept_status = [0, 3]")
+        self.assertEqual(self.at(2), 2)
+        self.one("echo f = {{x}}; exit 4", "accept_status = [0, 3]")
+        self.assertIn("exit status 4", self.at(2, code=3))
+        for extra, message in [('files = ["none*"]', "nothing is called 'none\\*'"),
+                               ('files = ["mesh", "mesh/"]', "cannot both be files"),
+                               ('env = { "A=B" = 1 }', "is no name of a variable"),
+                               ('accept_status = [300]', "whole numbers from 0 to 255"),
+                               ('scratch = "nowhere"', "is no directory"),
+                               ('retry_wait = 1', "'retry_wait' needs 'retries'"),
+                               ('launcher = ["no_such_program"]', "is not in PATH")]:
+            run = tarnix("check", self.one("echo f = {{x}}", extra))
+            self.assertEqual(run.returncode, 2, extra)
+            self.assertRegex(run.stderr, message)
+
+    def testScratch(self):
+        """Runs work in another place; what is kept comes home, and nothing stays there."""
+        scratch = self.dir / "fast"
+        scratch.mkdir()
+        file = self.one("d={{dir}}; pwd >> $d/places; [ ! -e $d/bad ] || exit 1; echo f = {{x}}",
+                        'scratch = "fast"')
+        self.assertEqual(tarnix("solve", "-j2", file).returncode, 0)
+        places = set(self.dir.joinpath("places").read_text().split())
+        self.assertTrue(all(p.startswith(str(scratch.resolve()) + "/tarnix-") for p in places), places)
+        self.assertEqual((self.dir / "p.best/stdout.txt").read_text()[:4], "f = ")
+        self.assertEqual([p for p in scratch.rglob("*") if p.is_file()], [])
+        self.write("bad", "")
+        run = tarnix("solve", file)
+        self.assertRegex(run.stderr, "see .*p.runs/000001")
+        self.assertTrue((self.dir / "p.runs/000001/stdout.txt").exists())
+
+    def testSlots(self):
+        """Runs side by side have different slots, below the number of jobs."""
+        script = ("d={{dir}}/slot{{slot}}; mkdir $d || exit 1; sleep 0.02; rmdir $d; "
+                  "echo {{slot}} >> {{dir}}/seen; echo f = {{x}}")
+        self.write("p.toml", PROBLEM.replace('["sh", "{{dir}}/simulator.sh", "{{x1}}", "{{x2}}", "{{x3}}", '
+                                             '"{{x4}}", "{{x5}}", "{{x6}}"]',
+                                             json.dumps(script.replace("{{x}}", "$(({{x1:%.0f}}))") +
+                                                        "; echo g = {{x2}}; echo h = {{x3}}"))
+                   + "[options]\nmax_evaluations = 20\n")
+        run = tarnix("solve", "-j3", self.dir / "p.toml")
+        self.assertEqual(run.returncode, 1, run.stderr)
+        self.assertEqual(set((self.dir / "seen").read_text().split()), {"0", "1", "2"})
+
+    def testRetryWait(self):
+        file = self.one("date +%s.%N >> {{dir}}/times; [ $(wc -l < {{dir}}/times) -gt 1 ] || exit 1; echo f = {{x}}",
+                        'on_failure = "retry"\nretry_wait = 0.4')
+        self.assertEqual(tarnix("solve", file).returncode, 0)
+        first, second = map(float, (self.dir / "times").read_text().split()[:2])
+        self.assertGreaterEqual(second - first, 0.4)
+
+    def testResultsThatComeLate(self):
+        """As on a shared disk: the command is through before its file is there."""
+        late = ["sh", "-c", "echo $PWD {{x}} > {{dir}}/wanted"]
+        file = self.one(late, "result_wait = 20", 'key = "f", file = "out"')
+        writer = subprocess.Popen(["sh", "-c", "while [ ! -e wanted ]; do sleep 0.01; done; read d x < wanted;"
+                                   'sleep 0.2; echo "f = $x" > $d/new; mv $d/new $d/out'], cwd=self.dir)
+        self.assertEqual(self.at(2.5), 2.5)
+        writer.wait()
+        file.write_text(file.read_text().replace("20", "0.1"))
+        self.assertIn("no file 'out' was written, which holds result 'f', 0.1 s after", self.at(1, code=3))
+
+    def testOwnSteps(self):
+        """A variable with a step of its own is moved by that, all others by the option."""
+        text = PLAIN.replace("y = { start = 1", "y = { difference_step = 0.01, start = 1")
+        for differences, moves in (("forward", {0.02}), ("central", {0.02, -0.02})):
+            file = self.write("p.toml", text + f'[options]\nmethod = "sqp"\ndifferences = "{differences}"\n')
+            result = self.result("solve", file)
+            self.assertAlmostEqual(values(result)["x"], 2, delta=1e-3)
+            first = designs(self.dir / "p.history.jsonl")[:6]
+            start = first[0]
+            moved = {round(x[1] - start[1], 9) for x in first if x[0] == start[0]} - {0}
+            self.assertEqual(moved, moves)
+            other = {round(abs(x[0] - start[0]), 9) for x in first if x[1] == start[1]} - {0}
+            self.assertEqual(min(other), 0.0002)
+        inside = self.write("p.toml", text.replace("start = 1", "start = 4") + "[options]\ninside_bounds = true\n")
+        self.assertEqual(tarnix("solve", inside).returncode, 0)
+        self.assertLessEqual(max(max(x) for x in designs(self.dir / "p.history.jsonl")), 4)
+
+    def testManyJobs(self):
+        """Far more jobs than cores: all points of a pass run at once."""
+        self.write("meet.sh", """cd "$(dirname "$0")"; run=$1; shift; touch at$run; n=0
+            [ $run = 000001 ] || while [ $(ls | grep -c '^at') -lt 41 ] && [ $n -lt 600 ]
+              do n=$((n + 1)); sleep 0.1; done
+            [ $n -lt 600 ] && awk 'BEGIN { for (i = 1; i < ARGC; ++i) f += ARGV[i]
+              print "f = " f }' "$@" """)
+        names = [f"x{i}" for i in range(40)]
+        file = self.write("p.toml", "[variables]\n" + "".join(
+            f"{n} = {{ start = 1, lower = 0, upper = 4 }}\n" for n in names) +
+            "[command]\nrun = " + json.dumps(["sh", "{{dir}}/meet.sh", "{{run}}"] +
+                                             [f"{{{{{n}}}}}" for n in names]) +
+            '\n[results]\nf = { key = "f" }\n[objective]\nminimize = "f"\n'
+            "[options]\nmax_evaluations = 41\n")
+        run = tarnix("solve", "-q", "-j64", file)
+        self.assertEqual(run.returncode, 1, run.stderr)
+        self.assertEqual(len(designs(self.dir / "p.history.jsonl")), 41)
+
+    def testScriptsThatAreNotFound(self):
+        self.write("sim.sh", "echo f = $1", 0o755)
+        for run, message in [("sh sim.sh {{x}}", "'sim.sh' is not in the directory of a run; write {{dir}}/sim.sh"),
+                             ("./sim.sh {{x}}", "'./sim.sh' is not in the directory .* write {{dir}}/sim.sh"),
+                             (["python3", "none.py", "{{x}}"], "'none.py' .*nor is there one beside")]:
+            shown = tarnix("check", self.one(run))
+            self.assertEqual(shown.returncode, 0)
+            self.assertRegex(shown.stderr, "warning: .*p.toml:4: command: " + message)
+        for run, extra in [("sh {{dir}}/sim.sh {{x}}", ""), ("sh sim.sh {{x}}", 'files = ["sim.sh"]'),
+                           (["./sim.sh", "{{x}}"], "")]:
+            self.assertEqual(tarnix("check", self.one(run, extra)).stderr, "")
 
 
 class DaysWork(Case):

@@ -140,6 +140,8 @@ struct Picked {
 TEST(OutputReader, PicksOneOfSeveral) {
   const char* const steps = "f = 3\nf = 1\nf = 2\n";
   const char* const table = "stress 9\nELEMENT STRESS\nno  sxx   syy\n1   1.5  -2\n2   2.5  -4\n\n";
+  const char* const cells =
+      "node, \"name, of part\", syy [MPa]\r\n1, \"a, b\", -2\r\n2, c, \"-4\"\r\n3, d,\r\n";
   const char* const json = R"({"a": {"b": 7.5, "list": [3, 1, 2]}, "text": "7"})";
   const Picked cases[] = {
       {"key = 'f'", steps, 2},
@@ -151,6 +153,12 @@ TEST(OutputReader, PicksOneOfSeveral) {
       {"column = 3, after = 'ELEMENT'", table, -4},
       {"column = 2, after = 'ELEMENT', pick = 'first'", table, 1.5},
       {"column = 2, pick = 'first'", table, 9},
+      {"column = 'syy [MPa]'", cells, -4},
+      {"column = 'syy [MPa]', pick = 'max'", cells, -2},
+      {"column = 'node', pick = 'sum'", cells, 6},
+      {"column = 'b'", "a;b\n1;2.5\n", 2.5},
+      {"column = 'b'", "no heading, yet\na\tb\n1\t 3 \n", 3},
+      {"column = 'b', after = 'second'", "a,b\n1,2\nsecond\nb,a\n5,6\n", 5},
       {"json = '/a/b'", json, 7.5},
       {"json = '/a/list', pick = 'sum'", json, 6},
       {"json = '/a/list/1'", json, 1},
@@ -164,6 +172,8 @@ TEST(OutputReader, PicksOneOfSeveral) {
       {"key = 'f', pick = 4", "only 3 matches"},
       {"key = 'f', after = 'END'", "no line holds 'END'"},
       {"column = 9", "no number in column 9"},
+      {"column = 'sxx'", "no column is called 'sxx'"},
+      {"column = 'f = 2'", "no cell below 'f = 2'"},
       {"json = '/a'", "is no JSON"}};
   for (const auto& [rule, message] : missing) {
     std::string reason;
@@ -174,6 +184,8 @@ TEST(OutputReader, PicksOneOfSeveral) {
   EXPECT_TRUE(
       std::isnan(valueIn("f = 1\nf = 1,5\nf = 2\n", entryOf("key = 'f', pick = 'sum'"), reason)));
   EXPECT_NE(reason.find("'1,5'"), std::string::npos) << reason;
+  reason.clear();  // a cell that is no number is no reason to take the one above it
+  EXPECT_TRUE(std::isnan(valueIn("a,b\n1,2\n1,failed\n", entryOf("column = 'b'"), reason)));
 }
 
 }  // namespace
