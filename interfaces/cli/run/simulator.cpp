@@ -16,7 +16,10 @@ namespace tarnix::cli {
 
 namespace {
 
-const std::vector<std::string> textNames{"dir", "run", "slot"};
+// Of texts that can be filled in; made when asked for, as memory may be out before main.
+std::vector<std::string> textNames() {
+  return {"dir", "run", "slot"};
+}
 
 // The end of a file, from the beginning of a line on where it has one.
 std::string tailOf(const fs::path& path, std::streamoff most) {
@@ -66,7 +69,7 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
   };
   const auto add = [&](const std::vector<std::string>& list, TextTemplate::Kind kind) {
     for (const std::string& word : list) {
-      words.emplace_back(word, numbers, textNames, complain, kind);
+      words.emplace_back(word, numbers, textNames(), complain, kind);
       used = words.back().usesNumbers() || used;
     }
   };
@@ -75,13 +78,13 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
     add({"/bin/sh", "-c"}, TextTemplate::Kind::plain);
   add(command.words, command.shell ? TextTemplate::Kind::shell : TextTemplate::Kind::plain);
   for (const auto& [name, value] : command.environment) {
-    environment.push_back({name, TextTemplate(value, numbers, textNames, complain)});
+    environment.push_back({name, TextTemplate(value, numbers, textNames(), complain)});
     used = environment.back().text.usesNumbers() || used;
   }
   for (const TemplateFile& file : command.templates) {
     std::string content;
     if (!readFile(file.from, content)) continue;  // a missing file is reported by the reader
-    templates.push_back({file.to, TextTemplate(content, numbers, textNames,
+    templates.push_back({file.to, TextTemplate(content, numbers, textNames(),
                                                [&](int line, const std::string& fault) {
                                                  issues.addIn(file.from.string(), line, fault);
                                                })});

@@ -576,6 +576,52 @@ name = "\\u001b[31mcost"
             self.assertRegex(run.stderr, "cannot both be files|names no file")
 
 
+class OutOfMemory(Case):
+    """Failing allocations, one at a time, end in a message. Some libraries swallow them, and one
+    allocates where nothing may fail; these are few."""
+
+    def sample(self, file, step):
+        hook = os.environ.get("TARNIX_FAILING_NEW")
+        if not hook:
+            self.skipTest("no hook for allocations in this build")
+
+        def run(**more):
+            for old in self.dir.glob("*.history*"):
+                old.unlink()
+            return subprocess.run([PROGRAM, "solve", "-q", "-o", self.dir, file], text=True,
+                                  capture_output=True, timeout=100,
+                                  env=dict(ENVIRONMENT, LD_PRELOAD=hook, **more))
+
+        def table(text):
+            return re.sub(r"[\d.]+ s\n", "", text)
+        whole = run(TARNIX_COUNT_TO=str(self.dir / "count"))
+        codes = collections.Counter()
+        for at in range(2, int((self.dir / "count").read_text()), step):
+            ended = run(TARNIX_FAIL_AT=str(at))
+            code = ended.returncode
+            codes[code] += 1
+            if code == 5:
+                self.assertIn("error: out of memory", ended.stderr)
+            elif code == whole.returncode:
+                self.assertEqual(table(ended.stdout), table(whole.stdout), at)
+            elif code == -signal.SIGABRT:
+                self.assertIn("bad_alloc", ended.stderr)
+            else:
+                self.assertRegex(ended.stderr, "^error: ", at)
+        count = sum(codes.values())
+        self.assertGreater(count, 40)
+        self.assertGreater(codes[5], 0.9 * count, codes)
+        self.assertLessEqual(codes[-signal.SIGABRT], 0.02 * count, codes)
+
+    def testExpressions(self):
+        self.sample(EXAMPLES / "welded_beam.toml", 97)
+
+    def testCommand(self):
+        text = ONE.replace("RUN", json.dumps("echo f = {{x}}")).replace("EXTRA", 'timeout = 50\nfiles = ["d"]')
+        self.write("d", "")
+        self.sample(self.write("p.toml", text + "[options]\nmax_evaluations = 2\n"), 41)
+
+
 class Failures(Case):
     def one(self, run, extra=""):
         return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra))
