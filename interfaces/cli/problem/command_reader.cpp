@@ -125,8 +125,10 @@ void CommandReader::readRun(Section& section, Command& command) {
   if (command.words.empty() || command.words[0].empty())
     return section.issue("run", "'run' names no program");
   const fs::path own = program(section, "run", command.words[0]);
-  if (command.launcher.empty()) command.program = own;
-  else command.words[0] = own.string();  // what the launcher starts has other directories
+  if (command.launcher.empty())
+    command.program = own;
+  else
+    command.words[0] = own.string();  // what the launcher starts has other directories
 }
 
 // A name with a slash lies beside the problem file, one without in PATH.
@@ -192,16 +194,15 @@ void CommandReader::readScratch(Section& section, Command& command) {
 // Runs begin in a directory of their own: a script beside the problem file is not found by its
 // bare name there.
 void CommandReader::warnOfMissingScripts(Section& section, const Command& command) {
-  static const char* const endings[] = {".sh", ".py", ".pl", ".awk", ".m", ".R", ".jl", ".rb",
-                                        ".lua", ".tcl", ".bash"};
+  static const char* const endings[] = {".sh", ".py", ".pl",  ".awk", ".m",   ".R",
+                                        ".jl", ".rb", ".lua", ".tcl", ".bash"};
   std::string all;
   for (const std::string& word : command.words) all += word + "\n";
   std::istringstream words(all);
   for (std::string word; words >> word;) {
     const fs::path path(word);
-    const bool script = std::any_of(std::begin(endings), std::end(endings), [&](const char* e) {
-      return path.extension() == e;
-    });
+    const bool script = std::any_of(std::begin(endings), std::end(endings),
+                                    [&](const char* e) { return path.extension() == e; });
     std::error_code error;
     const bool beside = fs::exists(directory / path, error);
     const bool named = script || (beside && word.find('/') != std::string::npos);
@@ -247,8 +248,8 @@ ResultEntry CommandReader::result(const std::string& name, Section& section) {
   result.json = section.text("json").value_or("");
   result.after = section.text("after").value_or("");
   readPick(section, result);
-  const int sources = section.has("key") + section.has("regex") + section.has("column") +
-                      section.has("json");
+  const int sources =
+      section.has("key") + section.has("regex") + section.has("column") + section.has("json");
   if (sources != 1) section.issue("give either 'key', 'regex', 'column' or 'json'");
   if (!result.json.empty() && result.json[0] != '/')
     section.issue("json", "'json' is a pointer such as \"/loads/0/force\"");

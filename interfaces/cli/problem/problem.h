@@ -63,10 +63,10 @@ struct ResultEntry {
   std::string key;    // "key = value" or "key: value" on a line, or
   std::string regex;  // the first group of an expression that matches within a line, or
   int line = 0;
-  int column = 0;     // the word of this number in a line, where it is a number, or the cells
-                      // below this word in a file of comma-separated values; or
-  std::string json{};  // what a pointer like /a/b names in a JSON file
-  std::string after{};  // lines count behind the first that holds this text
+  int column = 0;          // the word of this number in a line, where it is a number, or the cells
+                           // below this word in a file of comma-separated values; or
+  std::string json{};      // what a pointer like /a/b names in a JSON file
+  std::string after{};     // lines count behind the first that holds this text
   Pick pick = Pick::last;  // of several matches
   int pickNumber = 0;      // from 1 on, with Pick::number
   std::string header{};    // a column by its name
@@ -90,7 +90,7 @@ enum class Keep { none, failed, best, all };  // best: failed ones, and the fina
 
 struct Command {
   std::vector<std::string> launcher;  // words before these, with placeholders; a program first
-  std::vector<std::string> words;  // with placeholders; one word when the shell runs it
+  std::vector<std::string> words;     // with placeholders; one word when the shell runs it
   bool shell = false;
   std::filesystem::path program;  // absolute, resolved from the first word of all
   std::vector<TemplateFile> templates;
@@ -99,13 +99,13 @@ struct Command {
   std::vector<int> acceptedStatus{0};
   std::filesystem::path scratch;  // directories of runs are made here; empty: where they are kept
   double resultWait = 0;          // seconds that results may come after the end of a run
-  double timeout = 0;                        // seconds, 0 for none
+  double timeout = 0;             // seconds, 0 for none
   FailurePolicy onFailure = FailurePolicy::stop;
   int retries = 0;
-  double retryWait = 0;     // seconds before a run is repeated
+  double retryWait = 0;  // seconds before a run is repeated
   double penalty = 1e6;  // objective and violations of a failed evaluation, in scaled units
   Keep keep = Keep::best;
-  double killGrace = 5;                  // seconds between SIGTERM and SIGKILL
+  double killGrace = 5;                     // seconds between SIGTERM and SIGKILL
   std::uintmax_t outputLimit = 1000000000;  // bytes of standard output, error and result files
   int line = 0;
 };

@@ -45,8 +45,7 @@ std::vector<std::vector<double>> derivativesAt(const ProblemFile& problem, Evalu
   for (std::size_t k = 0; k < pairs.size(); ++k) {
     const auto &low = values[2 * k], &high = values[2 * k + 1];
     for (std::size_t j = 0; j < low.size(); ++j)
-      derivatives[pairs[k].variable].push_back((high[j] - low[j]) /
-                                               (pairs[k].high - pairs[k].low));
+      derivatives[pairs[k].variable].push_back((high[j] - low[j]) / (pairs[k].high - pairs[k].low));
   }
   return derivatives;
 }

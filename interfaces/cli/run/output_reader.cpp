@@ -267,15 +267,14 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
   if (!found.text) {
     const bool behind = entry.after.empty() || found.behind;
     reason = result + ": " +
-             (!behind               ? "no line holds '" + clipped(entry.after) + "' in "
-              : found.count > 0     ? "only " + std::to_string(found.count) + " matches in "
-              : !entry.json.empty() ? "nothing is called '" + clipped(entry.json) + "' in "
-              : !entry.header.empty()
-                  ? (found.cell ? "no cell below '" : "no column is called '") +
-                        clipped(entry.header) + "' in "
-              : entry.column > 0    ? "no number in column " + std::to_string(entry.column) + " of "
-              : pattern             ? "regex '" + clipped(entry.regex) + "' matches nothing in "
-                                    : "no line '" + entry.key + " = ...' in ") +
+             (!behind                 ? "no line holds '" + clipped(entry.after) + "' in "
+              : found.count > 0       ? "only " + std::to_string(found.count) + " matches in "
+              : !entry.json.empty()   ? "nothing is called '" + clipped(entry.json) + "' in "
+              : !entry.header.empty() ? (found.cell ? "no cell below '" : "no column is called '") +
+                                            clipped(entry.header) + "' in "
+              : entry.column > 0 ? "no number in column " + std::to_string(entry.column) + " of "
+              : pattern          ? "regex '" + clipped(entry.regex) + "' matches nothing in "
+                                 : "no line '" + entry.key + " = ...' in ") +
              where;
     return 0;
   }

@@ -35,13 +35,13 @@ class OutputReader {
   };
   // What a rule has met so far.
   struct Found {
-    bool behind = false;               // the line of 'after'
-    long count = 0;                    // of matches
-    std::optional<std::string> text;   // of the one that is picked
-    std::optional<double> value;       // of those that are reduced to one
-    bool spoiled = false;              // text is one that is no number, among them
-    std::optional<std::size_t> cell;   // of a column that has a name
-    char separator = ',';              // of its cells
+    bool behind = false;              // the line of 'after'
+    long count = 0;                   // of matches
+    std::optional<std::string> text;  // of the one that is picked
+    std::optional<double> value;      // of those that are reduced to one
+    bool spoiled = false;             // text is one that is no number, among them
+    std::optional<std::size_t> cell;  // of a column that has a name
+    char separator = ',';             // of its cells
     void takeCell(const ResultEntry& entry, std::string_view line);
     void take(const ResultEntry& entry, std::string_view match);
   };

@@ -38,7 +38,7 @@ struct Ending {
 struct LaunchPlan {
   std::filesystem::path program;
   std::vector<std::string> words;
-  std::filesystem::path directory;  // standard streams are files in it
+  std::filesystem::path directory;       // standard streams are files in it
   std::vector<std::string> environment;  // NAME=value, in place of the program's own
 };
 
@@ -73,8 +73,8 @@ class ProcessTrees {
   Group* groups = nullptr;
   int pipeEnd = -1;
   pid_t guard = -1;
-  std::string session;             // begins every mark
-  std::map<pid_t, long> trees;     // number of the mark of every process
+  std::string session;          // begins every mark
+  std::map<pid_t, long> trees;  // number of the mark of every process
   long lastTree = 0;
 };
 

@@ -74,8 +74,7 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
     }
   };
   add(command.launcher, TextTemplate::Kind::plain);
-  if (command.shell && !command.launcher.empty())
-    add({"/bin/sh", "-c"}, TextTemplate::Kind::plain);
+  if (command.shell && !command.launcher.empty()) add({"/bin/sh", "-c"}, TextTemplate::Kind::plain);
   add(command.words, command.shell ? TextTemplate::Kind::shell : TextTemplate::Kind::plain);
   for (const auto& [name, value] : command.environment) {
     environment.push_back({name, TextTemplate(value, numbers, textNames(), complain)});
@@ -170,8 +169,8 @@ void Simulator::supply(const SuppliedFile& file, const Run& run) const {
   else
     fs::copy(file.from, target, fs::copy_options::recursive, error);
   if (error)
-    throw Failure(exitFiles, file.from.string() + ": cannot be put into " +
-                                 run.directory.string() + ": " + error.message());
+    throw Failure(exitFiles, file.from.string() + ": cannot be put into " + run.directory.string() +
+                                 ": " + error.message());
 }
 
 // As they are, but for the first, which the system looks for by its full name.
@@ -212,8 +211,8 @@ bool Simulator::outputTooLarge(const Run& run) const {
 void Simulator::look(Run& run) {
   const auto now = Clock::now();
   if (run.deadline && now >= *run.deadline)
-    return askToEnd(run, "the command was ended after its timeout of " +
-                             shortest(command.timeout) + " s");
+    return askToEnd(
+        run, "the command was ended after its timeout of " + shortest(command.timeout) + " s");
   if (now - run.looked < std::chrono::milliseconds(200)) return;
   run.looked = now;
   if (outputTooLarge(run))
@@ -254,8 +253,8 @@ std::optional<RunOutcome> Simulator::finished(Run& run, bool keep) {
   if (!hasEnded(run, outcome)) return {};
   outcome.seconds = std::chrono::duration<double>(Clock::now() - run.started).count();
   if (!outcome.reason.empty()) outcome.lastErrors = lastErrorLines(run);
-  const bool wanted = command.keep == Keep::all ||
-                      (command.keep != Keep::none && !outcome.reason.empty());
+  const bool wanted =
+      command.keep == Keep::all || (command.keep != Keep::none && !outcome.reason.empty());
   slots[static_cast<std::size_t>(run.slot)] = false;
   leaveDirectory(run, keep || wanted);
   return outcome;

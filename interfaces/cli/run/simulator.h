@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "problem/model.h"
+#include "problem/text_template.h"
 #include "run/output_reader.h"
 #include "run/process.h"
-#include "problem/text_template.h"
 
 namespace tarnix::cli {
 
@@ -20,10 +20,10 @@ struct Run {
   long number = 0;
   std::vector<double> x;
   int attempt = 1;
-  std::filesystem::path directory;  // in the scratch directory until it is kept
-  int slot = 0;                     // its place among the runs side by side
-  pid_t process = -1;               // none: it has ended, and its results are waited for
-  Clock::time_point started, looked;  // at the size of its output
+  std::filesystem::path directory;            // in the scratch directory until it is kept
+  int slot = 0;                               // its place among the runs side by side
+  pid_t process = -1;                         // none: it has ended, and its results are waited for
+  Clock::time_point started, looked;          // at the size of its output
   std::optional<Clock::time_point> deadline;  // of its time, of the grace, or of the results
   std::string ending;                         // why it was asked to end; empty: it was not
 };
@@ -48,8 +48,9 @@ class Simulator {
   // of the number before the directory is made.
   Run start(long number, std::span<const double> x, int attempt,
             const std::function<void(long)>& noteStart = {});
-  // Empty while it runs, or its results may still come. Ends it when its time is over, or its output
-  // grows beyond the limit. Of a run that is kept the directory stays, whatever the file says.
+  // Empty while it runs, or its results may still come. Ends it when its time is over, or its
+  // output grows beyond the limit. Of a run that is kept the directory stays, whatever the file
+  // says.
   std::optional<RunOutcome> finished(Run& run, bool keep = false);
   // Removes what a kill has left of a run.
   void sweep(long number) const;

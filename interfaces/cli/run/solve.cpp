@@ -1,9 +1,11 @@
 #include "run/solve.h"
 
+#include <tarnix/tarnix.h>
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <iostream>
+#include <new>
 #include <tarnix/tarnix.hpp>
 
 #include "base/numbers.h"
@@ -103,6 +105,7 @@ class Solve {
     first.maxEvaluations = 1;
     first.report = false;
     layerProblem(problem, 1).solve(analysis, first);
+    if (start.empty()) throw std::bad_alloc();  // the method could not begin
     if (const std::string reason = evaluations.failureAt(start); !reason.empty())
       throw Failure(exitEvaluation, "the start cannot be evaluated: " + reason +
                                         "\n  when that is seen to: tarnix resume --retry-failed");
@@ -131,8 +134,12 @@ class Solve {
         for (std::size_t j = 0; j < derivatives[i].size(); ++j) g(j, i) = derivatives[i][j];
     };
     const tarnix::Problem described = layerProblem(problem, scale);
-    return hasOwnSteps(problem) ? described.solve(analysis, gradient, layer)
-                                : described.solve(analysis, layer);
+    tarnix::Result result = hasOwnSteps(problem) ? described.solve(analysis, gradient, layer)
+                                                 : described.solve(analysis, layer);
+    const int storage = result.method == Method::grg ? int{VRK_GRG_STORAGE} : int{VRK_SQP_STORAGE};
+    if (result.status == storage)
+      throw std::bad_alloc();  // the storage of a problem of this size is claimed beforehand
+    return result;
   }
 
   // The outcome of the layer's result, but at the best design that was measured where that is
