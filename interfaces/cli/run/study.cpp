@@ -78,8 +78,8 @@ StudyResult evaluateAll(Setup& setup, const Places& places, const std::string& s
   // One failed run is no reason to end the others.
   setup.problem.command->onFailure = FailurePolicy::penalty;
   History history = openStudy(setup.problem, places, study, options.fresh);
-  sweepRuns(places.runs, history);
   setup.simulator->open(places.runs);
+  for (const long run : history.cutShort()) setup.simulator->sweep(run);
   StudyResult result;
   std::set<std::vector<double>> before;
   for (const Record& record : history.records())
