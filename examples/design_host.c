@@ -18,6 +18,7 @@
 
 #include "problems.h"
 #include "tarnix/session.h"
+#include "tarnix/statuses.h"
 
 enum { exitDone = 0, exitLibrary = 1, exitUsage = 2 };
 enum { sqp, grg, methodCount };
@@ -151,32 +152,16 @@ typedef struct StatusWord {
   const char *word, *meaning;
 } StatusWord;
 
-static const StatusWord statusWords[] = {
-    {sqp, VRK_SQP_CONVERGED, "converged", "constraints hold, no descent left"},
-    {sqp, VRK_SQP_ITERATION_LIMIT, "iter limit", "iteration limit reached"},
-    {sqp, VRK_SQP_NO_QP_SOLUTION, "no QP point", "quadratic subproblem without a solution"},
-    {sqp, VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE, "not pos.def", "Hessian not positive definite"},
-    {sqp, VRK_SQP_QP_FAILURE, "QP failed", "quadratic subproblem broke down"},
-    {sqp, VRK_SQP_STORAGE, "storage", "work storage exhausted"},
-    {sqp, VRK_SQP_STOPPED, "stopped", "stopped on request"},
-    {sqp, VRK_SQP_MERIT_NOT_CHANGING, "no change", "merit function stands still"},
-    {grg, VRK_GRG_CONVERGED, "converged", "constraints hold, no descent left"},
-    {grg, VRK_GRG_MINIMUM_STEP, "min step", "feasible, smallest step reached"},
-    {grg, VRK_GRG_OBJECTIVE_NOT_CHANGING, "no change", "feasible, objective stands still"},
-    {grg, VRK_GRG_NO_FEASIBLE_POINT, "infeasible", "no feasible point found"},
-    {grg, VRK_GRG_INFEASIBILITY_NOT_CHANGING, "inf. stuck", "a violation stands still"},
-    {grg, VRK_GRG_ITERATION_LIMIT, "iter limit", "iteration limit reached"},
-    {grg, VRK_GRG_NO_QP_SOLUTION, "no QP point", "quadratic subproblem without a solution"},
-    {grg, VRK_GRG_QP_FAILURE, "QP failed", "quadratic subproblem broke down"},
-    {grg, VRK_GRG_STORAGE, "storage", "work storage exhausted"},
-    {grg, VRK_GRG_STOPPED, "stopped", "stopped on request"},
-};
+#define SQP_ROW(status, name, word, meaning, when, remedy) {sqp, status, word, meaning},
+#define GRG_ROW(status, name, word, meaning, when, remedy) {grg, status, word, meaning},
+#define EITHER_ROW(status, name, word, meaning, when, remedy) {0, status, word, meaning},
+static const StatusWord statusWords[] = {TARNIX_SQP_STATUSES(SQP_ROW) TARNIX_GRG_STATUSES(GRG_ROW)};
 enum { statusWordCount = sizeof statusWords / sizeof statusWords[0] };
 
 static const StatusWord* statusWord(int method, int status) {
-  static const StatusWord tooMany = {0, VRK_TOO_MANY_VARIABLES, "too many x", "n above 100"};
+  static const StatusWord tooMany[] = {TARNIX_COMMON_STATUSES(EITHER_ROW)};
   static const StatusWord unknown = {0, 0, "unknown", "not a documented status"};
-  if (status == VRK_TOO_MANY_VARIABLES) return &tooMany;
+  if (status == VRK_TOO_MANY_VARIABLES) return tooMany;
   for (int i = 0; i < statusWordCount; ++i)
     if (statusWords[i].method == method && statusWords[i].status == status) return &statusWords[i];
   return &unknown;
@@ -220,7 +205,7 @@ static int32_t integerOption(const char* option, const char* text, long least, l
   errno = 0;
   const long value = strtol(text, &end, 10);
   if (end == text || *end || errno || value < least || value > most)
-    stop(exitUsage, "%s wants a whole number from %ld to %ld, not '%s'", option, least, most, text);
+    stop(exitUsage, "%s requires a whole number from %ld to %ld, not '%s'", option, least, most, text);
   return (int32_t)value;
 }
 
@@ -228,7 +213,7 @@ static double positiveOption(const char* option, const char* text) {
   char* end;
   const double value = strtod(text, &end);
   if (end == text || *end || !(value > 0) || !isfinite(value))
-    stop(exitUsage, "%s wants a positive number, not '%s'", option, text);
+    stop(exitUsage, "%s requires a positive number, not '%s'", option, text);
   return value;
 }
 
@@ -238,18 +223,18 @@ static void methodOption(Options* options, const char* text) {
   options->useMethod[grg] = both || strcmp(text, "grg") == 0;
   options->methodGiven = 1;
   if (!options->useMethod[sqp] && !options->useMethod[grg])
-    stop(exitUsage, "--method wants sqp, grg or both, not '%s'", text);
+    stop(exitUsage, "--method requires sqp, grg or both, not '%s'", text);
 }
 
 static void diffMethodOption(Options* options, const char* text) {
   const int central = strcmp(text, "central") == 0;
   if (!central && strcmp(text, "forward") != 0)
-    stop(exitUsage, "--diff-method wants forward or central, not '%s'", text);
+    stop(exitUsage, "--diff-method requires forward or central, not '%s'", text);
   options->diffMethod = central ? 2 : 1;
 }
 
 static const char* given(const char* option, const char* value) {
-  if (!value || !*value) stop(exitUsage, "%s wants a value, see --help", option);
+  if (!value || !*value) stop(exitUsage, "%s requires a value, see --help", option);
   return value;
 }
 
@@ -330,7 +315,7 @@ static void listProblems(void) {
 
 typedef struct Result {
   int status, iterations, evaluations;
-  double objective, violation; /* evaluated anew at x */
+  double objective, violation; /* evaluated again at x */
   double x[VRK_MAX_VARIABLES];
 } Result;
 

@@ -80,25 +80,26 @@ enum {
 
 /* What VRK_sqp returns. */
 enum {
-  /* Feasible, and the objective's slope along the search direction is at least -convTol: no
-   * noticeable decrease is left. A smaller tolerance may refine the point. */
+  /* Feasible, and the slope of the objective along the search direction is at least -convTol: no
+   * noticeable decrease is left. Use the design; a smaller tolerance may refine it. */
   VRK_SQP_CONVERGED = 1,
-  /* maxIter iterations were done without convergence. Look at f; another solve from x goes on, with
-   * fresh curvature. */
+  /* Iteration limit reached: maxIter iterations were completed without convergence. Look at f;
+   * restart from x with a higher limit, with fresh curvature. */
   VRK_SQP_ITERATION_LIMIT = 2,
-  /* The quadratic subproblem has no solution, even with its constraint rows left out. Scale the
+  /* The quadratic subproblem has no solution, even without its constraint rows. Scale the
    * objective, or start elsewhere. */
   VRK_SQP_NO_QP_SOLUTION = 4,
-  /* The Hessian approximation is not positive definite, even after a reset. Function values that
-   * are not finite are the usual cause. */
+  /* The Hessian approximation is not positive definite, even after a reset. Look for function
+   * values that are not finite, the usual cause. */
   VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE = 5,
-  /* The subproblem's solver broke down, or found too little work storage. Raise the capacity, or
-   * scale the functions. */
+  /* The solver of the subproblem broke down, or had too little work storage. Raise the storage
+   * capacities, or scale the functions. */
   VRK_SQP_QP_FAILURE = 6,
-  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults, then
+  /* Work storage or memory is exhausted, now or in an earlier solve. Call VRK_setDefaults, then
    * raise the capacities, before the next solve. */
   VRK_SQP_STORAGE = 7,
-  /* Ended by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0). */
+  /* Stopped by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0)
+   * before the next solve. */
   VRK_SQP_STOPPED = 8,
   /* The merit function (objective plus weighted constraint violations) stayed within convTol of
    * its two previous values. Often as good as converged, but the point may violate constraints:
@@ -109,39 +110,41 @@ enum {
 /* What VRK_grg returns. The values 7 and 9 are used inside it and never leave. */
 enum {
   /* Feasible, and the directional derivative of the objective is below convTol in size: no
-   * noticeable decrease is left. A smaller tolerance may refine the point. */
+   * noticeable decrease is left. Use the design; a smaller tolerance may refine it. */
   VRK_GRG_CONVERGED = 1,
-  /* Feasible, and the line search has reached its smallest step, 1e-4 in scaled variables. Use the
-   * point. If it is not good enough: tighter bounds, or another solve from x, with fresh
-   * curvature. */
+  /* Feasible, and the line search reached its smallest step, 1e-4 in scaled variables. Use the
+   * design, often as good as converged. If it is not good enough, tighten the bounds or restart
+   * from x, with fresh curvature. */
   VRK_GRG_MINIMUM_STEP = 2,
-  /* Feasible, and the objective changed by at most convTol in each of two successive iterations.
-   * Use the point; a smaller tolerance, or a larger scale of the objective, goes on. */
+  /* Feasible, and the objective has stalled: it changed by at most convTol in each of two
+   * successive iterations. Use the design; a smaller tolerance, or a larger scale of the
+   * objective, may improve it. */
   VRK_GRG_OBJECTIVE_NOT_CHANGING = 3,
-  /* No feasible point found: the violated constraint that is being reduced has no descent left
-   * that keeps the satisfied ones, or its line search has reached the smallest step. x may be a
+  /* No feasible point was found: the constraint being repaired cannot be reduced any further
+   * while the satisfied ones are kept, or its line search reached the smallest step. x may be a
    * local minimum of the violation. Start elsewhere, look for constraints that contradict each
    * other, or try VRK_sqp. */
   VRK_GRG_NO_FEASIBLE_POINT = 4,
-  /* No feasible point found: the violated constraint that is being reduced changed by at most
-   * convTol in each of two successive iterations. As 4; a constraint on too small a scale ends so
-   * as well. */
+  /* No feasible point was found: the constraint being repaired has stalled. It changed by at most
+   * convTol in each of two successive iterations. As for 4. A constraint on too small a scale
+   * also ends this way. */
   VRK_GRG_INFEASIBILITY_NOT_CHANGING = 5,
-  /* maxIter iterations were done. Look at f: once feasible, x is a design to use. Another solve
-   * from x goes on, with fresh curvature. */
+  /* Iteration limit reached: maxIter iterations were completed. Look at f: once feasible, x is a
+   * design to use. Restart from x with a higher limit, with fresh curvature. */
   VRK_GRG_ITERATION_LIMIT = 6,
-  /* The quadratic subproblem has no solution. Constraints that depend on each other, such as two
-   * equalities that are almost parallel, are the usual cause at a feasible point: leave one out.
-   * Otherwise scale the functions, or start elsewhere. */
+  /* The quadratic subproblem has no solution. At a feasible point the usual cause is constraints
+   * that depend on each other, such as two equalities that are almost parallel. Remove a
+   * constraint that follows from others. Otherwise scale the functions, or start elsewhere. */
   VRK_GRG_NO_QP_SOLUTION = 8,
-  /* The subproblem's solver broke down or found too little work storage, or function values that
-   * are not finite left no direction. Look at the callback, raise the capacity, or scale the
-   * functions. */
+  /* The solver of the subproblem broke down or had too little work storage, or function values
+   * that are not finite left no direction. Look at the callback, raise the storage capacities, or
+   * scale the functions. */
   VRK_GRG_QP_FAILURE = 10,
-  /* Work storage or memory exhausted, now or earlier (see Errors above). Call VRK_setDefaults, then
+  /* Work storage or memory is exhausted, now or in an earlier solve. Call VRK_setDefaults, then
    * raise the capacities, before the next solve. */
   VRK_GRG_STORAGE = 11,
-  /* Ended by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0). */
+  /* Stopped by VRK_set_stop; x is the last accepted point. Clear the request with VRK_set_stop(0)
+   * before the next solve. */
   VRK_GRG_STOPPED = 12
 };
 

@@ -1,6 +1,7 @@
 #pragma once
 // The words of a result: names, meanings of the statuses, the summary.
 
+#include <tarnix/statuses.h>
 #include <tarnix/tarnix.h>
 
 #include <algorithm>
@@ -70,28 +71,10 @@ TARNIX_INLINE std::string meaning(Method method, std::int32_t status) {
     std::int32_t status;
     const char* text;
   };
-  static constexpr Entry ofSqp[] = {
-      {VRK_SQP_CONVERGED, "constraints hold and no noticeable decrease is left"},
-      {VRK_SQP_ITERATION_LIMIT, "the iteration limit was reached"},
-      {VRK_SQP_NO_QP_SOLUTION, "the quadratic subproblem has no solution"},
-      {VRK_SQP_HESSIAN_NOT_POSITIVE_DEFINITE, "the curvature matrix is not positive definite"},
-      {VRK_SQP_QP_FAILURE, "the solver of the subproblem broke down"},
-      {VRK_SQP_STORAGE, "work storage or memory is exhausted"},
-      {VRK_SQP_STOPPED, "a stop was requested"},
-      {VRK_SQP_MERIT_NOT_CHANGING, "objective and weighted violations stand still"},
-  };
-  static constexpr Entry ofGrg[] = {
-      {VRK_GRG_CONVERGED, "constraints hold and no noticeable decrease is left"},
-      {VRK_GRG_MINIMUM_STEP, "the line search reached its smallest step"},
-      {VRK_GRG_OBJECTIVE_NOT_CHANGING, "the objective stands still"},
-      {VRK_GRG_NO_FEASIBLE_POINT, "a violated constraint has no descent left"},
-      {VRK_GRG_INFEASIBILITY_NOT_CHANGING, "the violation of a constraint stands still"},
-      {VRK_GRG_ITERATION_LIMIT, "the iteration limit was reached"},
-      {VRK_GRG_NO_QP_SOLUTION, "the quadratic subproblem has no solution"},
-      {VRK_GRG_QP_FAILURE, "the solver of the subproblem broke down"},
-      {VRK_GRG_STORAGE, "work storage or memory is exhausted"},
-      {VRK_GRG_STOPPED, "a stop was requested"},
-  };
+#define TARNIX_MEANING_ROW(status, name, word, meaning, when, remedy) {status, meaning},
+  static constexpr Entry ofSqp[] = {TARNIX_SQP_STATUSES(TARNIX_MEANING_ROW)};
+  static constexpr Entry ofGrg[] = {TARNIX_GRG_STATUSES(TARNIX_MEANING_ROW)};
+#undef TARNIX_MEANING_ROW
   const auto look = [status](const Entry* first, const Entry* last) -> std::string {
     const Entry* found =
         std::find_if(first, last, [status](const Entry& e) { return e.status == status; });
