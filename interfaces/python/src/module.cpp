@@ -6,9 +6,11 @@
 #include <pybind11/stl.h>
 
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -97,6 +99,13 @@ py::tuple solve(const Problem& problem, Options options, const py::object& analy
                         table(std::move(values), d.functions.size()));
 }
 
+/// The checks of a history, over the bytes of a text.
+template <class Unsigned>
+Unsigned fnv1a(std::string_view text, Unsigned hash, Unsigned prime) {
+  for (const char c : text) hash = (hash ^ static_cast<unsigned char>(c)) * prime;
+  return hash;
+}
+
 void bindOptions(py::module_& module) {
   py::class_<Stop>(module, "Stop", "Ends solves from any thread: Stop().request().")
       .def(py::init<>())
@@ -161,6 +170,10 @@ PYBIND11_MODULE(_core, module) {
   bindOptions(module);
   bindProblem(module);
   module.def("solve", &solve);
+  module.def("check", [](std::string_view text) { return fnv1a(text, 2166136261u, 16777619u); });
+  module.def("fingerprint", [](std::string_view text) {
+    return fnv1a(text, std::uint64_t{14695981039346656037u}, std::uint64_t{1099511628211u});
+  });
 }
 
 }  // namespace tarnix::python

@@ -22,10 +22,12 @@ from ._core import Stop
 from ._core import version as __version__
 from ._errors import BadValue, InvalidProblem, Issue, WorkerLost
 from ._scipy_form import OptimizeResult, minimize, scipy
+from ._history import History, HistoryError, load
 from .problem import Problem, Progress
 from .result import ActiveLimit, Description, Point, Report, Result, Stage
 
 __all__ = [
-    "ActiveLimit", "BadValue", "Description", "Design", "InvalidProblem", "Issue",
-    "OptimizeResult", "Point", "Problem", "Progress", "Report", "Result", "Stage", "Stop",
-    "Values", "WorkerLost", "__version__", "minimize", "problem", "scipy"]
+    "ActiveLimit", "BadValue", "Description", "Design", "History", "HistoryError",
+    "InvalidProblem", "Issue", "OptimizeResult", "Point", "Problem", "Progress", "Report",
+    "Result", "Stage", "Stop", "Values", "WorkerLost", "__version__", "load", "minimize",
+    "problem", "scipy"]

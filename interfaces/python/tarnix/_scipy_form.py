@@ -104,11 +104,20 @@ def _old_style(con: Dict[str, Any], number: int) -> Rows:
     relation = con["type"].lower() if isinstance(con["type"], str) else con["type"]
     if relation not in ("eq", "ineq"):
         raise ValueError(f"{name} has the type {con['type']!r}, which is neither 'eq' nor 'ineq'")
-    args = con.get("args", ())
+    args = tuple(con.get("args", ()))
     jac = con.get("jac")
-    return Rows(name, lambda x: con["fun"](x, *args),
-                (lambda x: jac(x, *args)) if callable(jac) else None,
+    return Rows(name, _With(con["fun"], args), _With(jac, args) if callable(jac) else None,
                 0.0, 0.0 if relation == "eq" else math.inf)
+
+
+class _With:
+    """A function of x with further arguments, which pickles where the function does."""
+
+    def __init__(self, function: Callable[..., Any], args: Tuple[Any, ...]) -> None:
+        self.function, self.args = function, args
+
+    def __call__(self, x: Array) -> Any:
+        return self.function(x, *self.args)
 
 
 def _rows(constraints: Any) -> List[Rows]:
@@ -237,7 +246,7 @@ RENAMED = {"maxiter": "max_iterations", "maxfev": "max_evaluations", "maxfun": "
            "ftol": "tolerance", "tol": "tolerance"}
 KNOWN = {"tolerance", "differences", "difference_step", "keep_inside", "check_gradients",
          "max_iterations", "max_evaluations", "max_time", "target", "stop", "report",
-         "print_level", "trace"}
+         "print_level", "trace", "executor", "history", "resume"}
 
 
 def _options(tol: Optional[float], options: Optional[Dict[str, Any]], jac: Any) -> Dict[str, Any]:
@@ -293,7 +302,8 @@ def minimize(fun: Callable[..., Any], x0: Any, args: Any = (), method: str = "au
         ``callback(intermediate_result)``, ``callback(xk)`` or ``callback(xk, state)``, at the start
         of every iteration with the best point so far; StopIteration ends the solve.
     options : dict, optional
-        ``maxiter``, ``maxfev``, ``ftol``, ``disp``, and those of `Problem.solve`.
+        ``maxiter``, ``maxfev``, ``ftol``, ``disp``, and those of `Problem.solve`, among them
+        ``executor`` and ``history``.
 
     Returns
     -------

@@ -178,7 +178,8 @@ class Problem:
               max_time: Optional[float] = None, target: Optional[float] = None,
               stop: Optional[Stop] = None, callback: Optional[Callable[[Progress], Any]] = None,
               report: bool = True, print_level: int = 0,
-              trace: Optional[Callable[[str], Any]] = None) -> Result:
+              trace: Optional[Callable[[str], Any]] = None, executor: Any = None,
+              history: Any = None, resume: bool = False) -> Result:
         """Solves the problem.
 
         Parameters
@@ -221,6 +222,16 @@ class Problem:
             Multipliers and sensitivities at the end, one gradient pass.
         print_level : int
             Trace of the methods, 0 to 3, to `trace`, by default ``sys.stdout.write``.
+        executor : concurrent.futures.Executor, optional
+            Evaluates the designs of a gradient pass side by side, on threads, processes or other
+            machines; the solve is the same to the last bit for any number of workers. Processes
+            get the analysis by pickle. One call counts as begun when it is submitted.
+        history : str or os.PathLike, optional
+            File that gets a line per finished evaluation, which ``tarnix report`` draws and `load`
+            reads. That of an earlier solve is renamed.
+        resume : bool
+            Goes on with the history where there is one: no evaluation in it is repeated, and the
+            solve ends at the same bits as one that was never interrupted.
 
         Returns
         -------
@@ -232,6 +243,10 @@ class Problem:
             Before anything is evaluated, with every fault of the problem and the options.
         BadValue
             The analysis returned something that is no real number.
+        WorkerLost
+            A worker of the executor died.
+        HistoryError
+            The history is damaged, in use, unfinished without `resume`, or of another problem.
         Exception
             Whatever the analysis raises, as it was; KeyboardInterrupt ends the solve at once.
         """
@@ -241,12 +256,13 @@ class Problem:
             move_start_inside=move_start_inside, check_gradients=check_gradients, start=start,
             max_iterations=max_iterations, max_evaluations=max_evaluations, max_time=max_time,
             target=target, stop=stop, callback=callback, report=report, print_level=print_level,
-            trace=trace)
+            trace=trace, executor=executor, history=history, resume=resume)
 
     def _solve(self, analysis: Callable[..., Any], arguments: Optional[Tuple[Any, ...]],
                gradient: Any, *,
                callback: Optional[Callable[[Progress], Any]] = None,
                trace: Optional[Callable[[str], Any]] = None, start: Any = None,
+               executor: Any = None, history: Any = None, resume: bool = False,
                **given: Any) -> Result:
         """The same; an analysis with further arguments, or none, is called as it is."""
         options = _options(dict(given, start=self._start(start)))
@@ -259,10 +275,12 @@ class Problem:
         call: Callable[..., Any] = analysis
         if arguments is None:
             call = self._call(analysis, described)
-        entries, designs, values = _core.solve(
-            self._core, options, call, arguments or (), None, reader,
-            self._gradient(gradient, reader, call), self._progress(callback, described), trace)
-        return Result(entries, designs, values, described, options.tolerance)
+        job = _Job(self._core, options, call, arguments or (), reader,
+                   self._gradient(gradient, reader, call), self._progress(callback, described),
+                   trace)
+        if executor is None and history is None:
+            return job.run(described)
+        return job.run_recorded(described, analysis, executor, history, resume)
 
     def _index(self, described: Description) -> Dict[str, int]:
         return {name: i for i, name in enumerate(described.variable_names)}
@@ -322,6 +340,45 @@ class Problem:
                                                 "variable")])
             return [_number(start.get(name, at), name) for name, at in declared.items()]
         return [_number(value, "start") for value in start]
+
+
+class _Job:
+    """A solve with its callables."""
+
+    def __init__(self, core: _core.Problem, options: _core.Options, call: Callable[..., Any],
+                 arguments: Tuple[Any, ...], reader: Reader, gradient: Any, progress: Any,
+                 trace: Any) -> None:
+        self.core, self.options, self.call, self.arguments = core, options, call, arguments
+        self.reader, self.gradient, self.progress, self.trace = reader, gradient, progress, trace
+
+    def run(self, described: Description, batch: Any = None) -> Result:
+        entries, designs, values = _core.solve(
+            self.core, self.options, self.call, self.arguments, batch, self.reader, self.gradient,
+            self.progress, self.trace)
+        return Result(entries, designs, values, described, self.options.tolerance)
+
+    def run_recorded(self, described: Description, analysis: Any, executor: Any, history: Any,
+                     resume: bool) -> Result:
+        from ._evaluations import Evaluations
+        from ._history import Recorder, fingerprint
+        from ._outcome import outcome_of
+
+        issues = self.core.check(self.options)  # before a file is made
+        if issues:
+            raise InvalidProblem(issues)
+        recorder = None
+        if history is not None:
+            recorder = Recorder(history, resume, described, self.options.tolerance,
+                                fingerprint(described, analysis))
+        try:
+            result = self.run(described, Evaluations(self.call, self.arguments, self.reader,
+                                                     executor, recorder))
+            if recorder:
+                recorder.finish(outcome_of(result, str(history), replayed=recorder.replayed))
+        finally:
+            if recorder:
+                recorder.close()
+        return result
 
 
 def from_arrays(start: Sequence[float], lower: Any = None, upper: Any = None, *,

@@ -7,6 +7,7 @@ from typing import Any, Dict, List, Optional
 import numpy as np
 
 from ._answers import Array, Design
+from ._course import Course
 from ._errors import pythonic, shown
 
 
@@ -102,14 +103,14 @@ class Description(Record):
         largest[~np.isfinite(rows).all(axis=1)] = np.nan
         return largest
 
-    def inside(self, designs: Array) -> Array:
+    def inside(self, designs: Array) -> Any:
         """Which rows of designs lie within the bounds."""
         lower = np.array([v[2] for v in self.variables])
         upper = np.array([v[3] for v in self.variables])
-        return np.asarray(((designs >= lower) & (designs <= upper)).all(axis=1))
+        return ((designs >= lower) & (designs <= upper)).all(axis=1)
 
 
-class Result:
+class Result(Course):
     """What a solve returns: the point, the truth about it, how it came about, what its limits cost.
 
     ``print(result)`` shows a table of all this, a notebook draws it, ``result["stress"]`` is the
@@ -213,6 +214,18 @@ class Result:
     def summary(self) -> str:
         """A readable table: outcome, design, constraints, what active limits cost."""
         return str(self.__dict__["summary_text"])
+
+    def to_dict(self) -> Dict[str, Any]:
+        """Plain values for JSON, with the keys of ``tarnix solve --json``."""
+        from ._outcome import outcome_of
+
+        return outcome_of(self, self.description.function_names[0])
+
+    def _repr_html_(self) -> str:
+        """The table that a notebook shows."""
+        from ._html import page
+
+        return page(self)
 
     def __str__(self) -> str:
         return self.summary()
