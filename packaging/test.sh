@@ -33,8 +33,9 @@ arch=$(dpkg --print-architecture)
 soversion=${VERSION%%.*}
 if [[ $soversion == 0 ]]; then soversion=${VERSION%.*}; fi # then minor versions differ
 runtime=libtarnix$soversion
-declare -A package=([runtime]=$runtime [development]=libtarnix-dev [tools]=tarnix-tools)
-declare -A section=([runtime]=libs [development]=libdevel [tools]=math)
+declare -A package=([runtime]=$runtime [development]=libtarnix-dev
+  [python]=python3-tarnix [tools]=tarnix-tools)
+declare -A section=([runtime]=libs [development]=libdevel [python]=python [tools]=math)
 deb() { echo "$work/packages/${package[$1]}_${version}_$arch.deb"; }
 
 equal "packages made" "$(for c in $PACKAGES; do deb "$c"; done | sort)" \
@@ -57,6 +58,7 @@ for c in $PACKAGES; do
   case $c in
     runtime) [[ $depends =~ ^libc6\ .*libstdc\+\+6\ && $depends != *tarnix* ]] ;;
     development) [[ $depends =~ ^$own$ ]] ;;
+    python) [[ $depends =~ ^$own.*libc6\ .*python3\ \(\<\<\ 3\.[0-9]+\).*python3-numpy ]] ;;
     tools) [[ $depends =~ ^$own,\ libc6\ .*libmuparser.*libstdc\+\+6\  ]] ;;
   esac || fail "dependencies of $c"
 done
@@ -81,6 +83,12 @@ expected_files() {
       if [[ -d interfaces/fortran ]]; then echo "usr/include/tarnix/tarnix.f90"; fi
       echo "usr/$LIBDIR/pkgconfig/tarnix.pc"
       echo "usr/share/man/man3/tarnix.3.gz"
+      ;;
+    python)
+      (cd interfaces/python && find tarnix -name '*.py' -o -name '*.pyi' -o -name py.typed) |
+        sed 's|^|usr/lib/python3/dist-packages/|'
+      echo "usr/lib/python3/dist-packages/tarnix/_core$(/usr/bin/python3 -c \
+        'import sysconfig; print(sysconfig.get_config_var("EXT_SUFFIX"))')"
       ;;
     tools)
       echo "usr/bin/tarnix"
@@ -117,7 +125,7 @@ for c in $PACKAGES; do
 done
 while read -r binary; do
   if readelf -d "$binary" | grep -E 'R(UN)?PATH'; then fail "search path in $binary"; fi
-done < <(find "$root" -type f \( -path '*/usr/bin/*' -o -name 'libtarnix.so.*' \))
+done < <(find "$root" -type f \( -path '*/usr/bin/*' -o -name 'libtarnix.so.*' -o -name '_core.*.so' \))
 
 echo "== hosts"
 bash tests/install/consume.sh "$root/usr" "$LIBDIR" "$work/consumer"
@@ -159,6 +167,14 @@ example "$page" >"$work/example.c"
   -I"$root/usr/include" -L"$root/usr/$LIBDIR" -ltarnix
 export LD_LIBRARY_PATH=$root/usr/$LIBDIR
 "$work/example" || fail "example of tarnix(3)"
+
+if [[ " $PACKAGES " == *" python "* ]]; then
+  echo "== Python package"
+  (cd / && PYTHONPATH=$root/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1 \
+    /usr/bin/python3 -c "import tarnix; assert tarnix.__version__ == '$VERSION'
+r = tarnix.minimize(lambda x: (x[0] - 3)**2, [1.0], bounds=[(0, 2)])
+assert r.success and abs(r.x[0] - 2) < 1e-6") || fail "the Python package"
+fi
 
 if [[ " $PACKAGES " == *" tools "* ]]; then
   echo "== program"

@@ -139,15 +139,27 @@ class Page {
       chart.width = 240;
       chart.height = 130;
       chart.xMax = static_cast<double>(number.size());
-      chart.yMin = v.lower;
-      chart.yMax = v.upper;
-      chart.levels = {v.lower, v.upper};
       std::vector<double> values;
       for (const auto& design : x) values.push_back(design[i]);
+      rangeOf(v, values, chart);
       chart.series = {{number, values, "line"}};
       html += chart.svg();
     }
     return html;
+  }
+
+  // The bounds; where one is missing, as far as the values reach.
+  static void rangeOf(const VariableEntry& v, const std::vector<double>& values, Chart& chart) {
+    for (const double bound : {v.lower, v.upper})
+      if (std::isfinite(bound)) chart.levels.push_back(bound);
+    chart.yMin = v.lower;
+    chart.yMax = v.upper;
+    if (chart.levels.size() == 2) return;
+    chart.yMin = std::numeric_limits<double>::infinity();
+    chart.yMax = -chart.yMin;
+    for (const double value : chart.levels) include(value, chart.yMin, chart.yMax);
+    for (const double value : values) include(value, chart.yMin, chart.yMax);
+    if (chart.yMin > chart.yMax) chart.yMin = 0, chart.yMax = 1;
   }
 
   static std::string unitOf(const std::string& unit) { return unit.empty() ? "" : " in " + unit; }

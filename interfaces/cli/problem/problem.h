@@ -136,6 +136,8 @@ struct ProblemFile {
   std::vector<ResultEntry> results;
   OptionsTable options;
   Overrides overrides;  // of the command line
+  // What the values of a described problem depend on, as its history states it.
+  std::vector<std::pair<std::string, std::string>> statedParts;
 };
 
 // Reads and validates a file. Whatever is wrong is added to issues, and the problem is then

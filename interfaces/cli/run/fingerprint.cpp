@@ -124,6 +124,7 @@ std::vector<std::string> variableNames(const ProblemFile& problem) {
 }
 
 Fingerprint fingerprint(const ProblemFile& problem) {
+  if (!problem.statedParts.empty()) return problem.statedParts;
   Fingerprint parts;
   Hash variables, expressions;
   for (const std::string& name : variableNames(problem)) variables.add(name);

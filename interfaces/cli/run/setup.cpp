@@ -58,6 +58,11 @@ Setup::Setup(const fs::path& file, const Overrides& overrides) {
   if (!text.empty()) std::cerr << text << "\n";
 }
 
+Setup::Setup(ProblemFile described) : problem(std::move(described)) {
+  Issues none(problem.file.string());
+  model = std::make_unique<Model>(problem, none);
+}
+
 void moveStart(Setup& setup, const Places& places, const std::string& where) {
   if (where.empty() || where == "start") return;
   History history(where == "best" ? places.history : fs::path(where));

@@ -14,6 +14,8 @@ namespace tarnix::cli {
 // Throws Failure with every issue when the file has any; warnings go to standard error.
 struct Setup {
   explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {});
+  // Of a problem that is only described: nothing can be evaluated.
+  explicit Setup(ProblemFile described);
   Setup(const Setup&) = delete;
   Setup& operator=(const Setup&) = delete;
 

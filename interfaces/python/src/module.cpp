@@ -124,6 +124,8 @@ void bindOptions(py::module_& module) {
       .def_readwrite("move_start_inside", &Options::moveStartInside)
       .def_readwrite("check_gradients", &Options::checkGradients)
       .def_readwrite("start", &Options::start)
+      .def_readwrite("starts", &Options::starts)
+      .def_readwrite("seed", &Options::seed)
       .def_readwrite("max_iterations", &Options::maxIterations)
       .def_readwrite("max_evaluations", &Options::maxEvaluations)
       .def_property(

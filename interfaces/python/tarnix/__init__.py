@@ -21,6 +21,7 @@ from ._answers import Design, Values
 from ._core import Stop
 from ._core import version as __version__
 from ._errors import BadValue, InvalidProblem, Issue, WorkerLost
+from ._multistart import Minimum, Multistart, multistart
 from ._scipy_form import OptimizeResult, minimize, scipy
 from ._history import History, HistoryError, load
 from .problem import Problem, Progress
@@ -28,6 +29,6 @@ from .result import ActiveLimit, Description, Point, Report, Result, Stage
 
 __all__ = [
     "ActiveLimit", "BadValue", "Description", "Design", "History", "HistoryError",
-    "InvalidProblem", "Issue", "OptimizeResult", "Point", "Problem", "Progress", "Report",
-    "Result", "Stage", "Stop", "Values", "WorkerLost", "__version__", "load", "minimize",
-    "problem", "scipy"]
+    "InvalidProblem", "Issue", "Minimum", "Multistart", "OptimizeResult", "Point", "Problem",
+    "Progress", "Report", "Result", "Stage", "Stop", "Values", "WorkerLost", "__version__", "load",
+    "minimize", "multistart", "problem", "scipy"]

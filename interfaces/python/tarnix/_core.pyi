@@ -25,6 +25,8 @@ class Options:
     max_time: Optional[float]
     target: Optional[float]
     stop: Optional[Stop]
+    starts: int
+    seed: int
     report: bool
     print_level: int
 
@@ -40,7 +42,7 @@ class Problem:
 
 def solve(
     problem: Problem, options: Options, analysis: Callable[..., Any], arguments: Tuple[Any, ...],
-    batch: Optional[Callable[..., Any]], read: Callable[..., Any],
+    batch: Optional[Callable[..., Any]], read: Optional[Callable[..., Any]],
     gradient: Optional[Callable[..., Any]], progress: Optional[Callable[..., bool]],
     trace: Optional[Callable[[str], Any]],
 ) -> Tuple[Dict[str, Any], Array, Array]: ...

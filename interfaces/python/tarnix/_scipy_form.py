@@ -151,10 +151,10 @@ def _bounds(bounds: Any, n: int) -> Tuple[Array, Array]:
     if len(pairs) != n:
         raise ValueError(f"{len(pairs)} bounds are given, x0 has {n} values")
     for pair in pairs:
-        if np.ndim(pair) != 1 or len(pair) != 2:
+        if not hasattr(pair, "__len__") or len(pair) != 2:
             raise ValueError(f"bounds are pairs (lower, upper), not {pair!r}")
-    lower = [-math.inf if low is None else float(low) for low, _ in pairs]
-    upper = [math.inf if high is None else float(high) for _, high in pairs]
+    lower = [-math.inf if low is None else float(np.asarray(low).item()) for low, _ in pairs]
+    upper = [math.inf if high is None else float(np.asarray(high).item()) for _, high in pairs]
     return np.array(lower), np.array(upper)
 
 
@@ -250,7 +250,7 @@ KNOWN = {"tolerance", "differences", "difference_step", "keep_inside", "check_gr
 
 
 def _options(tol: Optional[float], options: Optional[Dict[str, Any]], jac: Any) -> Dict[str, Any]:
-    chosen: Dict[str, Any] = {"tolerance": 1e-6, "difference_step": 1e-6,
+    chosen: Dict[str, Any] = {"tolerance": 1e-8, "difference_step": 1e-6,
                               "keep_inside": True, "move_start_inside": True}
     if jac == "3-point":
         chosen["differences"] = "central"
@@ -297,7 +297,7 @@ def minimize(fun: Callable[..., Any], x0: Any, args: Any = (), method: str = "au
         valued; their ``jac`` is used where it is a callable.
     tol : float, optional
         Largest violation of a constraint, and decrease of `fun` that is not worth another
-        iteration; 1e-6 by default.
+        iteration; 1e-8 by default.
     callback : callable, optional
         ``callback(intermediate_result)``, ``callback(xk)`` or ``callback(xk, state)``, at the start
         of every iteration with the best point so far; StopIteration ends the solve.
