@@ -34,8 +34,9 @@ soversion=${VERSION%%.*}
 if [[ $soversion == 0 ]]; then soversion=${VERSION%.*}; fi # then minor versions differ
 runtime=libtarnix$soversion
 declare -A package=([runtime]=$runtime [development]=libtarnix-dev
-  [python]=python3-tarnix [tools]=tarnix-tools)
-declare -A section=([runtime]=libs [development]=libdevel [python]=python [tools]=math)
+  [python]=python3-tarnix [ampl]=tarnix-ampl [tools]=tarnix-tools)
+declare -A section=([runtime]=libs [development]=libdevel [python]=python [ampl]=math
+  [tools]=math)
 deb() { echo "$work/packages/${package[$1]}_${version}_$arch.deb"; }
 
 equal "packages made" "$(for c in $PACKAGES; do deb "$c"; done | sort)" \
@@ -59,6 +60,7 @@ for c in $PACKAGES; do
     runtime) [[ $depends =~ ^libc6\ .*libstdc\+\+6\ && $depends != *tarnix* ]] ;;
     development) [[ $depends =~ ^$own$ ]] ;;
     python) [[ $depends =~ ^$own.*libc6\ .*python3\ \(\<\<\ 3\.[0-9]+\).*python3-numpy ]] ;;
+    ampl) [[ $depends =~ ^$own,\ .*libamplsolver.*libc6\  ]] ;;
     tools) [[ $depends =~ ^$own,\ libc6\ .*libmuparser.*libstdc\+\+6\  ]] ;;
   esac || fail "dependencies of $c"
 done
@@ -89,6 +91,10 @@ expected_files() {
         sed 's|^|usr/lib/python3/dist-packages/|'
       echo "usr/lib/python3/dist-packages/tarnix/_core$(/usr/bin/python3 -c \
         'import sysconfig; print(sysconfig.get_config_var("EXT_SUFFIX"))')"
+      ;;
+    ampl)
+      echo "usr/bin/tarnix-ampl"
+      echo "usr/share/man/man1/tarnix-ampl.1.gz"
       ;;
     tools)
       echo "usr/bin/tarnix"
@@ -176,6 +182,17 @@ r = tarnix.minimize(lambda x: (x[0] - 3)**2, [1.0], bounds=[(0, 2)])
 assert r.success and abs(r.x[0] - 2) < 1e-6") || fail "the Python package"
 fi
 
+if [[ " $PACKAGES " == *" ampl "* ]]; then
+  echo "== .nl driver"
+  ampl=$root/usr/bin/tarnix-ampl
+  "$ampl" "$PWD/interfaces/ampl/examples/mix" >"$work/mix" || fail "tarnix-ampl"
+  grep -F "objective 1700" "$work/mix" || fail "answer of tarnix-ampl"
+  manual=$(zcat "$pages/man1/tarnix-ampl.1.gz")
+  for name in $("$ampl" -= | grep -oE '^[a-z]+'); do
+    if [[ $name != version ]]; then grep -wF "$name" <<<"$manual" >/dev/null ||
+      fail "no $name in tarnix-ampl(1)"; fi
+  done
+fi
 if [[ " $PACKAGES " == *" tools "* ]]; then
   echo "== program"
   tarnix=$root/usr/bin/tarnix

@@ -1,0 +1,2 @@
+#!/bin/sh
+cd "$(dirname "$0")" && tarnix-ampl column method=sqp wantsol=2

@@ -1,0 +1,2 @@
+#!/bin/sh
+cd "$(dirname "$0")" && tarnix-ampl mix method=sqp wantsol=6
