@@ -1,0 +1,60 @@
+"""Sphinx builds the documents with this: cmake --build build/release --target docs."""
+import importlib.util
+import os
+import pathlib
+import re
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+
+project = "tarnix"
+author = "tarnix developers"
+release = re.search(r"project\(tarnix VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
+version = release
+copyright = "tarnix developers"
+
+extensions = ["breathe", "myst_parser", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
+exclude_patterns = ["README.md"]
+myst_enable_extensions = ["dollarmath"]
+myst_heading_anchors = 3
+suppress_warnings = ["myst.header"]  # pages that are included begin below their first heading
+nitpicky = True
+
+# --- The C and C++ headers, read by doxygen ----------------------------------------------------
+breathe_projects = {"tarnix": os.environ.get("TARNIX_DOXYGEN_XML", "")}
+breathe_default_project = "tarnix"
+breathe_domain_by_extension = {"h": "c", "hpp": "cpp"}
+breathe_show_include = False
+primary_domain = None
+# Types of the standard libraries, and names of the interface that stand for themselves.
+nitpick_ignore_regex = [
+    (r"c:identifier", r".*"),
+    (r"cpp:identifier", r"(std|detail|tarnix)(::.*)?|.*_t|.*Fn|F|Enum|R|Self|Arguments"),
+    (r"py:.*", r"(?!tarnix\.).*"),
+]
+c_id_attributes = cpp_id_attributes = ["VRK_API", "TARNIX_INLINE"]
+
+# --- The Python package: its own sources, without the compiled module --------------------------
+sys.path.insert(0, str(ROOT / "interfaces/python"))
+autodoc_mock_imports = ["tarnix._core"]
+autodoc_typehints = "none"
+autodoc_member_order = "bysource"
+napoleon_google_docstring = False
+napoleon_use_rtype = False
+
+# --- HTML: furo has a dark side and folds on narrow screens; without it, alabaster -------------
+html_theme = "furo" if importlib.util.find_spec("furo") else "alabaster"
+html_title = f"tarnix {release}"
+html_static_path = ["_static"]
+html_css_files = ["tarnix.css"]
+html_copy_source = False
+html_show_sphinx = False
+highlight_language = "none"
+
+# --- Manual pages, from the same pages ----------------------------------------------------------
+man_pages = [
+    ("methods", "tarnix-methods", "the two methods of tarnix as implemented", author, 7),
+    ("reference/statuses", "tarnix-statuses", "what the solve calls of tarnix return", author, 7),
+    ("reference/problem_file", "tarnix-problem", "problem files of the program tarnix", author, 5),
+]
+man_show_urls = True
