@@ -15,7 +15,6 @@ copyright = "tarnix developers"
 
 extensions = ["breathe", "myst_parser", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
 exclude_patterns = ["README.md"]
-myst_enable_extensions = ["dollarmath"]
 myst_heading_anchors = 3
 suppress_warnings = ["myst.header"]  # pages that are included begin below their first heading
 nitpicky = True
@@ -25,11 +24,10 @@ breathe_projects = {"tarnix": os.environ.get("TARNIX_DOXYGEN_XML", "")}
 breathe_default_project = "tarnix"
 breathe_domain_by_extension = {"h": "c", "hpp": "cpp"}
 breathe_show_include = False
-primary_domain = None
 # Types of the standard libraries, and names of the interface that stand for themselves.
 nitpick_ignore_regex = [
     (r"c:identifier", r".*"),
-    (r"cpp:identifier", r"(std|detail|tarnix)(::.*)?|.*_t|.*Fn|F|Enum|R|Self|Arguments"),
+    (r"cpp:identifier", r"(std|detail|tarnix)(::.*)?|.*_t|.*Fn|F|Enum|R|Self|Arguments|unlimited"),
     (r"py:.*", r"(?!tarnix\.).*"),
 ]
 c_id_attributes = cpp_id_attributes = ["VRK_API", "TARNIX_INLINE"]
@@ -41,6 +39,8 @@ autodoc_typehints = "none"
 autodoc_member_order = "bysource"
 napoleon_google_docstring = False
 napoleon_use_rtype = False
+napoleon_use_ivar = True
+napoleon_use_param = False
 
 # --- HTML: furo has a dark side and folds on narrow screens; without it, alabaster -------------
 html_theme = "furo" if importlib.util.find_spec("furo") else "alabaster"

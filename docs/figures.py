@@ -38,9 +38,7 @@ class Figure:
             "<style>svg.figure text { fill: var(--ink, #222); }"
             " @media (prefers-color-scheme: dark) {"
             " svg.figure:root { --ink: #d8dbe0; --faint: #4c525b; } }</style>",
-            '<defs><marker id="arrow" viewBox="0 0 8 8" refX="7" refY="4" markerWidth="7"'
-            ' markerHeight="7" orient="auto"><path d="M0 0L8 4L0 8z" fill="context-stroke"'
-            ' style="fill:var(--ink, #222)"/></marker></defs>']
+        ]
 
     def add(self, text: str) -> None:
         self.parts.append(text)
@@ -50,8 +48,12 @@ class Figure:
         path = "L".join(f"{x:.1f} {y:.1f}" for x, y in points)
         self.add(f'<path d="M{path}" style="stroke:{color};fill:none" stroke-width="{width:.1f}"'
                  + (f' stroke-dasharray="{dash}"' if dash else "")
-                 + (' marker-end="url(#arrow)"' if arrow else "")
                  + ' stroke-linecap="round" stroke-linejoin="round"/>')
+        if arrow:
+            (x, y), (u, v) = points[-1], points[-2]
+            turn = math.degrees(math.atan2(y - v, x - u))
+            self.add(f'<path d="M2 0L-9 5L-9 -5z" style="fill:{color}"'
+                     f' transform="translate({x:.1f} {y:.1f}) rotate({turn:.1f})"/>')
 
     def area(self, points: Sequence[Point], color: str) -> None:
         path = "L".join(f"{x:.1f} {y:.1f}" for x, y in points)
@@ -164,9 +166,9 @@ def qp() -> str:
     for k in range(2):
         figure.line([at(points[k]), at(points[k + 1])], RED, 2.2, arrow=True)
     names = ["start: unconstrained minimum", "row 1 added", "row 2 added: solution"]
+    anchors = ["middle", "end", "start"]
     shifts = [(30, -12), (-10, -8), (12, 20)]
-    for point, name, (dx, dy), anchor in zip(points, names, shifts,
-                                           ("middle", "end", "start")):
+    for point, name, (dx, dy), anchor in zip(points, names, shifts, anchors):
         figure.dot(at(point))
         figure.text((at(point)[0] + dx, at(point)[1] + dy), name, anchor)
     return figure.svg()
@@ -202,7 +204,7 @@ def results() -> str:
     return figure.svg()
 
 
-# --- The truss before and after --------------------------------------------------------------------
+# --- The truss before and after -------------------------------------------------------------------
 NODES = {"A": (360, 360), "B": (360, 0), "C": (720, 360), "D": (720, 0), "E": (0, 360),
          "F": (0, 0)}
 BARS = ["EA", "AC", "FB", "BD", "AB", "CD", "EB", "FA", "AD", "BC"]

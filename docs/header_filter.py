@@ -15,18 +15,19 @@ def documented(match):
     if lines[0].startswith("---"):  # a heading between groups of routines
         return match[0]
     out, fixed = [], False
-    for line in [*lines, ""]:
+    for line in lines:
         if line.strip() and line.startswith("  ") != fixed:
             out.append("\\endverbatim" if fixed else "\\verbatim")
             fixed = not fixed
         out.append(line)
     if fixed:
         out.append("\\endverbatim")
-    text = f"\n{indent} * ".join(out)
-    return f"{indent}/** {text}\n{indent} */"
+    text = "\n".join(out)
+    return f"{indent}/** {text}\n*/"
 
 
 source = pathlib.Path(sys.argv[1]).read_text()
+source = re.sub(r"\A/\* ", "/* \\\\file\n * ", source)
 source = re.sub(r"^( *)/\* (.*?)\s*\*/", documented, source, flags=re.M | re.S)
 source = re.sub(r"(?<=[;,\d]) ( *)/\* ", r" \1/**< ", source)
 sys.stdout.write(source)
