@@ -30,6 +30,7 @@ struct Pair {
   friend Pair operator+(Pair a, Pair b) { return {a[0] + b[0], a[1] + b[1]}; }
   friend Pair operator-(Pair a, Pair b) { return {a[0] - b[0], a[1] - b[1]}; }
   friend Pair operator*(Pair a, Pair b) { return {a[0] * b[0], a[1] * b[1]}; }
+  friend Pair operator/(Pair a, Pair b) { return {a[0] / b[0], a[1] / b[1]}; }
   Pair& operator+=(Pair other) { return *this = *this + other; }
   Pair& operator-=(Pair other) { return *this = *this - other; }
 };
