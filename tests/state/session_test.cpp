@@ -212,7 +212,11 @@ TEST_F(Session, RefineConcernsReducedGradientsAndOutlivesTheDefaults) {
   OwnSession own;
   const Using use(own);
   const std::vector<Record> plain = solveAll();
-  tarnix_session_refine(own, 1);
+  {
+    const Using processWide(nullptr);
+    tarnix_session_refine(own, 1);
+    EXPECT_EQ(plain, solveAll());  // in another session
+  }
   const std::vector<Record> refined = solveAll();  // the defaults are stored before every solve
   int differ = 0;
   for (std::size_t i = 0; i < plain.size(); ++i) {
@@ -438,36 +442,61 @@ TEST_F(Session, WithoutMemoryIsNull) {
 
 TEST_F(Session, OutOfMemoryWithinASolve) {
   if (!allocationsOfLibrary) GTEST_SKIP() << "the library's memory is not seen from outside";
-  const Problem& p = named("HS43");
+  const Problem& large = named("segments_50");
   for (const Method method : methods) {
-    const Record alone = solved(p, method);
-    const int32_t refused = isSqp(method) ? int{VRK_SQP_STORAGE} : int{VRK_GRG_STORAGE};
-    long allowed = 0;
-    for (bool enough = false; !enough; ++allowed) {
-      ASSERT_LT(allowed, 50);
-      OwnSession own;
-      const Using use(own);
-      CollectionSolve short_{p, method};
-      captured([&] {
-        const ShortMemory memory(allowed);
-        short_.run();
-      });
-      enough = short_.record.status != refused;
-      EXPECT_TRUE(!enough || alone == short_.record) << short_.record.status;
-      EXPECT_EQ(0, own.settings().dblStorageUsed);
-      EXPECT_EQ(alone, solved(p, method)) << "after the defaults, allowed " << allowed;
+    // The second one's subproblems take blocks of their own.
+    for (const Problem* p : {&named("HS43"), &large}) {
+      const Record alone = solved(*p, method);
+      const int32_t refused = isSqp(method) ? int{VRK_SQP_STORAGE} : int{VRK_GRG_STORAGE};
+      long allowed = 0;
+      for (bool enough = false; !enough; ++allowed) {
+        ASSERT_LT(allowed, 50);
+        OwnSession own;
+        const Using use(own);
+        CollectionSolve short_{*p, method};
+        captured([&] {
+          const ShortMemory memory(allowed);
+          short_.run();
+        });
+        enough = short_.record.status != refused;
+        EXPECT_TRUE(!enough || alone == short_.record) << short_.record.status;
+        EXPECT_EQ(0, own.settings().dblStorageUsed);
+        EXPECT_EQ(alone, solved(*p, method)) << "after the defaults, allowed " << allowed;
+      }
+      EXPECT_GT(allowed, 4);
     }
-    EXPECT_GT(allowed, 4);
-
     // What serves a batch is not needed: its points are then evaluated one by one.
     OwnSession own;
     const Using use(own);
-    const Problem& large = named("segments_50");
     const Record plain = solved(large, method);  // all that a solve takes by itself is there now
     const tarnix_batch batch = [](void*, int32_t, const double*, double*) { FAIL(); };
     tarnix_session_batch(own, batch, nullptr);
     const ShortMemory none(0);
     EXPECT_EQ(plain, solved(large, method));
+  }
+}
+
+// A subproblem's own failure flag does not tell memory from a storage that is too small.
+TEST_F(Session, OutOfMemoryWithinASubproblem) {
+  if (!allocationsOfLibrary) GTEST_SKIP() << "the library's memory is not seen from outside";
+  const auto solveQp = [] {
+    Doubles d(1), multipliers(1);
+    Ints rows(1);
+    int32_t count = 0, noSolution = 0, notPosDef = 0, failure = 0;
+    QPSOLV(by(1), by(0), by(0), nullptr, by(1), nullptr, Doubles{2}, by(1), Doubles{-6}, Ints{0},
+           Doubles{0}, Doubles{0}, d, multipliers, rows, &count, &noSolution, &notPosDef, &failure);
+    return failure != 0;
+  };
+  for (const bool withoutMemory : {true, false}) {
+    OwnSession own;
+    const Using use(own);
+    bool failed = false;
+    captured([&] {
+      const ShortMemory memory(withoutMemory ? 0 : 1000);
+      failed = solveQp();
+    });
+    EXPECT_EQ(withoutMemory, failed);
+    EXPECT_EQ(withoutMemory, own.settings().errorFlag != 0);
   }
 }
 
