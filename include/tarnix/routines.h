@@ -25,10 +25,10 @@
  *   Settings    Read from the settings block of the session that the thread uses (VRK_settings
  *               for the process-wide one) at the time of use; never passed.
  *   Storage     Scratch comes from the session's work storage, used as a stack, and is given back
- *               on every exit. A request "k doubles" is refused when dblStorageUsed + k exceeds
+ *               on every exit. A request for "k doubles" fails when dblStorageUsed + k exceeds
  *               dblStorageCapacity (or VRK_DBL_STORAGE_LIMIT). Unless an entry says otherwise a
- *               refusal prints a message with the total needed when printLevel > 0, sets errorFlag
- *               to -1, and leaves the results untouched.
+ *               failed one prints a message with the total needed when printLevel > 0, sets
+ *               errorFlag to -1, and leaves the results untouched.
  *   Threads     One thread at a time uses a session; several sessions (session.h) do not notice
  *               each other.
  *   Evaluation  Routines that evaluate call the callback, with the scaling, of the session's most
@@ -180,8 +180,8 @@ VRK_API void PRTMES(const char* text, const int32_t* count);
 
 /* Gradients for the reduced gradient iteration. Builds the map, then differences as above:
  *     map := 0;  map(list1(i)) = i;  map(list2(i)) = m1 + i;  map(k) = m1 + m2 + 1.
- * Storage 2m + 2 doubles. A refusal leaves G as it is, but map, gObj and gScale are still formed
- * (from what G holds).
+ * Storage 2m + 2 doubles. A failed request leaves G as it is, but map, gObj and gScale are still
+ * formed (from what G holds).
  *   m1, list1  in   (m1) positions of the inequalities that are kept
  *   m2, list2  in   (m2) positions of the satisfied equalities
  *   k          in   position of the objective, also for mode 3
@@ -204,7 +204,8 @@ VRK_API void GDBGRA(const int32_t* mode, const int32_t* k, const int32_t* n, dou
                     double* fWork);
 
 /* Gradients for the SQP side: with a list, no negation, and nGradEval := nGradEval + 1.
- * Storage 2m + 1 doubles. A refusal leaves G and nGradEval as they are, but gObj is still copied.
+ * Storage 2m + 1 doubles. A failed request leaves G and nGradEval as they are, but gObj is still
+ * copied.
  *   gObj  out  (n) column m of G, the objective's in the order inequalities, equalities,
  *              objective; untouched when m < 1 */
 VRK_API void SQPGRA(const int32_t* n, const int32_t* m, double* x, double* f, const int32_t* list,
@@ -227,7 +228,7 @@ VRK_API void DDBGRA(const int32_t* n, double* x, const int32_t* m, double* f, co
  *     gl = g + sum over k = 1..nact of mult(k) a_k
  * with a_k, for row r = act(k),
  *     r <= m1              column colidx(map1(r)) of J
- *     m1 < r <= m1 + m2    column colidx(map2(r - m1)) of J; left out when that is 0
+ *     m1 < r <= m1 + m2    column colidx(map2(r - m1)) of J; skipped when that is 0
  *     above                t = r - m1 - m2:  +e_j for odd t, -e_j for even t,  j = (t + 1) div 2.
  * The last rule takes it that every variable has both of its bound rows. A row of the first kind
  * without a column sets ierr, and its multiplier becomes 0. n < 1: only ierr := 0.
@@ -317,7 +318,7 @@ VRK_API void GRSBUP(const int32_t* ld, const int32_t* m, double* B, const double
  *     QPSINI once, then repeat
  *       QPSCON, QPSVIO                 residuals, row p to add (none: optimal), up := 0
  *       QPSDIR, QPSLEN, QPSSTP, QPSDOA until the full step for p is done; after a partial step
- *                                      the residual of p alone is needed anew
+ *                                      the residual of p alone has to be computed again
  *
  * Arguments common to the steps:
  *   n        in      number of variables
@@ -360,11 +361,11 @@ VRK_API void GRSBUP(const int32_t* ld, const int32_t* m, double* B, const double
  *   noSolution  out  logical: no feasible point, or the bound on the number of steps was reached.
  *                    The results are then those of the last iterate.
  *   notPosDef   out  logical: a pivot of H is not at least zeroTol; d, XLAG, IACT undefined
- *   failure     out  logical: storage refused, or breakdown of the factor of N'H^-1 N (at
+ *   failure     out  logical: storage exhausted, or breakdown of the factor of N'H^-1 N (at
  *                    printLevel > 0 a message with "SHOULD NOT HAPPEN")
  *
- * Storage 2n + nb + 2m - m1 + n(n+1) + n^2 doubles. A refusal prints its message at every print
- * level and writes nothing but the flags; errorFlag stays as it is.
+ * Storage 2n + nb + 2m - m1 + n(n+1) + n^2 doubles. A failed request prints its message at every
+ * print level and writes nothing but the flags; errorFlag stays as it is.
  *
  * Pivots, curvatures and steps are compared with the absolute zeroTol: with H above about 1e7 a
  * single bound row has too little curvature, 1/H, to be added, and noSolution is set although a
@@ -536,7 +537,7 @@ VRK_API void QPSGRA(const int32_t* r, const int32_t* i, double* val, const int32
  *   columnMap      work    (nfun) column in gradients by position in F
  *   codes          work    (n) bound codes, all 1
  *   xLower, xUpper in      (n) scaled bounds; -1 and 1 in a solve call
- *   status         out     a VRK_SQP_ value. Storage refused for the gradients: 7, and errorFlag
+ *   status         out     a VRK_SQP_ value. Storage exhausted by the gradients: 7, and errorFlag
  *                          is set; for the subproblem: 6. */
 VRK_API void SQPALG(const int32_t* maxIter, const int32_t* n, double* x, const int32_t* nfun,
                     double* F, const int32_t* iobj, const int32_t* mi, const int32_t* ineqList,
@@ -561,10 +562,10 @@ VRK_API void SQPPR2(const double* a1, const double* a2, const double* f1, const 
  * second the inequalities; SQPALG gets them the other way round. With me = m1, mi = m2 it takes
  *     doubles   D = 1 + 3L + n nfun + M + n^2 + 14n
  *     integers  I = 1 + L + nfun + n
- * and SQPALG and QPSOLV their scratch above that. A refusal prints its message at every print
- * level and sets status 7, not errorFlag; nothing is evaluated. After a refusal for doubles
- * intStorageUsed holds the total D that was needed until VRK_setDefaults; a refusal for integers
- * leaves both marks as they were.
+ * and SQPALG and QPSOLV their scratch above that. A failed request prints its message at every
+ * print level and sets status 7, not errorFlag; nothing is evaluated. After a failed request for
+ * doubles intStorageUsed holds the total D that was needed until VRK_setDefaults; a failed request
+ * for integers leaves both marks as they were.
  *   maxIter         in      iteration limit
  *   n               in      number of variables
  *   x               in/out  (n) scaled point
@@ -606,7 +607,7 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
 /* The iteration behind VRK_grg, in scaled variables. Each iteration: GRGCON's classification; while
  * a constraint is violated the worst one becomes a temporary objective; gradients by GRGGRA; the
  * Hessian updated by QHESS, or set to GRGGRA's gScale times the identity (in the first iteration,
- * and after a change of objective, a refused update, a direction outside a tangent plane or a
+ * and after a change of objective, a rejected update, a direction outside a tangent plane or a
  * Hessian that is not positive definite); direction by GRSQP; convergence test; search by GRGSTE.
  * Storage n^2 + 8n + 1 doubles and nIneq + min(n, nIneq) + nEq + m + n integers for GRGALG's
  * arrays, and GRGALG's scratch above them. The total is given at VRK_grg.
@@ -620,17 +621,17 @@ VRK_API void SQSALG(const int32_t* maxIter, const int32_t* n, double* x, const d
  *   objIndex         in      position of the objective in f
  *   nEq, eqList      in      (nEq) positions of the equalities in f
  *   nIneq, ineqList  in      (nIneq) positions of the inequalities in f
- *   status           out     a VRK_GRG_ value other than VRK_GRG_STORAGE. When storage is refused,
- *                            errorFlag tells and status is left as it was. */
+ *   status           out     a VRK_GRG_ value other than VRK_GRG_STORAGE. When storage runs out,
+ *                            errorFlag is set and status is left as it was. */
 VRK_API void GRSALG(const int32_t* maxIter, const int32_t* n, double* x, const double* xLower,
                     const double* xUpper, const int32_t* m, double* f, const int32_t* objIndex,
                     const int32_t* nEq, const int32_t* eqList, const int32_t* nIneq,
                     const int32_t* ineqList, int32_t* status);
 
-/* GRSALG with arrays of the caller. Scratch from the work storage: with
- * c = (non-violated inequalities) + (satisfied equalities) + 1, n c doubles for the gradients;
- * above them in turn 2m + 2 doubles (GRGGRA), 3n + 1 doubles (QHESS), GRSQP's and GRSSTE's.
- * A refusal ends the solve with status as it was. With maxIter < 1 nothing but status is written.
+/* GRSALG with arrays of the caller. Scratch from the work storage: with c = (non-violated
+ * inequalities) + (satisfied equalities) + 1, n c doubles for the gradients; above them in turn
+ * 2m + 2 doubles (GRGGRA), 3n + 1 doubles (QHESS), GRSQP's and GRSSTE's. A failed request ends the
+ * solve with status as it was. With maxIter < 1 nothing but status is written.
  *   GRADOB      work  (n) gradient of what is minimized
  *   GRADLO      work  (n) Lagrangian gradient at the previous point, with the previous multipliers
  *   GRADL       work  (n) at the present point, with the same multipliers
@@ -669,7 +670,7 @@ VRK_API void GRGALG(const int32_t* maxIter, const int32_t* n, double* x, const d
  *   GRADOB             in      (n) gradient g of what is minimized
  *   XLAG, IACT, nact   out     (n) multipliers, (n) active rows, their number: as QPSOLV's
  *   status             in/out  8, 9 or 10 when QPSOLV sets noSolution, notPosDef or failure;
- *                              otherwise left as it is, after a refusal of storage too */
+ *                              otherwise left as it is, after a failed storage request too */
 VRK_API void GRSQP(const int32_t* n, const int32_t* nKeep, const int32_t* keepList,
                    const int32_t* nEqSat, const int32_t* eqSatList, const double* f,
                    const double* x, const double* xUpper, const double* xLower, const double* G,
@@ -736,7 +737,7 @@ VRK_API void GRGIDV(const int32_t* nIndep, const int32_t* indepList, const doubl
  *     t = (upper(i) - c)/s  for s > zeroTol,   (lower(i) - c)/s  for s < -zeroTol;
  * along the tangent it is where the value reaches zero, not a bound, and may be negative,
  *     t = (0 - xBase(i))/dxdt(i) + tBase  for |dxdt(i)| > zeroTol;
- * bigValue otherwise. The line search wants the step of the bound and passes an artificial xPrev
+ * bigValue otherwise. The line search requires the step of the bound and passes an artificial xPrev
  * one step back on the tangent: xPrev = xBase - dxdt, tPrev = tBase - 1.
  *   nDep, depList  in      (nDep) variable numbers; nDep < 1: only blockIndex, blockStep are set
  *   upper, lower   in      (n) scaled bounds, the upper ones first
@@ -775,7 +776,8 @@ VRK_API void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* u
  * the lower one for moveDir(v) < -1e-5, else the nearer one. Equal bounds give the score 0. A row
  * for which no candidate works is dropped; so is every row once nDep = ldInv. No rows: nIndep = n,
  * nDep = 0, both lists 1..n, and nothing else. Storage 2 nDep + 1 doubles for each candidate tried;
- * a refusal returns with the first nDep rows accepted, the others still listed and JAC not filled.
+ * a failed request returns with the first nDep rows accepted, the others still listed and JAC not
+ * filled.
  *   nRows1, rowList1  in    (nRows1) positions in f of the first rows; each must have a column
  *   nRows2, rowList2  in    (nRows2) of the rows behind them
  *   n                 in    number of variables
@@ -792,7 +794,8 @@ VRK_API void GRGDDV(const int32_t* nDep, const int32_t* depList, const double* u
  *   nRows, rowList    out   (nRows1 + nRows2) rows that were accepted, in order; nRows = nDep
  *   XJINV, JAC        out   (ldInv, ldInv) inverse and Jacobian, leading nDep by nDep block
  *   u, z, score       work  (n) each
- * GRSINJ takes u, z and score from the work storage: 3n + 1 doubles. Its refusal writes nothing. */
+ * GRSINJ takes u, z and score from the work storage: 3n + 1 doubles. A failed request writes
+ * nothing. */
 VRK_API void GRGINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_t* nRows2,
                     const int32_t* rowList2, const int32_t* n, const double* x, const double* lower,
                     const double* upper, const double* G, const int32_t* colMap,
@@ -814,7 +817,7 @@ VRK_API void GRSINJ(const int32_t* nRows1, const int32_t* rowList1, const int32_
  *   XJINV     in/out  (ld, k + 1) inverse; unchanged when singular
  *   singular  out     logical: |delta| <= zeroTol
  *   w, y      work    (k) each
- * GRSJIA takes w and y from the work storage: 2k + 1 doubles. Its refusal sets singular. */
+ * GRSJIA takes w and y from the work storage: 2k + 1 doubles. A failed request sets singular. */
 VRK_API void GRGJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
                     const double* u, double* XJINV, int32_t* singular, double* w, double* y);
 VRK_API void GRSJIA(const int32_t* ld, const int32_t* k, const double* a, const double* z,
@@ -840,7 +843,7 @@ VRK_API void GRGJUP(const int32_t* ld, const int32_t* k, double* JAC, const doub
  *   XJINV     out   (ld, k) its inverse
  *   singular  out   logical: a pivot with |delta| <= zeroTol
  *   w, y      work  (k) each; y is not touched
- * GRSINV takes w and y from the work storage: 2k + 1 doubles. Its refusal sets singular. */
+ * GRSINV takes w and y from the work storage: 2k + 1 doubles. A failed request sets singular. */
 VRK_API void GRGINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
                     int32_t* singular, double* w, double* y);
 VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, double* XJINV,
@@ -869,7 +872,7 @@ VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, doub
  * holds the correction, not evaluated, and f the values before it.
  *
  * nNewton1 counts the calls that took a step, nNewton2 the evaluations. Storage with broyden
- * 2 nRows + 1 doubles for each update; a refusal ends the call, converged false.
+ * 2 nRows + 1 doubles for each update; a failed request ends the call, converged false.
  * Sources: Abadie & Carpentier (1969); Broyden (1965), as above.
  *   mode             in      3 negates f(k) of every evaluation
  *   broyden          in      logical: update JINV and JAC
@@ -899,7 +902,8 @@ VRK_API void GRSINV(const int32_t* ld, const int32_t* k, const double* JAC, doub
  *   iter             out     the last iteration begun, maxIter + 1 when all were done in vain
  *   dx               work    (nRows) last correction
  *   r                work    (nRows) minus the values of the last update
- * GRSNR takes dx and r from the work storage: 2 nRows + 1 doubles. Its refusal clears converged. */
+ * GRSNR takes dx and r from the work storage: 2 nRows + 1 doubles. A failed request clears
+ * converged. */
 VRK_API void GRGNR(const int32_t* mode, const int32_t* broyden, const int32_t* maxIter,
                    const int32_t* n, const int32_t* nRows, const int32_t* rowList, double* JINV,
                    double* JAC, const int32_t* stepVar, const int32_t* nIndep,
@@ -947,7 +951,7 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  * most 148 evaluations, none at a point that is not finite. What fails sets terminate and, at
  * printLevel > 0, prints its message; x, f, s1 and the lists are then those of the last state
  * reached.
- * Storage 2 nDep + 1 doubles for a new row, and GRGNR's; a refusal sets terminate too.
+ * Storage 2 nDep + 1 doubles for a new row, and GRGNR's; a failed request sets terminate too.
  *   feasMode, k         in      mode; position in f of the function that is minimized
  *   n, m                in      number of variables, of functions
  *   x, f                in/out  (n), (m) trial point and its values; then those at the step taken
@@ -968,7 +972,7 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *   nDep, MDDV          in/out  (n) dependent variables in row order, then all the others
  *   nRows, rowList      in/out  (ld) rows that are held, nRows = nDep
  *   ld                  in      leading dimension of XJAC and XJINV: the rows that can be held.
- *                               nDep + 4 never refuses one.
+ *                               nDep + 4 never rejects one.
  *   XJAC, XJINV         in/out  (ld, ld) Jacobian and inverse of the basis
  *   G, colMap           in      (n, .) gradients, (m) column of each function: of all that is kept,
  *                               satisfied or minimized
@@ -976,7 +980,7 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *   second              out     logical: end the search after this trial; a constraint was taken
  *                               up, or a variable put on its bound
  *   dx, r               work    (n) each
- * GRSSAT takes dx and r from the work storage: 2n + 1 doubles. Its refusal sets terminate. */
+ * GRSSAT takes dx and r from the work storage: 2n + 1 doubles. A failed request sets terminate. */
 VRK_API void GRGSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n, const int32_t* m,
                     double* x, double* f, const double* xLower, const double* xUpper,
                     const double* s0, double* s1, const double* f0, const double* xBase,
@@ -1022,7 +1026,8 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  * changed by at most convTolGrg/5 at a step above 2 or after 5 trials.
  *
  * Refined entry. Two corrections are tried where the point lives on the tolerance of its
- * constraints. Each costs one evaluation, and x and f are put back, bit for bit, when it does not help:
+ * constraints. Each costs one evaluation, and x and f are put back, bit for bit, when it does not
+ * help:
  *     - where the objective rises along d, the whole step x + carried d, within the bounds. If it
  *       more than halves the largest violation, to convTol at most, the search ends there: x and f
  *       are then those of that point, although its objective is the larger one;
@@ -1034,7 +1039,7 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  *
  * At most 7601 evaluations: 2 at entry and 149 a trial.
  *
- * Storage 3n + 1 doubles, and GRGINJ's or GRGSAT's above them. A refusal leaves the
+ * Storage 3n + 1 doubles, and GRGINJ's or GRGSAT's above them. A failed request leaves the
  * best point so far.
  *   feasMode             in      mode
  *   hessReset            in/out  -1 when d lies outside a tangent plane (GRGTRK), else left
@@ -1060,13 +1065,13 @@ VRK_API void GRSSAT(const int32_t* feasMode, const int32_t* k, const int32_t* n,
  *   MIDV, MDDV           work    (n) independent and dependent variables
  *   rowList              work    (max(ld, nEqSat + nActive)) rows of the basis
  *   ld                   in      leading dimension of XJAC and XJINV: the rows that can be held.
- *                                nEqSat + nActive + 4 never refuses one.
+ *                                nEqSat + nActive + 4 never rejects one.
  *   XJAC, XJINV          work    (ld, ld) Jacobian and inverse of the basis
  *   BSTDV, BSTDF         work    (n), (m) best point and its values
  *   xPrev, fPrev         work    (n), (m) latest accepted trial and its values
  * GRSSTE takes the work arrays from the work storage, 2n + 2m + 2k^2 + 1 doubles with
  * k = nEqSat + nActive + 1 and 3n + m + nActive + 6 integers; both matrices and rowList, with
- * ld = nEqSat + nActive + 4, have memory of their own. Its refusal does nothing. */
+ * ld = nEqSat + nActive + 4, have memory of their own. A failed request does nothing. */
 VRK_API void GRGSTE(const int32_t* feasMode, int32_t* hessReset, const double* carried,
                     const int32_t* nIneq, const int32_t* ineqList, const int32_t* nKeep,
                     const int32_t* keepList, const int32_t* nEqSat, const int32_t* eqSatList,
@@ -1099,7 +1104,7 @@ VRK_API void GRGPR2(const double* a1, const double* a2, const double* f1, const 
 VRK_API void GRGPR3(const double* s1, const double* f1, const double* s2, const double* f2,
                     const double* s3, const double* f3, double* vertex, int32_t* fail);
 
-/* The three of four points to go on with: those around the smallest value (the first of equals)
+/* The three of four points to continue with: those around the smallest value (the first of equals)
  * when parab, otherwise all but the first. A smallest value at an end prints "ERROR IN BRACKET,
  * GRGS34" when printLevel > 0, and the three points at that end are kept.
  *   parab  in      logical: for a parabola

@@ -1,12 +1,12 @@
-/* tarnix: sessions, for solves that are independent of each other; and what a host may offer beside
- * its analysis: many designs at once, and gradients.
+/* tarnix: sessions, for solves that are independent of each other; and what a host may offer
+ * besides its analysis: many designs at once, and gradients.
  *
  * A session holds all state of a solve: settings and counters, work storage, the stored problem.
- * The process-wide session exists always; it is what every call of tarnix.h and routines.h works on
+ * The process-wide session always exists; it is what every call of tarnix.h and routines.h works on
  * in a thread that asks for no other, and its settings are VRK_settings. Others are made by
- * tarnix_session_create. Solves in different sessions do not notice each other: in threads, in a
- * callback of another solve, one per tenant of a service. A solve gives the same bits in every
- * session, alone or beside others.
+ * tarnix_session_create. Solves in different sessions are independent of each other: in threads, in
+ * a callback of another solve, one per tenant of a service. A solve gives the same bits in every
+ * session, alone or alongside others.
  *
  *     tarnix_session* mine = tarnix_session_create();
  *     tarnix_session* before = tarnix_session_use(mine);
@@ -19,10 +19,10 @@
  *   - Null stands for the process-wide session, except in tarnix_session_destroy.
  *   - At most one thread uses a session at a time; tarnix_session_stop alone may be called from
  *     any.
- *   - A thread begins with the process-wide session. What it uses afterwards is its own affair:
- *     other threads do not notice.
+ *   - A thread begins with the process-wide session. What it uses afterwards does not
+ *     affect other threads.
  *   - A callback may use another session and solve in it. When it returns, the solve that called it
- *     goes on in its own session, whatever the callback left in use.
+ *     continues in its own session, whatever session the callback left in use.
  *   - In one session a solve must not be started from a callback of another.
  *   - A callback may be left by longjmp (or its thread be ended) when the session of the solve is
  *     then destroyed: nothing leaks, and no other session is disturbed. The thread still uses that
@@ -43,11 +43,11 @@ extern "C" {
 typedef struct tarnix_session tarnix_session;
 
 /* A new session with all defaults stored; null when there is no memory for it. Its own memory grows
- * with its largest solve and is kept for the next. A solve that finds no more ends with 7 (SQP) or
- * 11 (GRG); after VRK_setDefaults the session serves again. */
+ * with its largest solve and is kept for the next. A solve that runs out of memory ends with 7
+ * (SQP) or 11 (GRG); after VRK_setDefaults the session serves again. */
 VRK_API tarnix_session* tarnix_session_create(void);
 
-/* Returns all memory of the session; null is nothing. No solve may be running in it, unless its
+/* Returns all memory of the session; null is ignored. No solve may be running in it, unless its
  * callback was left for good, and no other thread may use it. When the calling thread uses it, that
  * thread uses the process-wide session from then on. */
 VRK_API void tarnix_session_destroy(tarnix_session* session);
@@ -82,7 +82,7 @@ VRK_API void tarnix_session_batch(tarnix_session* session, tarnix_batch function
  *   x     in      (n) physical units
  *   nfun  in      number of functions, 1 + m1 + m2
  *   G     in/out  (n, nfun) derivatives by the physical variables, one column per function in the
- *                 order of f. All of it arrives as NaN; what is left NaN is found by differences.
+ *                 order of f. All of it arrives as NaN; what stays NaN is found by differences.
  * Returns 0 when it has nothing here: then all of it is found by differences. */
 typedef int32_t (*tarnix_gradient)(void* user, const double* x, int32_t n, int32_t nfun,
                                    double* G);

@@ -37,7 +37,7 @@
  * longjmp in a session that is then destroyed, in the process-wide one it may not.
  *
  * Errors. A solve that runs out of work storage or memory returns 7 (SQP) or 11 (GRG). The flag
- * and marks behind that may stay set, so that later solves return the same whatever they find:
+ * and marks behind that may stay set, so that later solves return the same status at once:
  * call VRK_setDefaults, which clears them, before the next one. */
 #ifndef TARNIX_TARNIX_H
 #define TARNIX_TARNIX_H
@@ -75,7 +75,7 @@ enum {
 };
 
 /* A constraint counts as satisfied when h is within convTol of 0, and g at most convTol; a point is
- * feasible when all are. A value that is not a number passes for satisfied: a host whose analysis
+ * feasible when all are. A value that is not a number passes as satisfied: a host whose analysis
  * can fail looks at f, whatever the status. */
 
 /* What VRK_sqp returns. */
@@ -107,7 +107,7 @@ enum {
   VRK_SQP_MERIT_NOT_CHANGING = 9
 };
 
-/* What VRK_grg returns. The values 7 and 9 are used inside it and never leave. */
+/* What VRK_grg returns. The values 7 and 9 are used inside it and are never returned. */
 enum {
   /* Feasible, and the directional derivative of the objective is below convTol in size: no
    * noticeable decrease is left. Use the design; a smaller tolerance may refine it. */
@@ -151,8 +151,8 @@ enum {
 /* Analysis callback of the host: evaluates all functions at one design.
  *   user          in   the pointer given to the solve call
  *   x             in   (n) design, physical units; it may lie outside its bounds by the
- *                      difference step, see VRK_set_diffPert. The library goes on with what
- *                      stands here afterwards, so leave it unchanged.
+ *                      difference step, see VRK_set_diffPert. The library continues with
+ *                      what it then holds, so leave it unchanged.
  *   objective     out  the objective value
  *   equalities    out  (m1) values h, satisfied at 0
  *   inequalities  out  (m2) values g, satisfied when at most 0
@@ -166,7 +166,7 @@ typedef void (*VRK_analysis)(void* user, double* x, double* objective, double* e
  * then, and after a solve that returned 7 (SQP) or 11 (GRG). */
 VRK_API int32_t VRK_setDefaults(void);
 
-/* The setters store their argument as given; no value is refused. */
+/* The setters store their argument as given; they accept every value. */
 
 /* Stop request: with the value 1 a solve ends at the top of its next iteration. Other values have
  * no effect. The request stays until another value, or VRK_setDefaults, clears it. It reaches the
@@ -236,7 +236,7 @@ VRK_API int32_t VRK_get_nFunEval(void);
  *               and above them  max(1 + 2 nfun, 2n^2 + 5n + 2 m1 + m2)
  *     integers  I = 1 + L + nfun + n.
  * At n = 100 the defaults hold up to 70 inequalities, without equalities. Too small a pool is
- * refused with status 7 before the first evaluation when D or I exceeds it; a pool that holds D
+ * rejected with status 7 before the first evaluation when D or I exceeds it; a pool that holds D
  * but not the rest ends the solve with 7 (gradients) or 6 (subproblem). */
 VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
@@ -264,8 +264,8 @@ VRK_API int32_t VRK_sqp(int32_t maxIter, int32_t n, double* x, const double* low
  *     integers  I = m1 + m2 + a + nfun + n + max(n + 1, 3n + nfun + a + 6).
  * k counts the equalities that are satisfied and the inequalities that are active; fewer of these
  * take less. Too small a pool ends the solve where it is noticed: with status 10 when the
- * subproblem's solver lacks space, otherwise with 11. storage.hpp states the totals of both calls as
- * functions. */
+ * subproblem's solver lacks space, otherwise with 11. storage.hpp states the totals of both calls
+ * as functions. */
 VRK_API int32_t VRK_grg(int32_t maxIter, int32_t n, double* x, const double* lower,
                         const double* upper, int32_t m1, int32_t m2, VRK_analysis cb, void* user,
                         double* f);
