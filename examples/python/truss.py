@@ -1,7 +1,7 @@
 """The lightest ten-bar truss within stress and sag limits, with a solver of its own in numpy.
 
-A published problem (Venkayya, 1971), of which the best known weight is 5060.85 lb. The analysis also
-gives its derivatives, by the adjoint of the same factors, so that a gradient takes no differences.
+A published problem (Venkayya, 1971), of which the best known weight is 5060.85 lb. The analysis
+also gives its derivatives, from the same flexibility, so that a gradient takes no differences.
 """
 
 from __future__ import annotations
@@ -32,8 +32,8 @@ STRETCH = STRETCH[:, :2 * FREE]
 
 
 def analyse(areas: Array) -> Tuple[Array, Array]:
-    """Weight in lb, ten stresses in psi and four sags in inches; and their derivatives by the areas,
-    (15, 10)."""
+    """Weight in lb, ten stresses in psi and four sags in inches; and their derivatives by the
+    areas, (15, 10)."""
     stiffness = (STRETCH.T * (YOUNG * areas / LENGTHS)) @ STRETCH
     flexibility = np.linalg.inv(stiffness)
     moves = flexibility @ LOADS

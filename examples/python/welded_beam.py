@@ -61,8 +61,8 @@ def scipy_form() -> float:
     def margins(x: Array) -> Array:
         v = values(x)
         return np.array([1 - v["weld stress"] / 13600, 1 - v["bar stress"] / 30000,
-                             -v["weld on bar"], 1 - v["deflection"] / 0.25,
-                             v["buckling"] / 6000 - 1])
+                         -v["weld on bar"], 1 - v["deflection"] / 0.25,
+                         v["buckling"] / 6000 - 1])
 
     r = tarnix.minimize(lambda x: values(x)["cost"], [0.4, 6, 8, 0.5],
                         bounds=[(0.125, 2), (0.1, 10), (0.1, 10), (0.1, 2)],

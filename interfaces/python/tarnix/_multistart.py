@@ -111,7 +111,7 @@ class Multistart:
         lines += ["  ".join(cell.rjust(width) for cell, width in zip(row, widths)) for row in rows]
         if more > 0:
             lines.append(f"and {more} more variables")
-        return "\n".join(lines) + "\n"
+        return "\n".join(lines)
 
     def __repr__(self) -> str:
         return (f"<tarnix.Multistart: {len(self.minima)} minima from {self.starts} starts, best "

@@ -228,7 +228,7 @@ class Result(Course):
         return page(self)
 
     def __str__(self) -> str:
-        return self.summary()
+        return self.summary().rstrip("\n")
 
     def __repr__(self) -> str:
         name = self.description.function_names[0]
