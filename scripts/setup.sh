@@ -141,6 +141,11 @@ need optional pybind11-dev test -d /usr/include/pybind11
 need optional python3-numpy has_module numpy
 need optional python3-pytest has_module pytest
 need optional python3-scipy has_module scipy
+need optional python3-pandas has_module pandas
+need optional python3-matplotlib has_module matplotlib
+need optional python3-distributed has_module distributed
+need optional python3-mpi4py has_module mpi4py
+need optional python3-mypy has_module mypy
 
 # --- Building --------------------------------------------------------------------------------
 jobs() { nproc 2>/dev/null || echo 2; }

@@ -12,7 +12,7 @@ column.at_most("stress", 500, scale=500)
 column.at_least("load", 2500, scale=2500)
 
 
-def analysis(x):
+def analysis(x: tarnix.Design) -> dict[str, float]:
     inertia = pi / 8 * x.diameter * x.wall * (x.diameter**2 + x.wall**2)
     return {"cost": 9.8 * x.diameter * x.wall + 2 * x.diameter,
             "stress": 2500 / (pi * x.diameter * x.wall),

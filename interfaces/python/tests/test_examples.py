@@ -29,7 +29,7 @@ def test_welded_beam():
 
 
 def test_truss():
-    shown = run("truss.py")
+    shown = run("ten_bar_truss.py")
     assert shown.startswith("success")
     assert number(shown, "weight") == pytest.approx(5060.85, rel=1e-4)
     assert number(shown, "with differences:") == pytest.approx(5060.85, rel=1e-3)

@@ -73,20 +73,10 @@ def solvers(request, monkeypatch):
     monkeypatch.setattr(slsqp, "fmin_slsqp", fmin_slsqp)
 
 
-class TestSLSQP(slsqp.TestSLSQP):
-    pass
-
-
-class TestTrustRegionConstr(constrained.TestTrustRegionConstr):
-    pass
-
-
-class TestEmptyConstraint(constrained.TestEmptyConstraint):
-    pass
-
-
-class TestBoundedNelderMead(constrained.TestBoundedNelderMead):
-    pass
+TestSLSQP = type("TestSLSQP", (slsqp.TestSLSQP,), {})
+TestTrustRegionConstr = type("TestTrustRegionConstr", (constrained.TestTrustRegionConstr,), {})
+TestEmptyConstraint = type("TestEmptyConstraint", (constrained.TestEmptyConstraint,), {})
+TestBoundedNelderMead = type("TestBoundedNelderMead", (constrained.TestBoundedNelderMead,), {})
 
 
 def test_bug_11886():
