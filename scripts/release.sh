@@ -40,9 +40,10 @@ sed -i -E "s/^(#define VRK_VERSION_MAJOR ).*/\1$major/; s/^(#define VRK_VERSION_
   s/^(#define VRK_VERSION_STRING ).*/\1\"$version\"/" include/tarnix/tarnix.h
 sed -i -E "s/^(version: ).*/\1$version/" CITATION.cff
 sed -i "s/^$header\$/## $version ($today)/" CHANGELOG.md
-sed -i "s/find_package(tarnix ${old%.*} /find_package(tarnix $major.$minor /" README.md
+sed -i "s/find_package(tarnix ${old%.*} /find_package(tarnix $major.$minor /" README.md \
+  docs/install.md docs/start/cpp.md
 sed -i -E "s/libtarnix(\.so\.)?${was//./\\.}\b/libtarnix\1$now/g" \
-  README.md examples/CMakeLists.txt examples/design_host.c packaging/CMakeLists.txt
+  README.md docs/install.md examples/CMakeLists.txt examples/design_host.c packaging/CMakeLists.txt
 
 # The version that each place states now.
 stated() {
@@ -53,7 +54,7 @@ stated() {
   sed -n 's/^version: //p' CITATION.cff
   sed -nE "s/^## ([0-9.]+) \($today\)\$/\1/p" CHANGELOG.md | head -n 1
   sed -nE "s/^find_package\(tarnix ([0-9.]+) REQUIRED\)/\1.$patch/p" README.md
-  sed -nE "s/.*libraryName\[\] = \"libtarnix\.so\.$now\";/$version/p" examples/design_host.c
+  sed -nE "s/^#define libraryName \"libtarnix\.so\.$now\"$/$version/p" examples/design_host.c
 }
 [[ $(stated | sort | uniq -c | awk '{ print $1, $2 }') == "7 $version" ]] ||
   die "the places disagree: $(stated | paste -sd ' ')"
