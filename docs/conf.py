@@ -58,3 +58,18 @@ man_pages = [
     ("reference/problem_file", "tarnix-problem", "problem files of the program tarnix", author, 5),
 ]
 man_show_urls = True
+
+
+def inline_figures(app, page, template, context, doctree):
+    """Puts our own figures into the page itself, so that they take its colors, dark ones too."""
+    def drawn(match):
+        file = pathlib.Path(__file__).parent / "figures" / match[1]
+        return file.read_text() if file.exists() else match[0]
+
+    if "body" in context:
+        context["body"] = re.sub(r'<img [^>]*src="[^"]*_images/(\w+\.svg)"[^>]*/>', drawn,
+                                 context["body"])
+
+
+def setup(app):
+    app.connect("html-page-context", inline_figures)
