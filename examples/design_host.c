@@ -205,7 +205,8 @@ static int32_t integerOption(const char* option, const char* text, long least, l
   errno = 0;
   const long value = strtol(text, &end, 10);
   if (end == text || *end || errno || value < least || value > most)
-    stop(exitUsage, "%s requires a whole number from %ld to %ld, not '%s'", option, least, most, text);
+    stop(exitUsage, "%s requires a whole number from %ld to %ld, not '%s'", option, least, most,
+         text);
   return (int32_t)value;
 }
 

@@ -67,11 +67,10 @@ class FunctionRef<R(Arguments...)> {
 
 /// The callable that evaluates the problem, in either form:
 ///   void(const Point&, Values&)  one design: reads the point, fills every value. It is called on
-///   the
-///                                thread of the solve, or with Options::threads on several ones.
+///                                the thread of the solve, or with Options::threads on several.
 ///   void(Batch&)                 several designs, in any order or at the same time. It is called
 ///                                on the thread of the solve.
-/// Either may throw: the exception reaches the caller of solve() as it is.
+/// Either may throw: the exception reaches the caller of solve() unchanged.
 class Analysis {
  public:
   using One = detail::FunctionRef<void(const Point&, Values&)>;
@@ -97,7 +96,7 @@ class Analysis {
   Many many_;
 };
 
-/// Fills the derivatives that it knows at a point; what it leaves is found by differences. It is
+/// Fills the derivatives that it knows at a point; the others are found by differences. It is
 /// called on the thread of the solve and may throw, as the analysis.
 using Gradient = detail::FunctionRef<void(const Point&, Gradients&)>;
 

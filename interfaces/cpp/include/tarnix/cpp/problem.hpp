@@ -112,7 +112,7 @@ class Point {
 };
 
 /// The values of a design, to be filled: objective and constraints as the host measures them, not
-/// as differences from their limits. What is left out counts as not finite.
+/// as differences from their limits. What is not filled counts as not finite.
 class Values {
  public:
   Values(double* values, const Description& description)
@@ -237,7 +237,7 @@ class Problem {
 
   const Description& description() const { return *d_; }
 
-  /// Every fault that solve() would refuse, in order of declaration; empty for a sound problem.
+  /// Every fault for which solve() would throw, in order of declaration; empty for a valid problem.
   std::vector<Issue> check(const Options& options) const;
   std::vector<Issue> check() const;
 
