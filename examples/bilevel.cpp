@@ -1,8 +1,8 @@
 // A solve inside a solve: the lightest pair of bars whose loaded joint sinks by 15 mm at most.
 //
-// The bars are flat enough to soften under their load, so that the joint's place is no formula: it is
-// where the potential energy is least, an optimization of its own for every design that the outer
-// one looks at. N, mm, kg.
+// The bars are flat enough to soften under their load, so that the joint's place is no formula: it
+// is where the potential energy is least, an optimization of its own for every design that the
+// outer one looks at. N, mm, kg.
 #include <cmath>
 #include <cstdio>
 #include <tarnix/tarnix.hpp>
@@ -49,15 +49,14 @@ int main() {
   const auto mass = frame.minimize("mass");
   const auto sag = frame.atMost("sag", 15, 15), left = frame.between("left stress", -250, 250, 250);
   const auto right = frame.between("right stress", -250, 250, 250);
-  const tarnix::Result best =
-      frame.solve([&](const tarnix::Point& x, tarnix::Values& values) {
-        const Bars bars{{x[a], x[b]}, x[h]};
-        const tarnix::Result joint = equilibrium(bars);
-        values[mass] = bars.mass();
-        values[sag] = joint["v"];
-        values[left] = E * bars.strain(0, joint["u"], joint["v"]);
-        values[right] = E * bars.strain(1, joint["u"], joint["v"]);
-      });
+  const tarnix::Result best = frame.solve([&](const tarnix::Point& x, tarnix::Values& values) {
+    const Bars bars{{x[a], x[b]}, x[h]};
+    const tarnix::Result joint = equilibrium(bars);
+    values[mass] = bars.mass();
+    values[sag] = joint["v"];
+    values[left] = E * bars.strain(0, joint["u"], joint["v"]);
+    values[right] = E * bars.strain(1, joint["u"], joint["v"]);
+  });
   std::printf("%s", best.summary().c_str());
   return best.success ? 0 : 1;
 }

@@ -32,9 +32,8 @@ void toPhysical(VectorView x) {
 }
 
 void toScaled(VectorView x) {
-  changeEach(x, [](auto v, auto l, auto u, auto half) {
-    return (v - (u + l) * half) / ((u - l) * half);
-  });
+  changeEach(
+      x, [](auto v, auto l, auto u, auto half) { return (v - (u + l) * half) / ((u - l) * half); });
 }
 
 void unscaleResult(VectorView x) {

@@ -21,8 +21,12 @@ struct Problem {
   Doubles f;
 
   explicit Problem(int variables, int equalities = 0, int inequalities = 0)
-      : x(static_cast<std::size_t>(std::max(variables, 0)), 1.0), lower(x.size(), 0.0),
-        upper(x.size(), 2.0), n(variables), m1(equalities), m2(inequalities),
+      : x(static_cast<std::size_t>(std::max(variables, 0)), 1.0),
+        lower(x.size(), 0.0),
+        upper(x.size(), 2.0),
+        n(variables),
+        m1(equalities),
+        m2(inequalities),
         f(1 + std::clamp(m1, 0, 9) + std::clamp(m2, 0, 9)) {
     host.n = std::max(n, 0);
     host.fill = [](double*, double* objective, double*, double*) { *objective = 0; };
@@ -110,9 +114,10 @@ TEST_F(Driver, PositionsOfBothGroups) {
   const struct {
     int m1, m2;
     const char* slopes;
-  } cases[] = {{0, 3, "2 3 4 1 "}, {0, 5, "2 3 4 5 6 1 "}, {0, 2, "2 3 1 "}, {2, 2, "4 5 2 3 1 "},
-               {3, 0, "2 3 4 1 "}, {1, 4, "3 4 5 6 2 1 "}, {-3, 2, "2 3 1 "}, {2, -9, "2 3 1 "},
-               {0, 4, "2 3 4 5 1 "}, {0, 0, "1 "}};
+  } cases[] = {{0, 3, "2 3 4 1 "},   {0, 5, "2 3 4 5 6 1 "}, {0, 2, "2 3 1 "},
+               {2, 2, "4 5 2 3 1 "}, {3, 0, "2 3 4 1 "},     {1, 4, "3 4 5 6 2 1 "},
+               {-3, 2, "2 3 1 "},    {2, -9, "2 3 1 "},      {0, 4, "2 3 4 5 1 "},
+               {0, 0, "1 "}};
   VRK_set_print(3);
   for (const auto& c : cases) {
     Problem p(1, c.m1, c.m2);

@@ -12,19 +12,23 @@ using Values = std::vector<double>;
 // Every member, in the order of the block.
 Values values() {
   const VRK_Settings& s = VRK_settings;
+  // clang-format off
   return {double(s.intStorageCapacity), double(s.dblStorageCapacity), double(s.intStorageUsed),
           double(s.dblStorageUsed), double(s.diffMethod), double(s.nGradEval),
           double(s.stopRequest), double(s.nNewton1), double(s.nNewton2), s.grgParam1,
           s.grgSearchParam1, s.grgSearchParam2, double(s.printLevel), s.maxStepNorm,
           double(s.errorFlag), double(s.nFunEval), double(s.nIter), s.zeroTol, s.bigValue,
           s.convTolGrg, s.convTol, s.diffPert};
+  // clang-format on
 }
 
 TEST_F(Settings, DefaultsReplaceEverything) {
   std::memset(static_cast<void*>(&VRK_settings), 0x5a, sizeof VRK_settings);
   EXPECT_EQ(0, VRK_setDefaults());
+  // clang-format off
   EXPECT_EQ(values(), (Values{5000, 40000, 0, 0, 1, 0, 0, 0, 0, 1.0, 0.02, 1e-4, 0, 1.0, 0, 0, 0,
                               1e-7, 1e30, 1e-3, 1e-3, 1e-4}));
+  // clang-format on
 }
 
 TEST_F(Settings, SettersStoreWhatIsGivenAndNothingElse) {

@@ -22,7 +22,7 @@ class Hooks : public Library {
   const Using use{own};
 };
 
-// ---- many designs at once ------------------------------------------------------------------------
+// ---- many designs at once -----------------------------------------------------------------------
 
 TEST_F(Hooks, SolvesWithBatchesDoWhatTheyDoWithSingleCalls) {
   struct Host {
@@ -62,7 +62,7 @@ TEST_F(Hooks, SolvesWithBatchesDoWhatTheyDoWithSingleCalls) {
 struct Pass {
   static constexpr int32_t n = 2, m = 3;
   Doubles x{0.5, -0.25}, f{10, 6, 1}, G = Doubles(6), gObj = Doubles(2), saved = Doubles(3),
-          work = Doubles(3);
+                                      work = Doubles(3);
   Ints map{0, 0, 0};
   double scale = 0.0;
 };
@@ -76,29 +76,39 @@ struct Routine {
      [](Pass& p, int32_t mode) {
        GDSGRA(&mode, by(2), &p.n, p.x, &p.m, p.f, Ints{1, 2, 3}, p.G);
      },
-     {0, 1, 2}, true},
+     {0, 1, 2},
+     true},
     {"GDBGRA",
      [](Pass& p, int32_t mode) {
        GDBGRA(&mode, by(2), &p.n, p.x, &p.m, p.f, Ints{3, 2, 1}, p.G, p.saved, p.work);
      },
-     {2, 1, 0}, true},
+     {2, 1, 0},
+     true},
     {"GRGGRA",
      [](Pass& p, int32_t mode) {
        GRGGRA(&mode, by(1), Ints{1}, by(1), Ints{3}, by(2), &p.n, p.x, &p.m, p.f, p.map, p.G,
               p.gObj, &p.scale);
      },
-     {0, 2, 1}, true},
+     {0, 2, 1},
+     true},
     {"SQPGRA",
-     [](Pass& p, int32_t) { SQPGRA(&p.n, &p.m, p.x, p.f, Ints{-1, 0, 0}, p.gObj, p.G); },
-     {0, 1, 2}, false},
+     [](Pass& p, int32_t) {
+       SQPGRA(&p.n, &p.m, p.x, p.f, Ints{-1, 0, 0}, p.gObj, p.G);
+     },
+     {0, 1, 2},
+     false},
     {"DDSGRA",
-     [](Pass& p, int32_t) { DDSGRA(&p.n, p.x, &p.m, p.f, nullptr, Ints{2, 3, 1}, &p.n, p.G); },
-     {1, 2, 0}, false},
+     [](Pass& p, int32_t) {
+       DDSGRA(&p.n, p.x, &p.m, p.f, nullptr, Ints{2, 3, 1}, &p.n, p.G);
+     },
+     {1, 2, 0},
+     false},
     {"DDBGRA",
      [](Pass& p, int32_t) {
        DDBGRA(&p.n, p.x, &p.m, p.f, nullptr, Ints{1, 2, 3}, &p.n, p.G, p.saved, p.work);
      },
-     {0, 1, 2}, false},
+     {0, 1, 2},
+     false},
 };
 
 void functions(double* x, double* f, double* h, double* g) {
@@ -191,7 +201,7 @@ TEST_F(HookedRoutines, PassWithoutVariablesAsksNobody) {
   }
 }
 
-// ---- gradients from the host ---------------------------------------------------------------------
+// ---- gradients from the host --------------------------------------------------------------------
 
 struct Gradients {
   Values entries = Values(6, nan);  // (n, nfun) that it gives

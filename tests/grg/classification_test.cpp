@@ -66,8 +66,12 @@ TEST_F(Classification, ScreeningKeepsDuplicates) {
   Rows list(26);
   std::iota(list.begin(), list.end(), 2);
   const double off = std::nextafter(0.99, 1.0);
-  const Values cases[] = {  // inequalities, share, kept
-      {26, 0.5, 8}, {26, 0.99, 13}, {26, 0, 2}, {25, 0.5, 14}, {26, off, 14}};
+  const Values cases[] = {// inequalities, share, kept
+                          {26, 0.5, 8},
+                          {26, 0.99, 13},
+                          {26, 0, 2},
+                          {25, 0.5, 14},
+                          {26, off, 14}};
   for (const Values& c : cases) {
     SCOPED_TRACE(&c - cases);
     VRK_settings.grgParam1 = c[1];

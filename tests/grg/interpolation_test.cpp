@@ -19,10 +19,12 @@ std::string messages(Call call) {
 
 TEST_F(Interpolation, Parabolas) {
   const double below = std::nextafter(0.125, 0.0);
-  const Values cases[] = {  // s1, f1, s2, f2, s3, f3, vertex; 77 without one
-      {0, 3.125, 1, 0.125, 3, 6.125, 1.25}, {-1, -6, 0.5, 0.75, 1, 2, 2},  // 3 - (s - 2)^2
-      {0, 1, 1, 2, 2, 3, 77},
-      {0, 0, 1, 0, 2, 0.125, 0.5}, {0, 0, 1, 0, 2, below, 77}};  // |denominator| at zeroTol
+  const Values cases[] = {// s1, f1, s2, f2, s3, f3, vertex; 77 without one
+                          {0, 3.125, 1, 0.125, 3, 6.125, 1.25},
+                          {-1, -6, 0.5, 0.75, 1, 2, 2},  // 3 - (s - 2)^2
+                          {0, 1, 1, 2, 2, 3, 77},
+                          {0, 0, 1, 0, 2, 0.125, 0.5},
+                          {0, 0, 1, 0, 2, below, 77}};  // |denominator| at zeroTol
   VRK_settings.zeroTol = 0.125;
   for (const Values& c : cases) {
     int32_t fail = 5;

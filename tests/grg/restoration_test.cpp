@@ -56,15 +56,18 @@ TEST_F(RestorationTest, SatisfiedAtOnce) {
 // One row, x = 1/2 at first in the box [-3/4, 7/8]; each correction is -h/4 for the h in turn.
 TEST_F(RestorationTest, Endings) {
   enum { limit, converged, iter, x, growing, atBound, h };
-  const Values cases[] = {
-      {0, 0, 1, 0.5, 0, 0, 1},
-      {3, 0, 4, 0.0625, 0, 0, 1, 0.5, 0.25, 0.125},
-      {4, -1, 4, 0.0625, 0, 0, 1, 0.5, 0.25, 0.125},  // 1/8 is the tolerance
-      {2, 0, 3, 0, 0, 0, 1, 1, 1},
-      {2, 0, 2, 0.515625, 1, 0, 1, -1.0625}, {2, 0, 2, -0.75, 1, 1, 1, 8},
-      // Kept: on the upper bound is inside, on the lower bound is not.
-      {1, 0, 2, 0.875, 0, 0, -1.5, 1}, {1, 0, 1, 0.875, 0, 1, -2}, {1, 0, 2, -0.625, 0, 0, 4.5, 1},
-      {1, 0, 1, -0.75, 0, 1, 5}, {1, 0, 1, -0.75, 0, 1, 6}};
+  const Values cases[] = {{0, 0, 1, 0.5, 0, 0, 1},
+                          {3, 0, 4, 0.0625, 0, 0, 1, 0.5, 0.25, 0.125},
+                          {4, -1, 4, 0.0625, 0, 0, 1, 0.5, 0.25, 0.125},  // 1/8 is the tolerance
+                          {2, 0, 3, 0, 0, 0, 1, 1, 1},
+                          {2, 0, 2, 0.515625, 1, 0, 1, -1.0625},
+                          {2, 0, 2, -0.75, 1, 1, 1, 8},
+                          // Kept: on the upper bound is inside, on the lower bound is not.
+                          {1, 0, 2, 0.875, 0, 0, -1.5, 1},
+                          {1, 0, 1, 0.875, 0, 1, -2},
+                          {1, 0, 2, -0.625, 0, 0, 4.5, 1},
+                          {1, 0, 1, -0.75, 0, 1, 5},
+                          {1, 0, 1, -0.75, 0, 1, 6}};
   for (const Values& c : cases) {
     SCOPED_TRACE(&c - cases);
     VRK_setDefaults();

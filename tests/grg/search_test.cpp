@@ -156,15 +156,14 @@ TEST_F(GrgSearch, Refinements) {
   for (const bool refined : {false, true}) {
     SCOPED_TRACE(refined ? "refined" : "plain");
     // The entry point is off its row by half the tolerance: one Newton correction first.
-    const auto entry = searched(refined, {1, 0}, 1, 0, [](auto x, auto f) {
-      f[0] = -x[0], f[1] = x[1] + .0005;
-    });
+    const auto entry =
+        searched(refined, {1, 0}, 1, 0, [](auto x, auto f) { f[0] = -x[0], f[1] = x[1] + .0005; });
     EXPECT_EQ(entry->host.calls[0].x, refined ? Values({0, -.0005}) : Values({.02, 0}));
 
     // Uphill, to mend a violation within the tolerance: the whole step, or none.
     const auto uphill = searched(
-        refined, {1}, 0, 1, [](auto x, auto f) { f[0] = x[0], f[1] = .0008 - x[0]; },
-        carry<2>, [](Along& a) { a.gObj[0] = 1.0; });
+        refined, {1}, 0, 1, [](auto x, auto f) { f[0] = x[0], f[1] = .0008 - x[0]; }, carry<2>,
+        [](Along& a) { a.gObj[0] = 1.0; });
     EXPECT_EQ(uphill->x[0], refined ? .5 : 0.0);
     EXPECT_EQ(uphill->host.calls[0].x[0], refined ? .5 : .02);
 
@@ -177,8 +176,8 @@ TEST_F(GrgSearch, Refinements) {
           },
           [](Along&) { VRK_set_print(2); });
     });
-    const char* const chosen = refined ? " MDDV\n         1         3\n"
-                                       : " MDDV\n         1         2\n";
+    const char* const chosen =
+        refined ? " MDDV\n         1         3\n" : " MDDV\n         1         2\n";
     EXPECT_NE(basis.npos, basis.find(chosen)) << basis;
 
     // Constraint 3 follows from the equality that is held: once that is restored the step stands.
@@ -208,9 +207,8 @@ TEST_F(GrgSearch, RestorationsAreCountedOverCalls) {
     for (std::size_t k = 0; k < 3; ++k) EXPECT_NEAR(seen[k], wanted[k], 1e-12);
   };
   expectSteps({.16, .32, .57});
-  Along slow({1, 0}, 1, 0, [](auto x, auto f) {
-    f[0] = -x[0], f[1] = x[1] + 8 * x[1] * x[1] + x[0] * x[0];
-  });
+  Along slow({1, 0}, 1, 0,
+             [](auto x, auto f) { f[0] = -x[0], f[1] = x[1] + 8 * x[1] * x[1] + x[0] * x[0]; });
   slow.saturate(0, .16, true);  // three iterations
   expectSteps({.16, .31, .46});
 }

@@ -1,5 +1,6 @@
-/* min x1 + 2 x2 with 1 - x1 x2 <= 0 on [0.1, 10]^2 as a host of the other compilers of Windows: their
- * calling conventions and import of data, without any C library. Ends with 0 when all is well. */
+/* min x1 + 2 x2 with 1 - x1 x2 <= 0 on [0.1, 10]^2 as a host of the other compilers of Windows:
+ * their calling conventions and import of data, without any C library. Ends with 0 when all is
+ * well. */
 #include <stddef.h>
 #include <tarnix/routines.h>
 #include <tarnix/session.h>

@@ -49,7 +49,7 @@ std::vector<Record> solveAll() {
   return records;
 }
 
-// ---- one session at a time -----------------------------------------------------------------------
+// ---- one session at a time ----------------------------------------------------------------------
 
 TEST_F(Session, BeginsWithTheDefaultsAndLeavesAllElse) {
   const VRK_Settings defaults = VRK_settings;
@@ -73,8 +73,8 @@ TEST_F(Session, NullIsTheProcessWideOne) {
   EXPECT_EQ(0, own.settings().stopRequest);
   // Its hooks, set while another session is in use.
   int traced = 0, passes = 0, asked = 0;
-  tarnix_session_trace(nullptr, [](void* n, const char*, size_t) { ++*static_cast<int*>(n); },
-                       &traced);
+  tarnix_session_trace(
+      nullptr, [](void* n, const char*, size_t) { ++*static_cast<int*>(n); }, &traced);
   tarnix_session_batch(
       nullptr, [](void* n, int32_t, const double*, double*) { ++*static_cast<int*>(n); }, &passes);
   tarnix_session_gradient(
@@ -228,7 +228,7 @@ TEST_F(Session, RefineConcernsReducedGradientsAndOutlivesTheDefaults) {
   EXPECT_EQ(plain, solveAll());
 }
 
-// ---- the same bits everywhere --------------------------------------------------------------------
+// ---- the same bits everywhere -------------------------------------------------------------------
 
 TEST_F(Session, SameBitsInEverySessionThreadAndNested) {
   const std::vector<Record> alone = solveAll();
@@ -335,8 +335,8 @@ struct Small {
   uint64_t solve(Method method) {
     const std::vector<double> l(c.size(), -1.0), u(c.size(), 1.0);
     VRK_setDefaults();
-    const int32_t status = method(30, int32_t(c.size()), x.data(), l.data(), u.data(), 0, 1,
-                                  analysis, this, f.data());
+    const int32_t status =
+        method(30, int32_t(c.size()), x.data(), l.data(), u.data(), 0, 1, analysis, this, f.data());
     return points + uint64_t(status) + uint64_t(VRK_get_nFunEval()) * 31 + bits(f[0]);
   }
 };
@@ -363,7 +363,7 @@ TEST_F(Session, TenThousandSolvesInEightThreads) {
   EXPECT_EQ(alone, beside);
 }
 
-// ---- memory --------------------------------------------------------------------------------------
+// ---- memory -------------------------------------------------------------------------------------
 
 TEST_F(Session, MemoryFollowsTheLargestSolveAndIsReturned) {
   if (!allocationsOfLibrary) GTEST_SKIP() << "the library's memory is not seen from outside";
@@ -500,7 +500,7 @@ TEST_F(Session, OutOfMemoryWithinASubproblem) {
   }
 }
 
-// ---- ways out of a callback ----------------------------------------------------------------------
+// ---- ways out of a callback ---------------------------------------------------------------------
 
 volatile std::sig_atomic_t handled = 0;
 tarnix_session* toStop = nullptr;
@@ -528,8 +528,7 @@ TEST_F(Session, StopFromAThreadAndFromASignalHandler) {
       solve.meanwhile = [&] {
         if (++calls == 10) stop(own);
       };
-      EXPECT_EQ(isSqp(method) ? int{VRK_SQP_STOPPED} : int{VRK_GRG_STOPPED},
-                solve.run().status);
+      EXPECT_EQ(isSqp(method) ? int{VRK_SQP_STOPPED} : int{VRK_GRG_STOPPED}, solve.run().status);
       EXPECT_EQ(1, own.settings().stopRequest);
       EXPECT_EQ(0, VRK_settings.stopRequest);
       EXPECT_EQ(0, other.settings().stopRequest);
@@ -675,11 +674,10 @@ TEST_F(Session, ThreadEndedInACallback) {
                        const auto& a = *static_cast<Arguments*>(given);
                        tarnix_session_use(a.session);
                        double x[2] = {0, 0}, l[2] = {-1, -1}, u[2] = {1, 1}, f[1];
-                       a.method(9, 2, x, l, u, 0, 0,
-                                [](void*, double*, double*, double*, double*) {
-                                  pthread_exit(nullptr);
-                                },
-                                nullptr, f);
+                       a.method(
+                           9, 2, x, l, u, 0, 0,
+                           [](void*, double*, double*, double*, double*) { pthread_exit(nullptr); },
+                           nullptr, f);
                        return given;
                      },
                      &arguments));
@@ -691,7 +689,7 @@ TEST_F(Session, ThreadEndedInACallback) {
   }
 }
 
-// ---- trace ---------------------------------------------------------------------------------------
+// ---- trace --------------------------------------------------------------------------------------
 
 TEST_F(Session, TraceGoesToItsSinkInsteadOfStdout) {
   OwnSession own;

@@ -9,9 +9,13 @@
 namespace {
 
 #ifdef _WIN32
-std::size_t sizeOf(void* memory) { return _msize(memory); }
+std::size_t sizeOf(void* memory) {
+  return _msize(memory);
+}
 #else
-std::size_t sizeOf(void* memory) { return malloc_usable_size(memory); }
+std::size_t sizeOf(void* memory) {
+  return malloc_usable_size(memory);
+}
 #endif
 
 std::atomic<std::size_t> bytes{0};
@@ -45,26 +49,48 @@ void giveBack(void* memory) {
 
 }  // namespace
 
-void* operator new(std::size_t size) { return allocateOrThrow(size); }
-void* operator new[](std::size_t size) { return allocateOrThrow(size); }
+void* operator new(std::size_t size) {
+  return allocateOrThrow(size);
+}
+void* operator new[](std::size_t size) {
+  return allocateOrThrow(size);
+}
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
   return allocateWhileLeft(size);
 }
 void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
   return allocateWhileLeft(size);
 }
-void operator delete(void* memory) noexcept { giveBack(memory); }
-void operator delete[](void* memory) noexcept { giveBack(memory); }
-void operator delete(void* memory, std::size_t) noexcept { giveBack(memory); }
-void operator delete[](void* memory, std::size_t) noexcept { giveBack(memory); }
-void operator delete(void* memory, const std::nothrow_t&) noexcept { giveBack(memory); }
-void operator delete[](void* memory, const std::nothrow_t&) noexcept { giveBack(memory); }
+void operator delete(void* memory) noexcept {
+  giveBack(memory);
+}
+void operator delete[](void* memory) noexcept {
+  giveBack(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+  giveBack(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+  giveBack(memory);
+}
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+  giveBack(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+  giveBack(memory);
+}
 
 namespace support {
 
-Allocations allocations() { return {bytes, made}; }
+Allocations allocations() {
+  return {bytes, made};
+}
 
-ShortMemory::ShortMemory(long count) { left = count; }
-ShortMemory::~ShortMemory() { left = unlimited; }
+ShortMemory::ShortMemory(long count) {
+  left = count;
+}
+ShortMemory::~ShortMemory() {
+  left = unlimited;
+}
 
 }  // namespace support

@@ -23,10 +23,16 @@ struct ByReference {
   T value;
   operator const T*() const { return &value; }
 };
-inline ByReference<int32_t> by(int32_t value) { return {value}; }
-inline ByReference<double> by(double value) { return {value}; }
+inline ByReference<int32_t> by(int32_t value) {
+  return {value};
+}
+inline ByReference<double> by(double value) {
+  return {value};
+}
 
-inline uint64_t bits(double value) { return std::bit_cast<uint64_t>(value); }
+inline uint64_t bits(double value) {
+  return std::bit_cast<uint64_t>(value);
+}
 #define EXPECT_BITS(expected, actual) \
   EXPECT_EQ(support::bits(expected), support::bits(actual)) << (expected) << " and " << (actual)
 

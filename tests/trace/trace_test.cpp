@@ -17,11 +17,12 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
 const std::string six =
     "       1.00000       2.00000       3.00000       4.00000       5.00000       6.00000\n";
-const std::string twelve = six +
-    "       7.00000       8.00000       9.00000      10.00000      11.00000      12.00000\n";
+const std::string twelve =
+    six + "       7.00000       8.00000       9.00000      10.00000      11.00000      12.00000\n";
 const std::string minusSix =
     "      -1.00000      -2.00000      -3.00000      -4.00000      -5.00000      -6.00000\n";
-const std::string minusTwelve = minusSix +
+const std::string minusTwelve =
+    minusSix +
     "      -7.00000      -8.00000      -9.00000     -10.00000     -11.00000     -12.00000\n";
 
 TEST(Trace, VectorsAreBrokenIntoLines) {
@@ -29,14 +30,16 @@ TEST(Trace, VectorsAreBrokenIntoLines) {
   const struct {
     int32_t n;
     std::string lines;
-  } reals[] = {{-1, "\n"}, {0, "\n"}, {1, "       1.00000\n"}, {6, six},
-               {7, six + "       7.00000\n"}, {12, twelve}};
+  } reals[] = {
+      {-1, "\n"},  {0, "\n"}, {1, "       1.00000\n"}, {6, six}, {7, six + "       7.00000\n"},
+      {12, twelve}};
   for (const auto& c : reals)
     EXPECT_EQ(captured([&] { PRTVD(by(c.n), v, "GRADOB and more", 6); }), " GRADOB\n" + c.lines);
 
   const int32_t iv[] = {1, -2, 3, 2147483647, 5, 6, 7, 8, -2147483647 - 1};
   const std::string eight =
-      "         1        -2         3214748364" "7         5         6         7         8\n";
+      "         1        -2         3214748364"
+      "7         5         6         7         8\n";
   const struct {
     int32_t n;
     std::string lines;
@@ -76,7 +79,10 @@ TEST(Trace, MessagesAreBrokenAfterEightyCharacters) {
   const struct {
     int32_t count;
     std::string lines;
-  } cases[] = {{-5, "\n"}, {0, "\n"}, {1, "a\n"}, {80, std::string(80, 'a') + "\n"},
+  } cases[] = {{-5, "\n"},
+               {0, "\n"},
+               {1, "a\n"},
+               {80, std::string(80, 'a') + "\n"},
                {81, std::string(80, 'a') + "\nb\n"},
                {160, std::string(80, 'a') + "\n" + std::string(80, 'b') + "\n"}};
   for (const auto& c : cases)
@@ -93,12 +99,22 @@ TEST(Trace, NumbersFillTheirField) {
   const struct {
     double value;
     const char* field;
-  } cases[] = {{0.0, "0.00000"}, {-0.0, "-0.00000"}, {0.1, "0.10000"}, {-0.1, "-0.10000"},
-               {0.09999, "9.99900e-02"}, {std::nextafter(0.1, 0.0), "1.00000e-01"},
-               {123456.789, "123456.78900"}, {-999999.0, "-999999.00000"},
-               {999999.999999, "1000000.00000"}, {-999999.999999, "-1.00000e+06"},
-               {1e6, "1.00000e+06"}, {-1.25e-300, "-1.25000e-300"}, {5e-324, "4.94066e-324"},
-               {1.7976931348623157e308, "1.79769e+308"}, {inf, "inf"}, {-inf, "-inf"},
+  } cases[] = {{0.0, "0.00000"},
+               {-0.0, "-0.00000"},
+               {0.1, "0.10000"},
+               {-0.1, "-0.10000"},
+               {0.09999, "9.99900e-02"},
+               {std::nextafter(0.1, 0.0), "1.00000e-01"},
+               {123456.789, "123456.78900"},
+               {-999999.0, "-999999.00000"},
+               {999999.999999, "1000000.00000"},
+               {-999999.999999, "-1.00000e+06"},
+               {1e6, "1.00000e+06"},
+               {-1.25e-300, "-1.25000e-300"},
+               {5e-324, "4.94066e-324"},
+               {1.7976931348623157e308, "1.79769e+308"},
+               {inf, "inf"},
+               {-inf, "-inf"},
                {nan, "nan"}};
   for (const auto& c : cases)
     EXPECT_EQ(captured([&] { PRTVD(by(1), &c.value, "", 0); }),
@@ -106,7 +122,9 @@ TEST(Trace, NumbersFillTheirField) {
 }
 
 #ifdef _WIN32
-bool useDecimalComma() { return std::setlocale(LC_NUMERIC, "German") != nullptr; }
+bool useDecimalComma() {
+  return std::setlocale(LC_NUMERIC, "German") != nullptr;
+}
 #else
 // Made for the occasion, as the system need not have one.
 bool useDecimalComma() {
