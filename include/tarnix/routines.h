@@ -189,9 +189,9 @@ VRK_API void PRTMES(const char* text, const int32_t* count);
  *   G          out  (n, m1 + m2 + 1) gradients, the objective's last
  *   gObj       out  (n) objective gradient, the last column of G
  *   gScale     out  max(1, mean of |gObj(i)|); 1 when that mean is NaN */
-VRK_API void GRGGRA(const int32_t* mode, const int32_t* m1, const int32_t* list1,
-                    const int32_t* m2, const int32_t* list2, const int32_t* k, const int32_t* n,
-                    double* x, const int32_t* m, double* f, int32_t* map, double* G, double* gObj,
+VRK_API void GRGGRA(const int32_t* mode, const int32_t* m1, const int32_t* list1, const int32_t* m2,
+                    const int32_t* list2, const int32_t* k, const int32_t* n, double* x,
+                    const int32_t* m, double* f, int32_t* map, double* G, double* gObj,
                     double* gScale);
 
 /* The same with the caller's map and no extra results. Storage 2m + 2 doubles. */
@@ -411,8 +411,8 @@ VRK_API void QPSVIO(const int32_t* m, const int32_t* m1, const int32_t* nb, cons
  *   z  out  (n) change of d */
 VRK_API void QPSDIR(const int32_t* p, const int32_t* n, const int32_t* m, const int32_t* m1,
                     const int32_t* nb, const double* A, const int32_t* lda, const int32_t* codes,
-                    const double* P, double* W, const int32_t* nact, const int32_t* IACT,
-                    double* T, double* r, double* z);
+                    const double* P, double* W, const int32_t* nact, const int32_t* IACT, double* T,
+                    double* r, double* z);
 
 /* Step length:
  *     t1 = min of -XLAG(k)/r(k) over r(k) < -zeroTol   (k drops; of equals the last),

@@ -84,15 +84,13 @@ VRK_API void tarnix_session_batch(tarnix_session* session, tarnix_batch function
  *   G     in/out  (n, nfun) derivatives by the physical variables, one column per function in the
  *                 order of f. All of it arrives as NaN; what stays NaN is found by differences.
  * Returns 0 when it has nothing here: then all of it is found by differences. */
-typedef int32_t (*tarnix_gradient)(void* user, const double* x, int32_t n, int32_t nfun,
-                                   double* G);
+typedef int32_t (*tarnix_gradient)(void* user, const double* x, int32_t n, int32_t nfun, double* G);
 
 /* Every gradient pass then asks this function first, and evaluates only where a derivative that it
  * needs is missing: nowhere when all are given. The function is called at points at which the
  * analysis has been called before, though not always in the call before. Null: differences
  * alone. */
-VRK_API void tarnix_session_gradient(tarnix_session* session, tarnix_gradient function,
-                                     void* user);
+VRK_API void tarnix_session_gradient(tarnix_session* session, tarnix_gradient function, void* user);
 
 /* Takes a piece of the trace: length characters, not ended by 0. Lines end with a newline, and a
  * line may come in several pieces. */

@@ -11,7 +11,9 @@ namespace tarnix::storage {
 using Count = std::int64_t;
 
 /// Of two counts of 32 bits.
-constexpr Count product(Count a, Count b) { return std::min(a * b, Count{1} << 61); }
+constexpr Count product(Count a, Count b) {
+  return std::min(a * b, Count{1} << 61);
+}
 
 struct Need {
   Count doubles, integers;

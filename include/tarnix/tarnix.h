@@ -70,9 +70,7 @@ enum {
 
 /* Returned by either method: n exceeds VRK_MAX_VARIABLES. Nothing was stored, evaluated or
  * changed. */
-enum {
-  VRK_TOO_MANY_VARIABLES = 99
-};
+enum { VRK_TOO_MANY_VARIABLES = 99 };
 
 /* A constraint counts as satisfied when h is within convTol of 0, and g at most convTol; a point is
  * feasible when all are. A value that is not a number passes as satisfied: a host whose analysis

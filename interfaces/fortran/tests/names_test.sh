@@ -15,6 +15,6 @@ same "entry points" \
   "$(grep -oE "bind\(C, name='[A-Za-z_0-9]+'\)" $module | sed -E "s/.*'(.*)'.*/\1/" | sort)"
 same "constants" \
   "$(cat "${headers[@]}" include/tarnix/routines.h |
-    sed -nE 's/^(#define|) *(VRK_[A-Z_]+) (= )?([0-9]+).*/\2 \4/p' | sort)" \
+    sed -nE 's/^(#define|enum \{|) *(VRK_[A-Z_]+) (= )?([0-9]+).*/\2 \4/p' | sort)" \
   "$(sed -nE 's/.*parameter, public :: (VRK_[A-Z_]+) = ([0-9]+)$/\1 \2/p' $module | sort)"
 exit $failed
