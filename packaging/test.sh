@@ -59,7 +59,8 @@ for c in $PACKAGES; do
   case $c in
     runtime) [[ $depends =~ ^libc6\ .*libstdc\+\+6\ && $depends != *tarnix* ]] ;;
     development) [[ $depends =~ ^$own$ ]] ;;
-    python) [[ $depends =~ ^$own.*libc6\ .*python3\ \(\<\<\ 3\.[0-9]+\).*python3-numpy ]] ;;
+    python) [[ $depends =~ ^$own, && $depends =~ python3\ \(\<\<\ 3\.[0-9]+\) &&
+      $depends =~ python3-numpy && $depends =~ libc6\  ]] ;;
     ampl) [[ $depends =~ ^$own,\ .*libamplsolver.*libc6\  ]] ;;
     tools) [[ $depends =~ ^$own,\ libc6\ .*libmuparser.*libstdc\+\+6\  ]] ;;
   esac || fail "dependencies of $c"
