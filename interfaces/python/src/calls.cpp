@@ -37,9 +37,9 @@ bool Calls::restore() {
 
 namespace {
 
-/// Numbers that are plain floats already, the usual case; false for everything else.
+/// Numbers that are floats already, the usual case, those of numpy too; false for everything else.
 bool takePlain(PyObject* answer, double* values, std::size_t size) {
-  if (PyFloat_CheckExact(answer)) {
+  if (PyFloat_Check(answer)) {
     if (size != 1) return false;
     values[0] = PyFloat_AS_DOUBLE(answer);
     return true;
@@ -47,7 +47,7 @@ bool takePlain(PyObject* answer, double* values, std::size_t size) {
   if (PyTuple_CheckExact(answer) || PyList_CheckExact(answer)) {
     if (static_cast<std::size_t>(PySequence_Fast_GET_SIZE(answer)) != size) return false;
     PyObject** items = PySequence_Fast_ITEMS(answer);
-    if (!std::all_of(items, items + size, [](PyObject* i) { return PyFloat_CheckExact(i); }))
+    if (!std::all_of(items, items + size, [](PyObject* i) { return PyFloat_Check(i); }))
       return false;
     std::transform(items, items + size, values, [](PyObject* i) { return PyFloat_AS_DOUBLE(i); });
     return true;

@@ -157,16 +157,24 @@ def fingerprint(d: Description, analysis: Callable[..., Any]) -> Dict[str, str]:
     """What the recorded values depend on: names, and the text of the analysis where there is one;
     comments and layout do not count."""
     parts = {"variables": "\0".join(d.variable_names), "functions": "\0".join(d.function_names)}
-    try:
-        import ast
-        import inspect
-        import textwrap
-
-        target = getattr(analysis, "func", analysis)  # of functools.partial
-        parts["analysis"] = ast.dump(ast.parse(textwrap.dedent(inspect.getsource(target))))
-    except (OSError, TypeError, SyntaxError, ValueError):
-        pass  # a built-in, a line of a prompt, a lambda within an expression
+    written = getattr(getattr(analysis, "__self__", None), "written", [analysis])
+    texts = [text for text in map(_text, written) if text]
+    if texts:
+        parts["analysis"] = "\0".join(texts)
     return {part: f"{_core.fingerprint(text):016x}" for part, text in parts.items()}
+
+
+def _text(function: Any) -> str:
+    """The syntax of a function; empty for a built-in, a line of a prompt, a lambda in a call."""
+    import ast
+    import inspect
+    import textwrap
+
+    target = getattr(function, "func", function)  # of functools.partial
+    try:
+        return ast.dump(ast.parse(textwrap.dedent(inspect.getsource(target))))
+    except (OSError, TypeError, SyntaxError, ValueError):
+        return ""
 
 
 class Recorder:

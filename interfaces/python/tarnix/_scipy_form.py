@@ -169,6 +169,11 @@ class Functions:
         self.memo: Tuple[bytes, Any] = (b"", None)  # of jac=True
 
     @property
+    def written(self) -> List[Any]:
+        """The functions of the user, whose text a history remembers."""
+        return [self.fun, *(getattr(row.function, "function", row.function) for row in self.rows)]
+
+    @property
     def knows_gradients(self) -> bool:
         return self.jac is True or callable(self.jac) or any(r.jac is not None for r in self.rows)
 

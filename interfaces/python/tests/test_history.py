@@ -111,6 +111,36 @@ def test_what_does_not_fit_is_refused(tmp_path):
     assert not (tmp_path / "new.jsonl").exists()
 
 
+def sphere(x):
+    return float(x @ x)
+
+
+def cube(x):
+    return float(abs(x**3).sum())
+
+
+def on_the_line(x):
+    return x.sum() - 1
+
+
+def on_another_line(x):
+    return x.sum() - 2
+
+
+def test_the_form_of_scipy_has_histories_too(tmp_path):
+    def solve(fun, con, **more):
+        return tarnix.minimize(fun, [3.0, 0], bounds=[(-5, 5)] * 2,
+                               constraints={"type": "eq", "fun": con},
+                               options={"history": tmp_path / "h.jsonl", **more})
+
+    assert solve(sphere, on_the_line, maxfev=5).status == 4
+    for fun, con in ((cube, on_the_line), (sphere, on_another_line)):
+        with pytest.raises(tarnix.HistoryError, match="Changed: analysis"):
+            solve(fun, con, resume=True)
+    r = solve(sphere, on_the_line, resume=True)
+    assert r.success and r.x == pytest.approx([0.5, 0.5], abs=1e-5)
+
+
 def test_two_solves_do_not_write_to_one_file(tmp_path):
     path = tmp_path / "h.jsonl"
 
