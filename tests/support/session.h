@@ -110,8 +110,9 @@ inline const Problem& named(const char* name) {
   return *problem;
 }
 
-constexpr Method methods[] = {VRK_sqp, VRK_grg};
-// Compared with the table, as a function of a DLL has a second address in the program.
+// Not constant, and compared with: a function of a DLL has two addresses in a program, its own and
+// that of a jump to it, and where a constant is folded it is not always the same one.
+inline Method methods[] = {VRK_sqp, VRK_grg};
 inline bool isSqp(Method method) {
   return method == methods[0];
 }
