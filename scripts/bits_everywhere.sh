@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # bits_everywhere.sh [NAME...]: builds the core and the collection with every compiler, option and
-# machine of the table below that is at hand, or those rows whose name begins with a NAME, and prints
-# what tests/bits finds: whether all solves have the stored bits when the functions are the portable
-# ones, and how many differ from those of gcc on this machine when they are the C library's own.
+# machine of the table below that is at hand, or those rows whose name begins with a NAME, and
+# prints what tests/bits finds: whether all solves have the stored bits when the functions are the
+# portable ones, and how many differ from those of gcc -O2 on this machine when they are the C
+# library's own.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 root=$PWD
@@ -26,8 +27,8 @@ clang -O0; clang++; clang; -O0;
 clang -O2; clang++; clang; -O2;
 clang -O3, 19; clang++-19; clang-19; -O3;
 clang AVX2 and FMA; clang++; clang; -O3 -mavx2 -mfma; avx2
-Windows, MinGW-w64 -O2; x86_64-w64-mingw32-g++-posix; x86_64-w64-mingw32-gcc-posix; -O2 -static; wine
-Windows, MinGW-w64 -O3; x86_64-w64-mingw32-g++-posix; x86_64-w64-mingw32-gcc-posix; -O3 -static; wine
+Windows, MinGW -O2; x86_64-w64-mingw32-g++-posix; x86_64-w64-mingw32-gcc-posix; -O2 -static; wine
+Windows, MinGW -O3; x86_64-w64-mingw32-g++-posix; x86_64-w64-mingw32-gcc-posix; -O3 -static; wine
 arm64 -O0; aarch64-linux-gnu-g++; aarch64-linux-gnu-gcc; -O0 -static; qemu-aarch64-static
 arm64 -O2; aarch64-linux-gnu-g++; aarch64-linux-gnu-gcc; -O2 -static; qemu-aarch64-static
 arm64 -O3; aarch64-linux-gnu-g++; aarch64-linux-gnu-gcc; -O3 -static; qemu-aarch64-static
@@ -65,7 +66,7 @@ reference=
 printf '| %-27s | %-40s | %-14s | %-22s |\n' Build Compiler 'Same functions' "C library's functions"
 printf '|---|---|---|---|\n'
 while IFS=';' read -r name cxx cc options runner; do
-  read -r cxx <<<"$cxx" && read -r cc <<<"$cc" && read -r runner <<<"$runner" || true
+  cxx=${cxx# } cc=${cc# } runner=${runner# }
   if (($# > 0)) && [[ -n $reference ]]; then
     for wanted; do [[ $name == "$wanted"* ]] && break; done
     [[ $name == "$wanted"* ]] || continue
@@ -91,7 +92,7 @@ while IFS=';' read -r name cxx cc options runner; do
   if [[ -z $reference ]]; then reference=$work/reference && cp "$work/list" "$reference"; fi
   differing=$(diff "$reference" "$work/list" | grep -c '^>' || true)
   if [[ $same != same && $name != *x87* ]]; then failed=1; fi
-  printf '| %-27s | %-40s | %-14s | %-22s |\n' "$name" "$("$cxx" --version | head -1 | cut -c1-40)" \
-    "$same" "$differing of $(wc -l <"$reference") solves differ"
+  printf '| %-27s | %-40s | %-14s | %-22s |\n' "$name" \
+    "$("$cxx" --version | head -1 | cut -c1-40)" "$same" "$differing of $(wc -l <"$reference") solves differ"
 done <<<"$rows"
 exit $failed

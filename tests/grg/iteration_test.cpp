@@ -11,7 +11,7 @@ using namespace support;
 
 namespace {
 
-constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double nan = std::numeric_limits<double>::quiet_NaN(), pi = std::numbers::pi;
 
 class GrgIteration : public Library {};
 
@@ -403,8 +403,7 @@ TEST_F(GrgIteration, ScreeningDoublesEntries) {
     Direct direct({.1, -.2}, 0, 26, [](double* x, double* f, double*, double* g) {
       *f = -x[0] - .3 * x[1];
       for (int i = 0; i < 26; ++i)
-        g[i] = x[0] * std::cos(i * std::numbers::pi / 13) +
-               x[1] * std::sin(i * std::numbers::pi / 13) - .5;
+        g[i] = x[0] * std::cos(i * pi / 13) + x[1] * std::sin(i * pi / 13) - .5;
     });
     const std::string text = captured([&] {
       VRK_set_print(3);
@@ -415,8 +414,7 @@ TEST_F(GrgIteration, ScreeningDoublesEntries) {
       EXPECT_EQ(Rows(13, 23), Rows(direct.kept.begin(), direct.kept.begin() + 13));
       EXPECT_TRUE(direct.LISDF[22] == 13 && direct.LISDF[0] == 14);
     } else {
-      const double corner = .5 / std::cos(std::numbers::pi / 26),
-                   angle = 1.5 * std::numbers::pi / 13;
+      const double corner = .5 / std::cos(pi / 26), angle = 1.5 * pi / 13;
       EXPECT_NEAR(direct.x[0], corner * std::cos(angle), 1e-3);
       EXPECT_NEAR(direct.x[1], corner * std::sin(angle), 1e-3);
       EXPECT_NE(text.npos, text.find("\nGRADIENT NOT AVAILABLE, FUNCTION     ")) << text;
