@@ -5,6 +5,8 @@ import pathlib
 import re
 import sys
 
+from docutils import nodes
+
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 project = "tarnix"
@@ -71,5 +73,24 @@ def inline_figures(app, page, template, context, doctree):
                                  context["body"])
 
 
+# Pages that show documents of other folders: links to those lead here.
+PAGES = {"interfaces/ampl/README.md": "start/nl", "interfaces/cli/README.md": "program/index",
+         "interfaces/cpp/README.md": "reference/cpp",
+         "interfaces/fortran/README.md": "reference/fortran",
+         "interfaces/octave/README.md": "start/octave",
+         "interfaces/python/README.md": "reference/python", "bench/README.md": "benchmarks",
+         "CHANGELOG.md": "changelog", "CONTRIBUTING.md": "contributing"}
+
+
+def other_folders(app, env, node, content):
+    file, _, _ = node.get("reftarget", "").partition("#")
+    for name, page in PAGES.items():
+        if node.get("reftype") == "myst" and re.fullmatch(rf"(\.\./)*{name}", file):
+            uri = app.builder.get_relative_uri(node.get("refdoc", env.docname), page)
+            return nodes.reference("", "", *content.children, internal=True, refuri=uri)
+    return None
+
+
 def setup(app):
     app.connect("html-page-context", inline_figures)
+    app.connect("missing-reference", other_folders)
