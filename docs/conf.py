@@ -85,7 +85,7 @@ PAGES = {"interfaces/ampl/README.md": "start/nl", "interfaces/cli/README.md": "p
 def other_folders(app, env, node, content):
     file, _, _ = node.get("reftarget", "").partition("#")
     for name, page in PAGES.items():
-        if node.get("reftype") == "myst" and re.fullmatch(rf"(\.\./)*{name}", file):
+        if node.get("reftype") == "any" and re.fullmatch(rf"(\.\./)*{name}", file):
             uri = app.builder.get_relative_uri(node.get("refdoc", env.docname), page)
             return nodes.reference("", "", *content.children, internal=True, refuri=uri)
     return None

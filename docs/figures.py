@@ -235,7 +235,8 @@ def draw_truss(figure: Figure, left: float, areas: Sequence[float], title: str) 
 
 
 def truss(history: str) -> str:
-    designs, problem_end = [], None
+    designs: List[Tuple[List[float], List[float]]] = []
+    problem_end = None
     for entry in map(json.loads, history.splitlines()):
         if "f" in entry:
             designs.append((entry["x"], entry["f"]))
@@ -246,7 +247,7 @@ def truss(history: str) -> str:
     weight = problem_end["objective"]["value"]
     figure = Figure(800, 250, f"Ten-bar truss: {start[1][0]:.0f} lb at the start, {weight:.0f} lb"
                     " when solved")
-    violations = [max(max(map(abs, f[1:11])) / MOST_STRESS, max(f[11:15]) / MOST_SAG) - 1
+    violations = [max(max(abs(s) for s in f[1:11]) / MOST_STRESS, max(f[11:15]) / MOST_SAG) - 1
                   for _, f in designs]
     draw_truss(figure, 30, start[0], f"start: {start[1][0]:.0f} lb, {100 * violations[0]:.0f} %"
                " over a limit")
