@@ -132,7 +132,8 @@ for c in $PACKAGES; do
 done
 while read -r binary; do
   if readelf -d "$binary" | grep -E 'R(UN)?PATH'; then fail "search path in $binary"; fi
-done < <(find "$root" -type f \( -path '*/usr/bin/*' -o -name 'libtarnix.so.*' -o -name '_core.*.so' \))
+done < <(find "$root" -type f \
+  \( -path '*/usr/bin/*' -o -name 'libtarnix.so.*' -o -name '_core.*.so' \))
 
 echo "== hosts"
 bash tests/install/consume.sh "$root/usr" "$LIBDIR" "$work/consumer"
