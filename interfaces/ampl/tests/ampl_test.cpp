@@ -351,6 +351,7 @@ TEST(Ampl, CommandLine) {
       {"model", "tarnix_options='wantsol=1 method=grg'", 0, "by GRG", true},
       {"model method=sqp tolerance=1e-4", "", 0, "by SQP", false},
       {"model target=0.1", "", 0, "solved", false},
+      {"model timelimit=1e-9", "", 0, "time limit", false},
       {"model maxeval=1", "", 0, "evaluation limit", false},
       {"model method=simplex", "", 1, "automatic, sqp or grg", false},
       {"model colour=3", "", 1, "Unknown keyword \"colour\"", false},
