@@ -114,9 +114,9 @@ void compareGradients(NlModel* nl, const Problem& p) {
   for (std::size_t i = 0; i < n; ++i) {
     const double at = x[i], h = 1e-6 * std::max(1.0, std::fabs(at));
     x[i] = at + h;
-    nl_values(nl, x.data(), &above[0], &above[1]);
+    nl_values(nl, x.data(), above.data(), above.data() + 1);
     x[i] = at - h;
-    nl_values(nl, x.data(), &below[0], &below[1]);
+    nl_values(nl, x.data(), below.data(), below.data() + 1);
     x[i] = at;
     for (std::size_t k = 0; k <= m; ++k) {
       const double slope = (above[k] - below[k]) / (2 * h);
@@ -377,7 +377,7 @@ TEST(Ampl, BrokenFiles) {
   m.objective = x(0) * x(0) + exp(x(1));
   for (const bool binary : {false, true}) {
     const std::string whole = binary ? m.binary() : m.text();
-    for (std::size_t length = 0; length + 4 < whole.size(); length += 7) {
+    for (std::size_t length = 0; length + 4 < whole.size(); length += 11) {
       SCOPED_TRACE(length);
       const Ended r = run(whole.substr(0, length), "model");
       EXPECT_EQ(r.status, 1) << r.output;
