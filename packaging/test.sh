@@ -100,6 +100,11 @@ expected_files() {
     tools)
       echo "usr/bin/tarnix"
       echo "usr/share/man/man1/tarnix.1.gz"
+      echo "usr/share/bash-completion/completions/tarnix"
+      echo "usr/share/zsh/vendor-completions/_tarnix"
+      find interfaces/cli/README.md docs/program examples -name '*.md' -o -name '*.toml' \
+        -o -name '*.template' -o -name '*.py' -o -name '*.sh' |
+        sed -E 's#^(interfaces/cli|docs)/##; s#^#usr/share/doc/tarnix-tools/#'
       find /usr/share/doc/{libcli11-dev,libtomlplusplus-dev,nlohmann-json3-dev}/copyright \
         2>/dev/null | sed -E 's|.*/([^/]+)/copyright|usr/share/doc/tarnix-tools/copyright.\1|'
       ;;

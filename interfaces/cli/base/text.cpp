@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <sstream>
 
 namespace tarnix::cli {
 
@@ -64,6 +65,28 @@ std::string clipped(std::string_view text, std::size_t most) {
   std::size_t end = most;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
   return std::string(text.substr(0, end)) + "...";
+}
+
+std::string shellWord(const std::string& word) {
+  const bool plain =
+      !word.empty() && word.find_first_of(" \t\n'\"\\$&;|<>*?()") == std::string::npos;
+  if (plain) return word;
+  std::string inner;
+  for (const char c : word) inner += c == '\'' ? "'\\''" : std::string(1, c);
+  return "'" + inner + "'";
+}
+
+std::string wrapped(const std::string& text, const std::string& indent, std::size_t width) {
+  std::string all, line = indent;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (line.size() > indent.size() && line.size() + 1 + word.size() > width) {
+      all += line + "\n";
+      line = indent;
+    }
+    line += (line.size() > indent.size() ? " " : "") + word;
+  }
+  return all + line + "\n";
 }
 
 int PrintableBuffer::overflow(int character) {

@@ -17,6 +17,12 @@ std::string printable(std::string_view text, bool lines = false);
 // At most so many characters of a text, with "..." where something is left out.
 std::string clipped(std::string_view text, std::size_t most = 60);
 
+// A word as it would be typed in a shell.
+std::string shellWord(const std::string& word);
+
+// A text broken into lines of at most so many characters, each behind an indent.
+std::string wrapped(const std::string& text, const std::string& indent, std::size_t width = 100);
+
 // Everything that the program prints passes here: printable, to a descriptor. A character that
 // is split between two writes stays whole. Writing to a descriptor that is gone fails quietly, and
 // failed tells of it.

@@ -1,7 +1,12 @@
 #include <cmath>
+#include <cstdio>
 #include <iostream>
+#include <nlohmann/json.hpp>
+#include <sstream>
 
+#include "base/exact_json.h"
 #include "base/numbers.h"
+#include "base/text.h"
 #include "base/text_table.h"
 #include "commands/commands.h"
 
@@ -17,44 +22,64 @@ std::string limitsOf(const ConstraintEntry& c) {
   return (c.min && c.max && !c.equality ? "in " : "") + limitText(c.min, c.max);
 }
 
-std::string quoted(const std::string& word) {
-  const bool plain =
-      !word.empty() && word.find_first_of(" \t\n'\"\\$&;|<>*?()") == std::string::npos;
-  return plain ? word : "'" + word + "'";
-}
-
-std::string indented(const std::string& text) {
-  std::string result;
-  std::size_t begin = 0;
-  for (int line = 0; begin < text.size() && line < 20; ++line) {
-    const std::size_t end = std::min(text.find('\n', begin), text.size());
-    result += "    | " + text.substr(begin, end - begin) + "\n";
-    begin = end + 1;
+// The lines of a filled template that hold a value.
+std::string linesOf(const Simulator::Preview::File& file) {
+  constexpr std::size_t most = 20;
+  std::istringstream content(file.text);
+  std::string result, line;
+  std::size_t shown = 0;
+  for (int number = 1; std::getline(content, line) && shown < file.lines.size(); ++number) {
+    if (number != file.lines[shown]) continue;
+    if (++shown > most) break;
+    char head[24];
+    std::snprintf(head, sizeof head, "  %6d | ", number);
+    result += head + clipped(line, 200) + "\n";
   }
-  return result + (begin < text.size() ? "    | ...\n" : "");
+  const auto left = file.lines.size() - std::min(most, file.lines.size());
+  return result + (left > 0 ? "         | and " + std::to_string(left) + " lines more\n" : "");
 }
 
-std::string commandText(Setup& setup, const Places& places, std::span<const double> start) {
+// Where a result comes from, in the words of the file.
+std::string sourceOf(const ResultEntry& r) {
+  std::string rule = !r.key.empty()      ? "key '" + r.key + "'"
+                     : !r.regex.empty()  ? "regex '" + r.regex + "'"
+                     : !r.header.empty() ? "column '" + r.header + "'"
+                     : !r.json.empty()   ? "json '" + r.json + "'"
+                                         : "column " + std::to_string(r.column);
+  if (!r.after.empty()) rule += ", after '" + clipped(r.after) + "'";
+  return rule + " in " + (r.file.empty() ? "standard output" : r.file);
+}
+
+// Without a run there are no values.
+std::string resultsText(const ProblemFile& problem, const std::optional<Record>& measured) {
+  TextTable table("lrl");
+  for (std::size_t i = 0; i < problem.results.size(); ++i)
+    table.row({problem.results[i].name, measured ? rounded(measured->results[i]) : "",
+               sourceOf(problem.results[i])});
+  return table.text("    ");
+}
+
+std::string commandText(Setup& setup, const Places& places, std::span<const double> start,
+                        const std::optional<Record>& measured) {
   const Command& command = *setup.problem.command;
   const Simulator::Preview preview = setup.simulator->preview(start);
   std::string text = "\nEvery evaluation runs, in a new directory below " + places.runs.string() +
                      "; at the start:\n   ";
-  for (const std::string& word : preview.words) text += " " + quoted(word);
+  for (const std::string& word : preview.words) text += " " + shellWord(word);
   text += "\n";
-  for (const auto& [name, content] : preview.files)
-    text += "  with " + name + "\n" + indented(content);
+  for (const auto& file : preview.files)
+    text += "  with " + file.name + ", in which the values stand at\n" + linesOf(file);
   for (const SuppliedFile& file : command.files)
     text += (file.link ? "  with a link to " : "  with a copy of ") + file.from.string() + "\n";
   for (const std::string& variable : preview.environment)
     text += "  with " + variable + " in its environment\n";
-  text += "  and reads";
-  for (const ResultEntry& r : setup.problem.results)
-    text += (&r == &setup.problem.results[0] ? " " : ", ") + r.name + " from " +
-            (r.file.empty() ? "standard output" : r.file);
-  text += "\n  timeout: " + (command.timeout > 0 ? rounded(command.timeout) + " s" : "none");
+  text += "  and reads\n" + resultsText(setup.problem, measured);
+  text += "  timeout: " + (command.timeout > 0 ? rounded(command.timeout) + " s" : "none");
   const char* const policies[] = {"the solve stops", "the run is repeated, then the solve stops",
                                   "the solve goes on with a penalty"};
-  return text + "; when a run fails " + policies[static_cast<int>(command.onFailure)] + "\n";
+  text += std::string("; when a run fails ") + policies[static_cast<int>(command.onFailure)] + "\n";
+  if (measured) text += "  the run took " + rounded(measured->seconds, 3) + " s\n";
+  return text;
 }
 
 // What the same run gives beside itself has to be the same.
@@ -71,10 +96,8 @@ void compareSideBySide(const ProblemFile& problem, const std::vector<Record>& re
   }
 }
 
-// Values at the start, by as many runs side by side as there are jobs.
-std::vector<double> valuesAtStart(Setup& setup, const Places& places,
-                                  const std::vector<double>& start, int jobs) {
-  if (!setup.simulator) return setup.model->values(start, {});
+// The start, by as many runs side by side as there are jobs.
+Record runOfStart(Setup& setup, const Places& places, const std::vector<double>& start, int jobs) {
   const std::filesystem::path trial = places.runs / "check";
   setup.simulator->open(trial);
   const std::vector<Record> records =
@@ -82,7 +105,7 @@ std::vector<double> valuesAtStart(Setup& setup, const Places& places,
   std::error_code ignored;
   std::filesystem::remove(trial, ignored);  // unless a run is kept there
   compareSideBySide(setup.problem, records);
-  return records[0].values;
+  return records[0];
 }
 
 void refuseNotFinite(const ProblemFile& problem, const std::vector<double>& values) {
@@ -114,27 +137,78 @@ std::string functionsText(const ProblemFile& problem, const std::vector<double>&
   return table.text();
 }
 
-}  // namespace
+std::vector<double> startOf(const ProblemFile& problem) {
+  std::vector<double> start;
+  for (const VariableEntry& v : problem.variables) start.push_back(v.start);
+  return start;
+}
 
-int commandCheck(const ProblemArguments& arguments, bool run, int jobs) {
+Json linesAsJson(const std::string& text) {
+  Json list = Json::array();
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) list.push_back(line);
+  return list;
+}
+
+Json toJson(const Setup& setup, const std::vector<double>& values,
+            const std::optional<Record>& measured) {
+  const ProblemFile& problem = setup.problem;
+  const BestDesign start{startOf(problem), values, violation(problem, values)};
+  const Outcome outcome = outcomeAt(problem, start, "");
+  const Json shown = cli::toJson(outcome);
+  Json json{{"version", 1}, {"problem", outcome.problem}, {"sound", true}};
+  json["issues"] = linesAsJson(setup.warnings);
+  for (const char* key : {"variables", "objective", "constraints"})
+    if (!values.empty() && shown.contains(key)) json[key] = shown[key];
+  if (!measured) return json;
+  json["results"] = Json::array();
+  for (std::size_t i = 0; i < problem.results.size(); ++i)
+    json["results"].push_back(
+        {{"name", problem.results[i].name}, {"value", exact(measured->results[i])}});
+  json["seconds"] = measured->seconds;
+  return json;
+}
+
+int check(const ProblemArguments& arguments, bool run, int jobs, bool json) {
   Setup setup(arguments.file, arguments.overrides);
   const Places places(arguments.file, arguments.output);
   moveStart(setup, places, arguments.start);
   const ProblemFile& problem = setup.problem;
-  std::vector<double> start, values;
-  for (const VariableEntry& v : problem.variables) start.push_back(v.start);
-  if (run || !setup.simulator) values = valuesAtStart(setup, places, start, jobs);
+  const std::vector<double> start = startOf(problem);
+  std::optional<Record> measured;
+  std::vector<double> values;
+  if (!setup.simulator)
+    values = setup.model->values(start, {});
+  else if (run)
+    values = (measured = runOfStart(setup, places, start, jobs))->values;
   refuseNotFinite(problem, values);
-
+  if (json) {
+    std::cout << dumped(toJson(setup, values, measured), 2) << "\n";
+    return exitSolved;
+  }
   std::string text = (problem.title.empty() ? problem.file.string() : problem.title) + "\n\n" +
                      functionsText(problem, values);
-  if (setup.simulator) text += commandText(setup, places, start);
+  if (setup.simulator) text += commandText(setup, places, start, measured);
   const OptionsTable& o = problem.options;
   text += "\nmethod " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
           (o.centralDifferences ? "central" : "forward") + " differences of " +
           rounded(o.differenceStep) + " half ranges\n";
   std::cout << text << "history: " << places.history.string() << "\n";
   return exitSolved;
+}
+
+}  // namespace
+
+int commandCheck(const ProblemArguments& arguments, bool run, int jobs, bool json) {
+  try {
+    return check(arguments, run, jobs, json);
+  } catch (const Failure& failure) {
+    if (json)
+      std::cout << dumped({{"version", 1}, {"sound", false}, {"issues", linesAsJson(failure.what())}},
+                          2)
+                << "\n";
+    throw;
+  }
 }
 
 }  // namespace tarnix::cli

@@ -62,6 +62,8 @@ class CommandLine {
                 << "\n";
       return exitBadProblem;
     }
+    for (int i = 0; i < argc; ++i)
+      options.commandLine += (i > 0 ? " " : "") + shellWord(i > 0 ? argv[i] : "tarnix");
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
@@ -83,25 +85,31 @@ class CommandLine {
     CLI::App* sub = add(name, description, std::move(action));
     sub->add_option("FILE", arguments.file, "Problem file (TOML)")->required();
     sub->add_option("-o,--output", arguments.output, "Directory for history, runs and report");
+    addSet(sub);
+    return sub;
+  }
+
+  void addSet(CLI::App* sub) {
     sub->add_option("--set", arguments.overrides,
                     "Change of the file for this time: NAME=VALUE or NAME.KEY=VALUE")
         ->allow_extra_args(false);
-    return sub;
   }
 
   void addInit() {
     CLI::App* sub = add("init", "Write a commented problem file to begin with",
-                        [this] { return commandInit(arguments.file, flag); });
+                        [this] { return commandInit(arguments.file, flag, arguments.overrides); });
     sub->add_option("FILE", arguments.file, "File to write")->required();
-    sub->add_flag("--command", flag, "One for an external command, not for expressions");
+    sub->add_flag("--command", flag, "One for an external command, which is written too");
+    addSet(sub);
   }
 
   void addCheck() {
     CLI::App* sub = withFile("check", "Validate a problem and show what would run",
-                             [this] { return commandCheck(arguments, flag, options.jobs); });
+                             [this] { return commandCheck(arguments, flag, options.jobs, json); });
     sub->add_flag("--run", flag, "Also run the external command, at the start");
     addJobs(sub, "Runs of the start side by side, which have to agree");
     addStart(sub);
+    sub->add_flag("--json", json, "Print what was found as JSON");
   }
 
   void addSolve() {

@@ -17,12 +17,13 @@ struct ProblemArguments {
   std::string start;  // start, best or a history; empty: start
 };
 
-// Writes a commented problem file to begin with; refuses to overwrite one.
-int commandInit(const std::filesystem::path& file, bool withCommand);
+// Writes a commented problem file to begin with, with a command also a template and a small
+// simulator; refuses to overwrite anything.
+int commandInit(const std::filesystem::path& file, bool withCommand, const Overrides& overrides);
 
 // Shows what a problem would run; with run also the values at the start, which so many runs side by
 // side have to agree on.
-int commandCheck(const ProblemArguments& arguments, bool run, int jobs);
+int commandCheck(const ProblemArguments& arguments, bool run, int jobs, bool json);
 
 // Evaluates one design, keeps its directory and shows the values. At: start, best, or "a=3,b=4".
 int commandRun(const ProblemArguments& arguments, const std::string& at);

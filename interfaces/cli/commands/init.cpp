@@ -2,6 +2,7 @@
 #include <iostream>
 
 #include "commands/commands.h"
+#include "problem/changes.h"
 
 namespace tarnix::cli {
 
@@ -68,12 +69,13 @@ height = { start = 30, lower = 5, upper = 60, unit = "mm" }
 [command]
 run = ["awk", "-f", "{{dir}}/simulator.awk", "input.txt"] # or one text, for the shell
 templates = [{ from = "input.template", to = "input.txt" }]
-files = []                  # copied into the directory of every run
 timeout = 60                # seconds
 on_failure = "stop"         # or retry, or penalty: go on with very bad values
-# retries = 2               # with retry or penalty
-# penalty = 1e6             # with penalty, in units of the scales
 keep = "best"               # which run directories stay: none, failed, best or all
+# files = ["mesh/*.inp"]    # copied into the directory of every run; links = [...] links them
+# env = { OMP_NUM_THREADS = 1 }
+# retries = 2               # with retry or penalty; retry_wait = 60: seconds before each
+# launcher = ["srun", "-n1"]  # what starts the program, for instance on another machine
 
 # What is read from its output: the number after a key ("mass = 3.2" or "mass: 3.2"), or the group
 # of a regex that matches within a line; the last match counts. From standard output, or a file.
@@ -81,7 +83,7 @@ keep = "best"               # which run directories stay: none, failed, best or 
 mass   = { key = "mass" }
 stress = { regex = 'largest stress +(\S+) MPa', file = "output.txt" }
 
-# ObjectiveEntry and constraints are expressions of variables, quantities and results.
+# Objective and constraints are expressions of variables, quantities and results.
 [objective]
 minimize = "mass"
 unit = "kg"
@@ -94,15 +96,45 @@ slender  = { value = "height / width", max = 2.5 }
 difference_step = 1e-3      # well above the noise of the program
 )toml";
 
+const char* const templateStarter = R"text(width   {{width}}
+height  {{height}}
+)text";
+
+const char* const simulatorStarter =
+    R"awk(# A stand-in for your program: a steel beam of 1 m with a load of 500 N at its end.
+# It reads lines "name value", prints one result and writes the other to a file.
+{ given[$1] = $2 }
+END {
+  w = given["width"]; h = given["height"]           # mm
+  if (w <= 0 || h <= 0) { print "no beam" > "/dev/stderr"; exit 1 }
+  printf "mass = %.17g\n", 7.85e-6 * 1000 * w * h   # kg
+  stress = 6 * 500 * 1000 / (w * h * h)             # MPa
+  printf "largest stress  %.17g MPa\n", stress > "output.txt"
+}
+)awk";
+
 }  // namespace
 
-int commandInit(const std::filesystem::path& file, bool withCommand) {
-  if (std::filesystem::exists(file))
-    throw Failure(exitFiles, file.string() + ": is there already, and is left as it is");
-  std::ofstream stream(file);
-  if (!(stream << (withCommand ? commandStarter : expressionStarter)) || !stream.flush())
-    throw Failure(exitFiles, file.string() + ": cannot be written");
-  std::cout << "Wrote " << file.string() << "; next: tarnix check " << file.string() << "\n";
+int commandInit(const std::filesystem::path& file, bool withCommand, const Overrides& overrides) {
+  Issues issues(file.string());
+  std::vector<std::pair<std::filesystem::path, std::string>> files{
+      {file, textWith(overrides, withCommand ? commandStarter : expressionStarter, issues)}};
+  if (!issues.empty()) throw Failure(exitBadProblem, issues.text());
+  if (withCommand) {
+    files.emplace_back(file.parent_path() / "input.template", templateStarter);
+    files.emplace_back(file.parent_path() / "simulator.awk", simulatorStarter);
+  }
+  std::error_code error;
+  for (const auto& [path, text] : files)
+    if (std::filesystem::exists(std::filesystem::symlink_status(path, error)))
+      throw Failure(exitFiles, path.string() + ": is there already, and is left as it is");
+  for (const auto& [path, text] : files) {
+    std::ofstream stream(path);
+    if (!(stream << text) || !stream.flush())
+      throw Failure(exitFiles, path.string() + ": cannot be written");
+    std::cout << "Wrote " << path.string() << "\n";
+  }
+  std::cout << "Next: tarnix check " << (withCommand ? "--run " : "") << file.string() << "\n";
   return exitSolved;
 }
 

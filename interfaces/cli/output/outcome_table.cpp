@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "base/numbers.h"
+#include "base/text.h"
 #include "base/text_table.h"
 #include "output/outcome.h"
 
@@ -56,7 +57,7 @@ std::string headLines(const Outcome& o) {
                                             ? ""
                                             : "; see " + o.verification->directory) + "\n"
                                  : "  Run once more, alone: " + o.verification->text + "\n";
-  if (!o.success && !o.advice.empty()) text += "  " + o.advice + "\n";
+  if (!o.success && !o.advice.empty()) text += wrapped(o.advice, "  ");
   return text;
 }
 

@@ -6,6 +6,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "problem/changes.h"
 #include "problem/command_reader.h"
 #include "problem/section.h"
 
@@ -297,39 +298,6 @@ int lineOfDeepKey(const std::string& content) {
     }
   }
   return 0;
-}
-
-// Changes what a --set names, as if the file said so: NAME=VALUE or NAME.KEY=VALUE. The name is
-// that of a variable (its start, or the value of a fixed one), quantity, constraint or table.
-void apply(const std::string& change, toml::table& content, Issues& issues) {
-  const auto wrong = [&](const std::string& text) {
-    issues.add(0, "--set " + clipped(change) + ": " + text);
-  };
-  const std::size_t equal = change.find('=');
-  if (equal == std::string::npos || equal == 0) return wrong("write NAME=VALUE or NAME.KEY=VALUE");
-  std::string name = change.substr(0, equal), key;
-  const std::string value = change.substr(equal + 1);
-  if (const std::size_t point = name.rfind('.'); point != std::string::npos) {
-    key = name.substr(point + 1);
-    name.resize(point);
-  }
-  toml::table* owner = nullptr;
-  for (const char* list : {"variables", "constraints", "results"})
-    if (toml::table* entries = content[list].as_table();
-        entries && !owner && entries->contains(name))
-      owner = (*entries)[name].as_table();
-  toml::table* const quantities = content["quantities"].as_table();
-  if (!owner && quantities && quantities->contains(name) && key.empty())
-    owner = quantities, key = name;
-  if (name == "options" && !content.contains(name)) content.insert(name, toml::table{});
-  if (!owner) owner = content[name].as_table();
-  if (!owner) return wrong("no variable, quantity, constraint or table is called '" + name + "'");
-  if (key.empty()) key = owner->contains("value") ? "value" : "start";
-  try {
-    owner->insert_or_assign(key, *toml::parse("v = " + value)["v"].node());
-  } catch (const toml::parse_error&) {
-    owner->insert_or_assign(key, value);  // a text without its quotes
-  }
 }
 
 // What the user may have meant with a line that is no TOML.

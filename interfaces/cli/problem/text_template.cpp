@@ -158,6 +158,16 @@ std::string TextTemplate::filled(std::span<const double> numbers,
   return result;
 }
 
+std::vector<int> TextTemplate::placeLines() const {
+  std::vector<int> lines;
+  int line = 1;
+  for (const Part& part : parts) {
+    line += static_cast<int>(std::count(part.literal.begin(), part.literal.end(), '\n'));
+    if (part.index != none && (lines.empty() || lines.back() != line)) lines.push_back(line);
+  }
+  return lines;
+}
+
 bool TextTemplate::usesNumbers() const {
   return std::any_of(parts.begin(), parts.end(),
                      [this](const Part& part) { return part.index < numberCount; });

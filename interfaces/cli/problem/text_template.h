@@ -21,6 +21,8 @@ class TextTemplate {
                Kind kind = Kind::plain);
 
   std::string filled(std::span<const double> numbers, std::span<const std::string> texts) const;
+  // Numbers of the lines with a place, from 1 on.
+  std::vector<int> placeLines() const;
   bool usesNumbers() const;
   bool uses(std::size_t number) const;
 

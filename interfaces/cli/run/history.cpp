@@ -93,6 +93,12 @@ Record recordFrom(const Json& entry, const ProblemFile& problem) {
   return record;
 }
 
+Beginning beginningFrom(const Json& entry) {
+  const auto text = [&](const char* key) { return entry.value(key, std::string()); };
+  return {text("version"), text("date"), text("host"), text("command"),
+          entry.value("set", Overrides())};
+}
+
 std::string lineOf(const Record& record) {
   std::string line = "{";
   if (record.run > 0) line += "\"run\":" + std::to_string(record.run) + ",";
@@ -117,6 +123,7 @@ History::History(History&& other) noexcept
       descriptor(std::exchange(other.descriptor, -1)),
       known(std::move(other.known)),
       repeated(std::move(other.repeated)),
+      begun(std::move(other.begun)),
       started(std::move(other.started)),
       failedAttempts(std::move(other.failedAttempts)),
       highestRun(other.highestRun),
@@ -250,6 +257,10 @@ void History::parseLine(std::string_view line, const ProblemFile& problem) {
     lastEnd = std::make_shared<const Outcome>(outcomeFrom(entry.at("end")));
     return;
   }
+  if (entry.contains("began")) {
+    begun.push_back(beginningFrom(entry.at("began")));
+    return;
+  }
   highestRun = std::max(highestRun, runNumber(entry, problem));
   if (entry.contains("started")) {
     started.push_back(runNumber(entry, problem));
@@ -275,6 +286,32 @@ std::vector<long> History::cutShort() const {
 
 long History::finishedRuns() const {
   return static_cast<long>(started.size() - cutShort().size() - repeated.size());
+}
+
+Overrides History::overridesIn(const std::filesystem::path& path) {
+  std::string content;
+  if (!readFile(path, content)) return {};
+  const std::size_t at = content.rfind("\n{\"began\":");
+  if (at == std::string::npos) return {};
+  const std::size_t end = std::min(content.find('\n', at + 1), content.size());
+  try {
+    return beginningFrom(parsed(std::string_view(content).substr(at + 1, end - at - 1)).at("began"))
+        .set;
+  } catch (const Json::exception&) {
+    return {};
+  } catch (const std::invalid_argument&) {
+    return {};  // damaged: told when the history is read
+  }
+}
+
+void History::noteBeginning(const Beginning& beginning) {
+  Json entry{{"version", beginning.version},
+             {"date", beginning.date},
+             {"host", beginning.host},
+             {"command", beginning.command}};
+  if (!beginning.set.empty()) entry["set"] = beginning.set;
+  write("{\"began\":" + dumped(entry));
+  begun.push_back(beginning);
 }
 
 void History::noteStart(long run) {

@@ -25,6 +25,12 @@ struct Record {
   double seconds = 0;
 };
 
+// A start of the program that wrote to the history.
+struct Beginning {
+  std::string version, date, host, command;
+  Overrides set;
+};
+
 class History {
  public:
   explicit History(std::filesystem::path path) : file(std::move(path)) {}
@@ -40,9 +46,13 @@ class History {
   // Only reads; nothing is locked or cut.
   void read(const ProblemFile& problem);
 
+  // Changes of the command line that the last start of the program noted; none without a history.
+  static Overrides overridesIn(const std::filesystem::path& path);
+
   // True while another process writes to the file.
   static bool inUse(const std::filesystem::path& path);
 
+  void noteBeginning(const Beginning& beginning);
   // Notes that a run is about to begin: its directory is this history's from then on.
   void noteStart(long run);
   // Notes that an attempt has failed that is made again.
@@ -53,6 +63,7 @@ class History {
   void appendEnd(const Outcome& outcome);
 
   const std::vector<Record>& records() const { return known; }
+  const std::vector<Beginning>& beginnings() const { return begun; }
   const std::vector<Record>& verifications() const { return repeated; }
   // Numbers of the runs that were begun and have not come to their end.
   std::vector<long> cutShort() const;
@@ -75,6 +86,7 @@ class History {
   std::filesystem::path file;
   int descriptor = -1;
   std::vector<Record> known, repeated;
+  std::vector<Beginning> begun;
   std::vector<long> started, failedAttempts;
   long highestRun = 0;
   std::shared_ptr<const Outcome> lastEnd;

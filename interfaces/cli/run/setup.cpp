@@ -53,9 +53,9 @@ Setup::Setup(const fs::path& file, const Overrides& overrides) {
     model->warnUnused(simulator ? simulator->filledIn() : std::vector<std::string>(), issues);
     if (simulator) warnSwallowedSteps(problem, *simulator, issues);
   }
-  const std::string text = issues.text();
-  if (!issues.empty()) throw Failure(exitBadProblem, text);
-  if (!text.empty()) std::cerr << text << "\n";
+  warnings = issues.text();
+  if (!issues.empty()) throw Failure(exitBadProblem, warnings);
+  if (!warnings.empty()) std::cerr << warnings << "\n";
 }
 
 Setup::Setup(ProblemFile described) : problem(std::move(described)) {
@@ -73,6 +73,18 @@ void moveStart(Setup& setup, const Places& places, const std::string& where) {
   if (!best)
     throw Failure(exitFiles, history.path().string() + ": no measured design within the bounds");
   for (std::size_t i = 0; i < best->x.size(); ++i) setup.problem.variables[i].start = best->x[i];
+}
+
+Overrides goOnWith(const Places& places, const Overrides& overrides) {
+  Overrides all = History::overridesIn(places.history);
+  std::string told;
+  for (const std::string& change : all) told += " --set " + clipped(change);
+  if (!all.empty()) std::cerr << "As the history was begun:" << told << "\n";
+  for (const std::string& change : overrides) {
+    std::erase(all, change);
+    all.push_back(change);
+  }
+  return all;
 }
 
 Places::Places(const fs::path& file, const fs::path& output) {

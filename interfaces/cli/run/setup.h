@@ -11,7 +11,7 @@
 
 namespace tarnix::cli {
 
-// Throws Failure with every issue when the file has any; warnings go to standard error.
+// Throws Failure with every issue when the file has any; warnings go to standard error, and stay.
 struct Setup {
   explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {});
   // Of a problem that is only described: nothing can be evaluated.
@@ -20,6 +20,7 @@ struct Setup {
   Setup& operator=(const Setup&) = delete;
 
   ProblemFile problem;
+  std::string warnings;  // a line each
   std::unique_ptr<Model> model;
   std::unique_ptr<Simulator> simulator;  // null without a command
 };
@@ -33,6 +34,9 @@ struct Places {
 // Starts at another design: "start" for the file's own, "best" for the best one of the history, or
 // the best one of the history file that is named.
 void moveStart(Setup& setup, const Places& places, const std::string& where);
+
+// The changes that a history was written with, then those of the command line; the former are told.
+Overrides goOnWith(const Places& places, const Overrides& overrides);
 
 // Puts the history of an earlier solve that ran a command aside, and its directories, when it has
 // come to its end or fresh is set; throws Failure otherwise.

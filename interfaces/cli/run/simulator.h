@@ -64,8 +64,13 @@ class Simulator {
   // What would run at a design: words, filled files and what is added to the environment, for the
   // user to look at.
   struct Preview {
+    struct File {
+      std::string name, text;
+      std::vector<int> lines;  // that hold a place, from 1 on
+      bool operator==(const File& other) const { return text == other.text; }
+    };
     std::vector<std::string> words, environment;
-    std::vector<std::pair<std::string, std::string>> files;
+    std::vector<File> files;
   };
   Preview preview(std::span<const double> x);
 

@@ -1,9 +1,12 @@
 #include "run/solve.h"
 
+#include <unistd.h>
+
 #include <tarnix/tarnix.h>
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <ctime>
 #include <iostream>
 #include <new>
 #include <tarnix/tarnix.hpp>
@@ -60,11 +63,20 @@ class Solve {
       makeRoom(problem, places, options.fresh);
       opened.create(problem);
     }
+    opened.noteBeginning(present());
     if (setup.simulator) {
       setup.simulator->open(places.runs);
       for (const long run : opened.cutShort()) setup.simulator->sweep(run);
     }
     return opened;
+  }
+
+  Beginning present() const {
+    char date[32] = "", host[256] = "";
+    const std::time_t now = std::time(nullptr);
+    std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%SZ", std::gmtime(&now));
+    gethostname(host, sizeof host - 1);
+    return {VRK_VERSION_STRING, date, host, options.commandLine, problem.overrides};
   }
 
   Outcome attempt(int& exitCode) {

@@ -1,6 +1,8 @@
 // A solve from the problem to its outcome.
 #pragma once
 
+#include <string>
+
 #include "output/outcome.h"
 #include "output/progress_line.h"
 #include "run/setup.h"
@@ -12,6 +14,7 @@ struct SolveOptions {
   bool resume = false;
   bool fresh = false;
   bool retryFailed = false;
+  std::string commandLine;  // for the history
   ProgressStyle progress = ProgressStyle::lines;
 };
 

@@ -145,12 +145,23 @@ class Examples(Case):
         again = tarnix("init", file)
         self.assertEqual(again.returncode, 4, again.stderr)
         command = self.dir / "command.toml"
-        tarnix("init", "--command", command)
+        self.assertEqual(tarnix("init", "--command", command).returncode, 0)
+        self.assertAlmostEqual(self.result("solve", "-j2", command)["objective"]["value"], 4.0825, delta=1e-3)
         self.write("input.template", "w {{width:%8.3f}} h {{height}}\n")
         self.write("simulator.awk", '{ print "mass = " $2 * $4; '
                    'printf "largest stress  %.17g MPa\\n", 1e6 / $2 / $4^2 > "output.txt" }')
         shown = tarnix("check", "--run", command)
-        self.assertIn("| w   20.000 h 30\n", shown.stdout)
+        self.assertIn("     1 | w   20.000 h 30\n", shown.stdout)
+        self.assertRegex(shown.stdout, r"mass +600 +key 'mass' in standard output\n +stress +55\.5")
+        self.assertRegex(shown.stdout, r"the run took \S+ s")
+        json_check = json.loads(tarnix("check", "--run", "--json", command).stdout)
+        self.assertEqual((json_check["sound"], values(json_check, "results")["mass"]), (True, 600))
+        changed = self.dir / "changed.toml"
+        tarnix("init", changed, "--set", "diameter.upper=9", "--set", "load=2000", "--set", "yield.scale=400",
+               "--set", "options.max_seconds=5", "--set", "title=A \"short\" one")
+        edited = file.read_text().replace("upper = 14", "upper = 9").replace("load     = 2500", "load     = 2000")
+        edited = edited.replace('kgf/cm^2" }', 'kgf/cm^2", scale = 400 }').replace("[options]\n", "[options]\nmax_seconds = 5\n")
+        self.assertEqual(changed.read_text(), edited.replace('"Tubular column"', "'A \"short\" one'"))
         self.assertRegex(shown.stdout, r"objective +600 +kg")
 
     def testOutput(self):
@@ -989,6 +1000,22 @@ class DaysWork(Case):
             run = tarnix("check", "--set", change, self.write("a.toml", PLAIN))
             self.assertEqual(run.returncode, 2)
             self.assertIn(message, run.stderr)
+
+    def testChangesStayWithTheHistory(self):
+        """What a solve was told is in its history: resume and report go on with it."""
+        file = self.write("a.toml", PLAIN)
+        whole = self.result("solve", "--set", "c.min=3", file)
+        again = tarnix("resume", "-q", "--json", file)
+        self.assertIn("As the history was begun: --set c.min=3\n", again.stderr)
+        for key in ("objective", "variables", "constraints"):
+            self.assertEqual(json.loads(again.stdout)[key], whole[key])
+        other = self.result("resume", "--set", "c.min=2", file)
+        self.assertEqual(other["constraints"][0]["min"], 2)
+        began = lines_with("began", self.dir / "a.history.jsonl")
+        self.assertEqual([b["began"].get("set") for b in began], [["c.min=3"]] * 2 + [["c.min=3", "c.min=2"]])
+        self.assertIn("tarnix solve --set c.min=3", began[0]["began"]["command"])
+        self.assertEqual(tarnix("report", file).returncode, 0)
+        self.assertIn("c.min=2", (self.dir / "a.report.html").read_text())
 
     def testStartAndRun(self):
         file = self.write("p.toml", ONE.replace("RUN", '["echo", "f = {{x}}"]').replace("EXTRA", ""))
