@@ -26,8 +26,10 @@ char32_t decoded(std::string_view text, std::size_t& length) {
   if (length == 1) return byte(0);
   char32_t code = length == 0 ? 0 : byte(0) & (0x7fu >> length);
   for (std::size_t i = 1; i < length; ++i) {
-    if (i >= text.size() || (byte(i) & 0xc0) != 0x80) length = 0;
-    else code = code << 6 | (byte(i) & 0x3fu);
+    if (i >= text.size() || (byte(i) & 0xc0) != 0x80)
+      length = 0;
+    else
+      code = code << 6 | (byte(i) & 0x3fu);
   }
   constexpr char32_t smallest[] = {0, 0, 0x80, 0x800, 0x10000};
   if (length == 0 || code < smallest[length]) {
@@ -38,9 +40,9 @@ char32_t decoded(std::string_view text, std::size_t& length) {
 }
 
 bool isPlain(char32_t code) {
-  if (code < 0x20 || (code >= 0x7f && code < 0xa0)) return false;   // C0, delete, C1
+  if (code < 0x20 || (code >= 0x7f && code < 0xa0)) return false;        // C0, delete, C1
   if (code == 0x2028 || code == 0x2029 || code == 0xfeff) return false;  // line ends, invisible
-  if (code >= 0x200b && code <= 0x200f) return false;               // invisible, directions
+  if (code >= 0x200b && code <= 0x200f) return false;                    // invisible, directions
   if ((code >= 0x202a && code <= 0x202e) || (code >= 0x2066 && code <= 0x2069)) return false;
   return !(code >= 0xd800 && code < 0xe000) && code <= 0x10ffff;
 }
@@ -65,6 +67,14 @@ std::string clipped(std::string_view text, std::size_t most) {
   std::size_t end = most;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xc0) == 0x80) --end;
   return std::string(text.substr(0, end)) + "...";
+}
+
+std::string firstCharacters(const std::string& text, std::size_t most) {
+  std::size_t count = 0;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if ((static_cast<unsigned char>(text[i]) & 0xc0) != 0x80 && ++count > most)
+      return text.substr(0, i);
+  return text;
 }
 
 std::string shellWord(const std::string& word) {

@@ -17,6 +17,9 @@ std::string printable(std::string_view text, bool lines = false);
 // At most so many characters of a text, with "..." where something is left out.
 std::string clipped(std::string_view text, std::size_t most = 60);
 
+// So many characters of a text, which is UTF-8.
+std::string firstCharacters(const std::string& text, std::size_t most);
+
 // A word as it would be typed in a shell.
 std::string shellWord(const std::string& word);
 

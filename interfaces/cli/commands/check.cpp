@@ -204,8 +204,9 @@ int commandCheck(const ProblemArguments& arguments, bool run, int jobs, bool jso
     return check(arguments, run, jobs, json);
   } catch (const Failure& failure) {
     if (json)
-      std::cout << dumped({{"version", 1}, {"sound", false}, {"issues", linesAsJson(failure.what())}},
-                          2)
+      std::cout << dumped(
+                       {{"version", 1}, {"sound", false}, {"issues", linesAsJson(failure.what())}},
+                       2)
                 << "\n";
     throw;
   }

@@ -84,9 +84,13 @@ class CommandLine {
   CLI::App* withFile(const char* name, const char* description, std::function<int()> action) {
     CLI::App* sub = add(name, description, std::move(action));
     sub->add_option("FILE", arguments.file, "Problem file (TOML)")->required();
-    sub->add_option("-o,--output", arguments.output, "Directory for history, runs and report");
+    addOutput(sub);
     addSet(sub);
     return sub;
+  }
+
+  void addOutput(CLI::App* sub) {
+    sub->add_option("-o,--output", arguments.output, "Directory for history, runs and report");
   }
 
   void addSet(CLI::App* sub) {
@@ -116,9 +120,7 @@ class CommandLine {
     const auto solves = [this](bool resume) {
       return [this, resume] {
         options.resume = resume;
-        options.progress = quiet                   ? ProgressStyle::none
-                           : isatty(STDERR_FILENO) ? ProgressStyle::live
-                                                   : ProgressStyle::lines;
+        options.progress = progressStyle(quiet);
         return commandSolve(arguments, options, json);
       };
     };
@@ -155,8 +157,11 @@ class CommandLine {
   }
 
   void addReport() {
-    withFile("report", "Write an HTML page about the history of a solve",
-             [this] { return commandReport(arguments); });
+    CLI::App* sub = add("report", "Write an HTML page about the history of a solve, or of several",
+                        [this] { return commandReport(arguments, files); });
+    sub->add_option("FILE", files, "Problem files (TOML)")->required();
+    addOutput(sub);
+    addSet(sub);
   }
 
   // Options of the commands that evaluate designs without solving.
@@ -169,9 +174,7 @@ class CommandLine {
   }
 
   StudyOptions studyOptions() const {
-    const ProgressStyle style = quiet                     ? ProgressStyle::none
-                                : isatty(STDERR_FILENO) ? ProgressStyle::live
-                                                        : ProgressStyle::lines;
+    const ProgressStyle style = progressStyle(quiet);
     return {options.jobs, options.fresh, options.retryFailed, style};
   }
 
@@ -181,8 +184,7 @@ class CommandLine {
     sub->add_option("--plan", plan.kind, "Which designs")
         ->check(CLI::IsMember(planKinds()))
         ->capture_default_str();
-    sub->add_option("-n,--count", plan.count,
-                    "Designs of latin and sobol, levels of one-at-a-time")
+    sub->add_option("-n,--count", plan.count, "Designs of latin and sobol, levels of one-at-a-time")
         ->check(CLI::Range(1, 1'000'000));
     sub->add_option("--seed", plan.seed, "Of latin and sobol")->capture_default_str();
     addStart(sub);
@@ -204,6 +206,7 @@ class CommandLine {
       "Finds the best design under constraints, from expressions or an external simulator.",
       "tarnix"};
   ProblemArguments arguments;
+  std::vector<std::filesystem::path> files;
   SolveOptions options;
   Plan plan;
   TableOptions table;

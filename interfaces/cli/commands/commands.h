@@ -50,7 +50,8 @@ std::string limitsText(const ProblemFile& problem, const std::vector<double>& va
 std::string studyText(const StudyResult& result, bool command);
 int studyExit(const StudyResult& result);
 
-// Writes one self-contained page about the history of a solve.
-int commandReport(const ProblemArguments& arguments);
+// Writes one self-contained page about the history of a solve, or of several.
+int commandReport(const ProblemArguments& arguments,
+                  const std::vector<std::filesystem::path>& files);
 
 }  // namespace tarnix::cli

@@ -10,7 +10,7 @@ namespace tarnix::cli {
 
 namespace {
 
-constexpr int left = 64, right = 12, top = 24, bottom = 24;
+constexpr int left = 76, right = 12, top = 24, bottom = 38;
 
 std::string place(double value) {
   char text[32];
@@ -66,7 +66,7 @@ constexpr std::size_t mostStretches = 700;
 
 Series thinned(const Series& all) {
   if (all.x.size() <= 3 * mostStretches) return all;
-  Series few{{}, {}, all.style};
+  Series few{{}, {}, all.style, all.name};
   const std::size_t stretch = all.x.size() / mostStretches + 1;
   for (std::size_t begin = 0; begin < all.x.size(); begin += stretch) {
     const std::size_t end = std::min(begin + stretch, all.x.size());
@@ -97,12 +97,18 @@ class Drawing {
     s = "<svg viewBox=\"0 0 " + std::to_string(c.width) + " " + std::to_string(c.height) +
         "\" role=\"img\" aria-label=\"" + escaped(c.title) + "\">\n<text class=\"title\" x=\"" +
         std::to_string(left) + "\" y=\"15\">" + escaped(c.title) + "</text>\n";
+    drawLabels();
+    drawMarks();
     drawGrid();
     drawTicks();
     for (const double level : c.levels)
       s += "<path class=\"level\" d=\"M" + std::to_string(left) + " " + place(vertical(level)) +
            "H" + std::to_string(c.width - right) + "\"/>\n";
-    for (const Series& one : c.series) draw(thinned(one));
+    for (const Series& one : c.series) {
+      const Series few = thinned(one);
+      draw(few);
+      drawHovers(few);
+    }
     return s + "</svg>\n";
   }
 
@@ -114,6 +120,39 @@ class Drawing {
   double vertical(double y) const {
     const double v = c.logarithmic ? std::log10(std::max(y, c.yMin)) : y;
     return c.height - bottom - (v - low) / (high - low) * (c.height - top - bottom);
+  }
+
+  void drawLabels() {
+    const int across = (left + c.width - right) / 2, down = (top + c.height - bottom) / 2;
+    s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + std::to_string(across) + "\" y=\"" +
+         std::to_string(c.height - 5) + "\">" + escaped(c.xLabel) + "</text>\n" +
+         "<text class=\"tick\" text-anchor=\"middle\" transform=\"translate(12 " +
+         std::to_string(down) + ") rotate(-90)\">" + escaped(c.yLabel) + "</text>\n";
+  }
+  // Thinned to what can be told apart.
+  void drawMarks() {
+    double before = -1e9;
+    for (const Mark& mark : c.marks) {
+      const double x = horizontal(std::min(mark.x, last));
+      if (x - before < 3) continue;
+      before = x;
+      s += "<path class=\"iteration\" d=\"M" + place(x) + " " + std::to_string(top) + "V" +
+           std::to_string(c.height - bottom) + "\"><title>" + escaped(mark.text) +
+           "</title></path>\n";
+    }
+  }
+  // Invisible, but for the text that appears when the pointer rests there.
+  void drawHovers(const Series& one) {
+    if (one.name.empty()) return;
+    constexpr std::size_t most = 400;
+    const std::size_t step = one.x.size() / most + 1;
+    for (std::size_t i = 0; i < one.x.size(); i += step) {
+      if (!std::isfinite(one.y[i])) continue;
+      s += "<circle class=\"hover\" cx=\"" + place(horizontal(one.x[i])) + "\" cy=\"" +
+           place(std::clamp(vertical(one.y[i]), double{top}, double(c.height - bottom))) +
+           "\" r=\"4\"><title>" + rounded(one.x[i]) + ": " + escaped(one.name) + " " +
+           rounded(one.y[i]) + "</title></circle>\n";
+    }
   }
 
   void drawLine(double y, const std::string& label) {
@@ -138,7 +177,7 @@ class Drawing {
     const double step = std::max(1.0, niceStep(last - 1, c.width > 400 ? 8 : 3));
     for (double x = step; x <= last; x += step)
       s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + place(horizontal(x)) + "\" y=\"" +
-           std::to_string(c.height - 8) + "\">" + rounded(x) + "</text>\n";
+           std::to_string(c.height - 22) + "\">" + rounded(x) + "</text>\n";
   }
   void draw(const Series& one) {
     const bool dots = one.style != "line";

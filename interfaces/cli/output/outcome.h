@@ -70,7 +70,7 @@ struct Outcome {
   std::vector<StageOutcome> stages;
   double tolerance = 0;
   std::optional<long> evaluations, runs, replayed;  // runs: of a command
-  std::optional<long> failed;     // of the runs
+  std::optional<long> failed;                       // of the runs
   std::string lastFailure;
   std::optional<Verification> verification;
   std::optional<double> seconds;

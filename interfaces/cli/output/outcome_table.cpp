@@ -52,18 +52,18 @@ std::string headLines(const Outcome& o) {
     text += "  " + std::to_string(*o.failed) + (*o.failed == 1 ? " run" : " runs") +
             " failed; the last: " + o.lastFailure + "\n";
   if (o.verification)
-    text += o.verification->same ? "  Run once more, alone: the same to the last bit" +
-                                       (o.verification->directory.empty()
-                                            ? ""
-                                            : "; see " + o.verification->directory) + "\n"
-                                 : "  Run once more, alone: " + o.verification->text + "\n";
+    text +=
+        o.verification->same
+            ? "  Run once more, alone: the same to the last bit" +
+                  (o.verification->directory.empty() ? "" : "; see " + o.verification->directory) +
+                  "\n"
+            : "  Run once more, alone: " + o.verification->text + "\n";
   if (!o.success && !o.advice.empty()) text += wrapped(o.advice, "  ");
   return text;
 }
 
 std::string rest(const VariableOutcome& v, const std::string& objective) {
-  std::string text =
-      v.at == "fixed" ? v.at : "in " + limitText(v.lower, v.upper);
+  std::string text = v.at == "fixed" ? v.at : "in " + limitText(v.lower, v.upper);
   if (v.at == "lower" || v.at == "upper") text += ", at its " + v.at + " bound";
   return text + perPercentText(v.perPercent, objective);
 }

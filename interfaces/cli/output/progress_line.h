@@ -1,5 +1,5 @@
 // What a running solve shows on standard error: on a terminal one line that is written again and
-// again, elsewhere a line per iteration.
+// again, elsewhere a line per iteration, with the time of day.
 #pragma once
 
 #include "run/evaluations.h"
@@ -7,6 +7,9 @@
 namespace tarnix::cli {
 
 enum class ProgressStyle { none, lines, live };
+
+// None when quiet; live on a terminal that can move its cursor.
+ProgressStyle progressStyle(bool quiet);
 
 class ProgressLine {
  public:
@@ -22,6 +25,7 @@ class ProgressLine {
  private:
   void show();
   std::string text() const;
+  std::string remaining(double seconds) const;
 
   const ProgressStyle style;
   const ProblemFile& problem;

@@ -1,11 +1,17 @@
-#include <cmath>
-#include <limits>
-
 #include "output/report_page.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <map>
+#include <ostream>
+#include <utility>
 
 #include "base/numbers.h"
 #include "output/chart.h"
 #include "output/outcome.h"
+#include "run/fingerprint.h"
 
 namespace tarnix::cli {
 
@@ -17,7 +23,8 @@ const char* const style = R"css(
 @media (prefers-color-scheme: dark) { :root { --ink: #e4e9ee; --soft: #95a1ad; --line: #36404a;
   --page: #161b21; --main: #63aef0; --dots: #41688f; --bad: #f0776a; } }
 body { font: 15px/1.45 system-ui, sans-serif; color: var(--ink); background: var(--page);
-  max-width: 760px; margin: 2em auto; padding: 0 1em; }
+  max-width: 860px; margin: 2em auto; padding: 0 1em; overflow-wrap: anywhere; }
+section + section { border-top: 2px solid var(--line); margin-top: 3em; }
 h1 { font-size: 1.5em; margin-bottom: .1em; } h2 { font-size: 1.1em; margin: 1.8em 0 .4em; }
 p { margin: .3em 0; } .soft { color: var(--soft); } .bad { color: var(--bad); }
 svg { width: 100%; height: auto; display: block; margin: .6em 0; }
@@ -30,37 +37,80 @@ text.tick { fill: var(--soft); } path { fill: none; } .grid { stroke: var(--line
 .marks { stroke: var(--bad); stroke-width: 5; stroke-linecap: round; }
 table { border-collapse: collapse; width: 100%; } th { text-align: left; font-weight: 600; }
 td, th { padding: .2em .8em .2em 0; border-bottom: 1px solid var(--line); }
-td.number { text-align: right; font-variant-numeric: tabular-nums; }
+td.number { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
+th.number { text-align: right; } .wide { overflow-x: auto; } td.key { white-space: nowrap; }
+pre { white-space: pre-wrap; margin: .2em 0; font-size: .85em; }
+.iteration { stroke: var(--line); stroke-dasharray: 2 3; }
+.hover { fill: transparent; } .hover:hover { fill: var(--main); }
+@media print { :root { --ink: #000; --soft: #555; --line: #ccc; --page: #fff; --main: #1668b8;
+    --dots: #8fb3d9; --bad: #b03020; }
+  body { max-width: none; margin: 0; font-size: 11px; } h2 { break-after: avoid; }
+  svg, tr, pre { break-inside: avoid; } section + section { break-before: page; border: 0; } }
 )css";
 
+// Cells of a table's row; numbers from the second column on, the last one is text.
 std::string row(const std::vector<std::string>& cells, bool bad = false) {
   std::string text = bad ? "<tr class=\"bad\">" : "<tr>";
   for (std::size_t i = 0; i < cells.size(); ++i)
-    text += (i == 1 ? "<td class=\"number\">" : "<td>") + escaped(cells[i]) + "</td>";
+    text += (i > 0 && i + 1 < cells.size() ? "<td class=\"number\">" : "<td>") + escaped(cells[i]) +
+            "</td>";
   return text + "</tr>\n";
 }
 
-class Page {
+std::string headRow(const std::vector<std::string>& cells) {
+  std::string text = "<tr>";
+  for (std::size_t i = 0; i < cells.size(); ++i)
+    text += (i > 0 && i + 1 < cells.size() ? "<th class=\"number\">" : "<th>") + escaped(cells[i]) +
+            "</th>";
+  return text + "</tr>\n";
+}
+
+std::string titleOf(const ProblemFile& problem) {
+  return problem.title.empty() ? problem.file.filename().string() : problem.title;
+}
+
+std::string withUnit(const std::string& name, const std::string& unit) {
+  return unit.empty() ? name : name + " [" + unit + "]";
+}
+
+std::string changeText(double from, double to) {
+  if (from == to) return "0 %";
+  if (!(std::isfinite(from) && std::isfinite(to)) || from == 0) return "";
+  char text[32];
+  std::snprintf(text, sizeof text, "%+.3g %%", (to - from) / std::abs(from) * 100);
+  return text;
+}
+
+// What a solve's history says, in the shape of its charts and tables.
+class SolveSection {
  public:
-  Page(const Setup& setup, const History& history) : problem(setup.problem) {
-    for (const Record& record : history.records()) add(record, *setup.model);
+  explicit SolveSection(const ReportedSolve& solve)
+      : problem(solve.setup->problem), history(solve.history) {
+    constraintValues.resize(problem.constraints.size());
+    for (const Record& record : history.records()) add(record, *solve.setup->model);
     outcome = history.end() ? *history.end()
                             : outcomeAt(problem, best, "the solve has not come to its end");
+    for (const IterationMark& mark : history.iterations())
+      marks.push_back({static_cast<double>(mark.behind) + 0.5,
+                       mark.method + " " + std::to_string(mark.number)});
   }
 
-  std::string text() const {
-    const std::string title =
-        problem.title.empty() ? problem.file.filename().string() : problem.title;
-    std::string html =
-        "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta "
-        "name=\"viewport\" content=\"width=device-width\">\n<title>" +
-        escaped(title) + "</title>\n<style>" + style + "</style></head><body>\n<h1>" +
-        escaped(title) + "</h1>\n";
-    html += head() + "<h2>Course</h2>\n" + course() +
-            "<h2>Variables</h2>\n<div class=\"small\">\n" + variables() + "</div>\n" + active() +
-            table();
-    return html + "</body></html>\n";
+  void write(std::ostream& page) const {
+    page << "<section>\n<h1>" << escaped(titleOf(problem)) << "</h1>\n" << head();
+    page << "<h2>Design</h2>\n" << design() << active() << "<h2>Course</h2>\n";
+    course(page);
+    if (!problem.constraints.empty()) {
+      page << "<h2>Constraints</h2>\n<div class=\"small\">\n";
+      for (std::size_t j = 0; j < problem.constraints.size(); ++j) page << constraintChart(j);
+      page << "</div>\n";
+    }
+    page << "<h2>Variables</h2>\n<div class=\"small\">\n";
+    for (std::size_t i = 0; i < problem.variables.size(); ++i) page << variableChart(i);
+    page << "</div>\n" << provenance() << "</section>\n";
   }
+
+  const ProblemFile& problem;
+  Outcome outcome;
 
  private:
   void add(const Record& record, Model& model) {
@@ -69,12 +119,24 @@ class Page {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
     const Judged judged = judge(problem, model, record);
     failed.push_back(judged.measured ? nan : 1);
-    if (!judged.measured) ++failedDesigns, lastFailure = record.failed;
+    if (!judged.measured) ++reasons[reasonOf(record.failed)];
     objective.push_back(judged.measured ? judged.values[0] : nan);
+    for (std::size_t j = 0; j < constraintValues.size(); ++j)
+      constraintValues[j].push_back(judged.measured ? judged.values[j + 1] : nan);
+    if (judged.measured && first.empty()) first = judged.values;
     violations.push_back(judged.violation);
     keepBest(problem, record, judged, best);
     const bool feasible = best && best->violation <= problem.options.tolerance;
     bestObjective.push_back(feasible ? best->values[0] : nan);
+    seconds += record.seconds;
+  }
+
+  // Without the run's number and place, so that equal ones are counted together.
+  static std::string reasonOf(const std::string& failed) {
+    std::string reason = failed.substr(0, failed.find('\n'));
+    if (reason.rfind("run ", 0) == 0)
+      reason.erase(0, std::min(reason.find(": ") + 2, reason.size()));
+    return reason.substr(0, reason.find("; see "));
   }
 
   std::string head() const {
@@ -86,10 +148,9 @@ class Page {
     if (!outcome.method.empty())
       html += "<p>" + escaped(outcome.method + ": " + outcome.meaning) + "</p>\n";
     if (!outcome.advice.empty()) html += "<p>" + escaped(outcome.advice) + "</p>\n";
-    if (failedDesigns > 0)
-      html += "<p class=\"bad\">" + std::to_string(failedDesigns) +
-              (failedDesigns == 1 ? " design" : " designs") +
-              " could not be evaluated; the last: " + escaped(lastFailure) + "</p>\n";
+    for (const auto& [reason, count] : reasons)
+      html += "<p class=\"bad\">" + std::to_string(count) + (count == 1 ? " design" : " designs") +
+              " could not be evaluated: " + escaped(reason) + "</p>\n";
     if (outcome.verification)
       html += std::string("<p") + (outcome.verification->agrees ? ">" : " class=\"bad\">") +
               "The final design, run once more, alone: " +
@@ -100,23 +161,34 @@ class Page {
            " evaluations in the history of " + escaped(problem.file.filename().string()) + "</p>\n";
   }
 
-  std::string course() const {
+  Chart chartOf(const std::string& title, const std::string& label) const {
     Chart chart;
-    chart.title = problem.objective.name + unitOf(problem.objective.unit) +
-                  " of every evaluation, and of the best design within the limits so far";
+    chart.title = title;
+    chart.xLabel = "evaluation";
+    chart.yLabel = label;
     chart.xMax = static_cast<double>(number.size());
+    chart.marks = marks;
+    return chart;
+  }
+
+  void course(std::ostream& page) const {
+    const ObjectiveEntry& goal = problem.objective;
+    Chart chart = chartOf(goal.name + ": every evaluation, and the best within the limits so far",
+                          withUnit(goal.name, goal.unit));
     chart.yMin = std::numeric_limits<double>::infinity();
     chart.yMax = -chart.yMin;
     for (const double value : objective) include(value, chart.yMin, chart.yMax);
     if (chart.yMin > chart.yMax) chart.yMin = 0, chart.yMax = 1;
     std::vector<double> failures = failed;
     for (double& mark : failures) mark *= chart.yMin;
-    chart.series = {{number, objective, "dots"}, {number, bestObjective, "line"}};
-    chart.series.push_back({number, failures, "marks"});
-    std::string html = chart.svg();
-    if (problem.constraints.empty()) return html;
+    chart.series = {{number, objective, "dots", goal.name},
+                    {number, bestObjective, "line"},
+                    {number, failures, "marks"}};
+    page << chart.svg();
+    if (problem.constraints.empty()) return;
 
-    chart.title = "largest violation, in units of the limits; the tolerance is dashed";
+    chart =
+        chartOf("largest violation, in units of the limits; the tolerance is dashed", "violation");
     chart.logarithmic = true;
     chart.yMin = problem.options.tolerance / 100;  // all below is drawn there
     chart.yMax = 10 * problem.options.tolerance;
@@ -125,27 +197,36 @@ class Page {
     chart.levels = {problem.options.tolerance};
     for (double& mark : failures)
       if (std::isfinite(mark)) mark = chart.yMax;
-    chart.series = {{number, violations, "dots"}, {number, failures, "marks"}};
-    return html + chart.svg();
+    chart.series = {{number, violations, "dots", "violation"}, {number, failures, "marks"}};
+    page << chart.svg();
+    page
+        << "<p class=\"soft\">Dotted lines: iterations. Red: runs that failed. A value shows where "
+           "the pointer rests.</p>\n";
   }
 
-  std::string variables() const {
-    std::string html;
-    for (std::size_t i = 0; i < problem.variables.size(); ++i) {
-      const VariableEntry& v = problem.variables[i];
-      if (v.lower == v.upper) continue;
-      Chart chart;
-      chart.title = v.name + unitOf(v.unit);
-      chart.width = 240;
-      chart.height = 130;
-      chart.xMax = static_cast<double>(number.size());
-      std::vector<double> values;
-      for (const auto& design : x) values.push_back(design[i]);
-      rangeOf(v, values, chart);
-      chart.series = {{number, values, "line"}};
-      html += chart.svg();
-    }
-    return html;
+  std::string constraintChart(std::size_t j) const {
+    const ConstraintEntry& c = problem.constraints[j];
+    Chart chart = chartOf(c.name + " " + limitText(c.min, c.max), c.unit);
+    chart.width = 260, chart.height = 150;
+    chart.yMin = std::numeric_limits<double>::infinity();
+    chart.yMax = -chart.yMin;
+    for (const auto& limit : {c.min, c.max})
+      if (limit) chart.levels.push_back(*limit), include(*limit, chart.yMin, chart.yMax);
+    for (const double value : constraintValues[j]) include(value, chart.yMin, chart.yMax);
+    chart.series = {{number, constraintValues[j], "line", c.name}};
+    return chart.svg();
+  }
+
+  std::string variableChart(std::size_t i) const {
+    const VariableEntry& v = problem.variables[i];
+    if (v.lower == v.upper) return "";
+    Chart chart = chartOf(v.name, v.unit);
+    chart.width = 260, chart.height = 150;
+    std::vector<double> values;
+    for (const auto& one : x) values.push_back(one[i]);
+    rangeOf(v, values, chart);
+    chart.series = {{number, values, "line", v.name}};
+    return chart.svg();
   }
 
   // The bounds; where one is missing, as far as the values reach.
@@ -162,8 +243,6 @@ class Page {
     if (chart.yMin > chart.yMax) chart.yMin = 0, chart.yMax = 1;
   }
 
-  static std::string unitOf(const std::string& unit) { return unit.empty() ? "" : " in " + unit; }
-
   std::string active() const {
     if (!outcome.objective) return "";
     const auto change = [&](const std::optional<double>& perPercent) {
@@ -173,45 +252,132 @@ class Page {
     std::string rows;
     for (const ConstraintOutcome& c : outcome.constraints)
       if (c.active)
-        rows +=
-            row({c.name, rounded(c.value), c.unit, limitText(c.min, c.max), change(c.perPercent)});
+        rows += row({c.name, rounded(c.value) + " " + c.unit,
+                     limitText(c.min, c.max) + "  " + change(c.perPercent)});
     for (const VariableOutcome& v : outcome.variables)
       if (v.at == "lower" || v.at == "upper")
-        rows += row({v.name, rounded(v.value), v.unit, v.at + " bound", change(v.perPercent)});
+        rows += row(
+            {v.name, rounded(v.value) + " " + v.unit, v.at + " bound  " + change(v.perPercent)});
     if (rows.empty()) rows = row({"none"});
     return "<h2>Active limits</h2>\n<table>" + rows + "</table>\n";
   }
 
-  std::string table() const {
+  // Start against final.
+  std::string design() const {
     if (!outcome.objective) return "<p class=\"bad\">No design has been evaluated.</p>\n";
     const ObjectiveOutcome& goal = *outcome.objective;
-    std::string html = "<h2>Final design</h2>\n<table>\n" +
-                       row({goal.name, rounded(goal.value, 10), goal.unit, goal.sense});
-    for (const VariableOutcome& v : outcome.variables)
-      html +=
-          row({v.name, rounded(v.value, 10), v.unit, rounded(v.lower) + " .. " + rounded(v.upper)});
-    for (const ConstraintOutcome& c : outcome.constraints) {
+    const auto line = [&](const std::string& name, double from, double to, const std::string& rest,
+                          bool bad) {
+      return row(
+          {name, std::isnan(from) ? "" : rounded(from), rounded(to, 8), changeText(from, to), rest},
+          bad);
+    };
+    const auto before = [&](std::size_t j) { return j < first.size() ? first[j] : std::nan(""); };
+    std::string html =
+        "<div class=\"wide\"><table>\n" + headRow({"", "start", "final", "change", ""}) +
+        line(withUnit(goal.name, goal.unit), before(0), goal.value, goal.sense, false);
+    for (std::size_t i = 0; i < outcome.variables.size(); ++i) {
+      const VariableOutcome& v = outcome.variables[i];
+      html += line(withUnit(v.name, v.unit), x.empty() ? std::nan("") : x[0][i], v.value,
+                   v.at == "fixed" ? "fixed" : "in " + limitText(v.lower, v.upper), false);
+    }
+    for (std::size_t j = 0; j < outcome.constraints.size(); ++j) {
+      const ConstraintOutcome& c = outcome.constraints[j];
       const bool violated = !(c.violation <= problem.options.tolerance);
       const std::string by =
           violated ? ", violated by " + rounded(c.violation, 2) + " of its scale" : "";
-      html += row({c.name, rounded(c.value, 10), c.unit, limitText(c.min, c.max) + by}, violated);
+      html += line(withUnit(c.name, c.unit), before(j + 1), c.value, limitText(c.min, c.max) + by,
+                   violated);
     }
-    return html + "</table>\n";
+    return html + "</table></div>\n";
   }
 
-  const ProblemFile& problem;
+  // What it takes to repeat this.
+  std::string provenance() const {
+    std::string rows;
+    const auto add = [&](const std::string& key, const std::string& value) {
+      rows += "<tr><td class=\"key\">" + escaped(key) + "</td><td><pre>" + escaped(value) +
+              "</pre></td></tr>\n";
+    };
+    std::string starts, set;
+    for (const Beginning& b : history.beginnings())
+      starts += b.date + "  " + b.host + "  tarnix " + b.version + "\n  " + b.command + "\n";
+    add("started", starts);
+    if (!history.beginnings().empty())
+      for (const std::string& change : history.beginnings().back().set) set += change + "\n";
+    if (!set.empty()) add("changed by --set", set);
+    const OptionsTable& o = problem.options;
+    add("options", "method " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
+                       (o.centralDifferences ? "central" : "forward") + " differences of " +
+                       rounded(o.differenceStep) + " half ranges");
+    std::string hashes;
+    for (const auto& [part, hash] : fingerprint(problem)) hashes += hash + "  " + part + "\n";
+    add("contents", hashes);
+    std::string runs = std::to_string(number.size()) + " designs";
+    if (problem.command)
+      runs += ", " + std::to_string(history.finishedRuns()) + " runs of " + rounded(seconds, 4) +
+              " s altogether";
+    for (const auto& [reason, count] : reasons)
+      runs += "\n" + std::to_string(count) + " failed: " + reason;
+    add("evaluations", runs);
+    return "<h2>To repeat this</h2>\n<table>" + rows + "</table>\n";
+  }
+
+  const History& history;
   std::vector<double> number, objective, bestObjective, violations, failed;  // by evaluation
-  std::vector<std::vector<double>> x;
+  std::vector<std::vector<double>> x, constraintValues;  // by evaluation; by constraint
+  std::vector<double> first;                             // values of the first measured design
+  std::vector<Mark> marks;
   std::optional<BestDesign> best;
-  Outcome outcome;
-  long failedDesigns = 0;
-  std::string lastFailure;
+  std::map<std::string, long> reasons;  // of failures
+  double seconds = 0;                   // of all runs
 };
+
+// Final values of several solves, a column each.
+std::string comparison(const std::vector<SolveSection>& sections) {
+  std::vector<std::string> names, heads{""};
+  std::vector<std::map<std::string, std::string>> columns;
+  for (const SolveSection& section : sections) {
+    heads.push_back(titleOf(section.problem) + ", " + section.problem.file.filename().string());
+    auto& column = columns.emplace_back();
+    const auto add = [&](const std::string& name, const std::string& text) {
+      if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+      column[name] = text;
+    };
+    const Outcome& o = section.outcome;
+    add("result", o.success ? "solved" : o.feasible ? "within every limit" : "not solved");
+    if (!o.objective) continue;
+    add(withUnit(o.objective->name, o.objective->unit), rounded(o.objective->value, 8));
+    for (const VariableOutcome& v : o.variables) add(withUnit(v.name, v.unit), rounded(v.value));
+    for (const ConstraintOutcome& c : o.constraints)
+      add(withUnit(c.name, c.unit), rounded(c.value) + (c.active ? " (active)" : ""));
+    add("evaluations", std::to_string(o.evaluations.value_or(0)));
+  }
+  heads.emplace_back("");
+  std::string rows = headRow(heads);
+  for (const std::string& name : names) {
+    std::vector<std::string> cells{name};
+    for (auto& column : columns) cells.push_back(column[name]);
+    cells.emplace_back("");
+    rows += row(cells);
+  }
+  return "<section><h1>Comparison</h1>\n<div class=\"wide\"><table>" + rows +
+         "</table></div></section>\n";
+}
 
 }  // namespace
 
-std::string reportPage(const Setup& setup, const History& history) {
-  return Page(setup, history).text();
+void writeReport(const std::vector<ReportedSolve>& solves, std::ostream& page) {
+  std::vector<SolveSection> sections;
+  sections.reserve(solves.size());
+  for (const ReportedSolve& solve : solves) sections.emplace_back(solve);
+  page << "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n<meta "
+          "name=\"viewport\" content=\"width=device-width\">\n<title>"
+       << escaped(solves.size() > 1 ? "Comparison" : titleOf(solves[0].setup->problem))
+       << "</title>\n<style>" << style << "</style></head><body>\n";
+  if (solves.size() > 1) page << comparison(sections);
+  for (const SolveSection& section : sections) section.write(page);
+  page << "</body></html>\n";
 }
 
 }  // namespace tarnix::cli

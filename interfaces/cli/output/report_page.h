@@ -1,13 +1,22 @@
-// One self-contained HTML page about the history of a solve.
+// One self-contained HTML page about the histories of solves.
 #pragma once
 
-#include <string>
+#include <iosfwd>
+#include <memory>
+#include <vector>
 
 #include "run/history.h"
 #include "run/setup.h"
 
 namespace tarnix::cli {
 
-std::string reportPage(const Setup& setup, const History& history);
+// A solve to be reported.
+struct ReportedSolve {
+  std::unique_ptr<Setup> setup;
+  History history;
+};
+
+// Of several solves their results stand side by side, with a section for each below.
+void writeReport(const std::vector<ReportedSolve>& solves, std::ostream& page);
 
 }  // namespace tarnix::cli

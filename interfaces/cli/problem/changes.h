@@ -1,5 +1,5 @@
-// Changes of a problem file by the command line: NAME=VALUE or NAME.KEY=VALUE. The name is that of a
-// variable (its start, or the value of a fixed one), quantity, constraint, result or table.
+// Changes of a problem file by the command line: NAME=VALUE or NAME.KEY=VALUE. The name is that of
+// a variable (its start, or the value of a fixed one), quantity, constraint, result or table.
 #pragma once
 
 #include <toml++/toml.h>

@@ -248,8 +248,9 @@ void Evaluations::finish(const Run& run, const RunOutcome& outcome) {
 void Evaluations::store(Record record) {
   if (history) history->append(record);
   note(record, judge(problem, model, record));
+  if (record.failed.empty()) latestValues = record.values, count.seconds += record.seconds;
   known[keyOf(record.x)] = {std::move(record.values), std::move(record.failed),
-                           std::move(record.results)};
+                            std::move(record.results)};
   if (onChange) onChange();
 }
 

@@ -28,11 +28,12 @@ std::vector<double> penaltiesOf(const ProblemFile& problem);
 class Evaluations {
  public:
   struct Counts {
-    long asked = 0;     // by the solve
-    long finished = 0;  // evaluations or runs that gave values, by this start of the program
-    long replayed = 0;  // designs known from the history
-    long failed = 0;    // runs without values
-    long total = 0;     // evaluations or runs of the whole solve, those of the history too
+    long asked = 0;      // by the solve
+    long finished = 0;   // evaluations or runs that gave values, by this start of the program
+    long replayed = 0;   // designs known from the history
+    long failed = 0;     // runs without values
+    long total = 0;      // evaluations or runs of the whole solve, those of the history too
+    double seconds = 0;  // of all runs that gave values
   };
 
   Evaluations(const ProblemFile& problem, Model& model, Simulator* simulator, History* history,
@@ -76,6 +77,9 @@ class Evaluations {
   const Counts& counts() const { return count; }
   // In work, those that wait to be repeated too.
   int running() const { return static_cast<int>(runs.size() + retries.size()); }
+
+  // Objective and constraints of the design measured last; empty before the first.
+  const std::vector<double>& latest() const { return latestValues; }
 
   // Of the designs that were measured, or known from the history.
   const NotFinite& notFinite() const { return spoiled; }
@@ -131,6 +135,7 @@ class Evaluations {
   std::function<void(long)> noteStart;
   std::optional<BestDesign> bestSeen;
   NotFinite spoiled;
+  std::vector<double> latestValues;
   Designs beside;  // as sideBySide
   std::string latestFailure;
   long penaltyAnswer = 0;

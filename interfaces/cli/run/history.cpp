@@ -124,6 +124,7 @@ History::History(History&& other) noexcept
       known(std::move(other.known)),
       repeated(std::move(other.repeated)),
       begun(std::move(other.begun)),
+      marks(std::move(other.marks)),
       started(std::move(other.started)),
       failedAttempts(std::move(other.failedAttempts)),
       highestRun(other.highestRun),
@@ -261,6 +262,11 @@ void History::parseLine(std::string_view line, const ProblemFile& problem) {
     begun.push_back(beginningFrom(entry.at("began")));
     return;
   }
+  if (entry.contains("iteration")) {
+    marks.push_back(
+        {entry.value("method", std::string()), entry.at("iteration").get<int>(), known.size()});
+    return;
+  }
   highestRun = std::max(highestRun, runNumber(entry, problem));
   if (entry.contains("started")) {
     started.push_back(runNumber(entry, problem));
@@ -312,6 +318,12 @@ void History::noteBeginning(const Beginning& beginning) {
   if (!beginning.set.empty()) entry["set"] = beginning.set;
   write("{\"began\":" + dumped(entry));
   begun.push_back(beginning);
+}
+
+void History::noteIteration(const std::string& method, int number) {
+  if (!marks.empty() && marks.back().behind >= known.size()) return;
+  write("{\"iteration\":" + std::to_string(number) + ",\"method\":" + dumped(method));
+  marks.push_back({method, number, known.size()});
 }
 
 void History::noteStart(long run) {

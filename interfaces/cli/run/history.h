@@ -31,6 +31,13 @@ struct Beginning {
   Overrides set;
 };
 
+// An iteration of a method, behind so many records.
+struct IterationMark {
+  std::string method;
+  int number = 0;
+  std::size_t behind = 0;
+};
+
 class History {
  public:
   explicit History(std::filesystem::path path) : file(std::move(path)) {}
@@ -52,6 +59,8 @@ class History {
   // True while another process writes to the file.
   static bool inUse(const std::filesystem::path& path);
 
+  // Notes that a method has begun an iteration; once for those that a resume goes through again.
+  void noteIteration(const std::string& method, int number);
   void noteBeginning(const Beginning& beginning);
   // Notes that a run is about to begin: its directory is this history's from then on.
   void noteStart(long run);
@@ -64,6 +73,7 @@ class History {
 
   const std::vector<Record>& records() const { return known; }
   const std::vector<Beginning>& beginnings() const { return begun; }
+  const std::vector<IterationMark>& iterations() const { return marks; }
   const std::vector<Record>& verifications() const { return repeated; }
   // Numbers of the runs that were begun and have not come to their end.
   std::vector<long> cutShort() const;
@@ -77,8 +87,8 @@ class History {
  private:
   void open(int flags);
   void writeHeader(const ProblemFile& problem);
-  void write(std::string line);  // with its last brace
-  void store();                  // on the disk itself
+  void write(std::string line);                   // with its last brace
+  void store();                                   // on the disk itself
   std::size_t parse(const ProblemFile& problem);  // length of the whole lines
   void parseHeader(std::string_view line, const ProblemFile& problem) const;
   void parseLine(std::string_view line, const ProblemFile& problem);
@@ -87,6 +97,7 @@ class History {
   int descriptor = -1;
   std::vector<Record> known, repeated;
   std::vector<Beginning> begun;
+  std::vector<IterationMark> marks;
   std::vector<long> started, failedAttempts;
   long highestRun = 0;
   std::shared_ptr<const Outcome> lastEnd;

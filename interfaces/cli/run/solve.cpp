@@ -130,6 +130,7 @@ class Solve {
     layer.onIteration = [&](const tarnix::Progress& at) {
       method = name(at.method);
       iterations = at.iteration;
+      history.noteIteration(method, iterations);
       progress.iterated(method, iterations);
     };
     const auto analysis = [&](Batch& batch) {
