@@ -129,6 +129,7 @@ need optional libmuparser-dev has_header muParser.h
 need optional nlohmann-json3-dev has_header nlohmann/json.hpp
 need optional libre2-dev has_header re2/re2.h
 need optional python3 have python3 # its tests, and one of the examples
+need optional openmpi-bin have mpirun # a test; another takes slurm-wlm and munge where they are
 
 # Of the Python package, and of its tests, which skip what they do not find. It is built for the
 # distribution's own interpreter.

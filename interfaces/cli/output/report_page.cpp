@@ -38,7 +38,8 @@ text.tick { fill: var(--soft); } path { fill: none; } .grid { stroke: var(--line
 table { border-collapse: collapse; width: 100%; } th { text-align: left; font-weight: 600; }
 td, th { padding: .2em .8em .2em 0; border-bottom: 1px solid var(--line); }
 td.number { text-align: right; font-variant-numeric: tabular-nums; overflow-wrap: normal; }
-th.number { text-align: right; } .wide { overflow-x: auto; } td.key { white-space: nowrap; }
+th.number { text-align: right; } .wide { overflow-x: auto; }
+.wide td, .wide th, td.key { white-space: nowrap; }
 pre { white-space: pre-wrap; margin: .2em 0; font-size: .85em; }
 .iteration { stroke: var(--line); stroke-dasharray: 2 3; }
 .hover { fill: transparent; } .hover:hover { fill: var(--main); }
@@ -249,15 +250,18 @@ class SolveSection {
       const std::string text = perPercentText(perPercent, outcome.objective->name);
       return text.empty() ? text : text.substr(2);
     };
+    const auto joined = [](const std::string& a, const std::string& b) {
+      return b.empty() ? a : a + "; " + b;
+    };
     std::string rows;
     for (const ConstraintOutcome& c : outcome.constraints)
       if (c.active)
         rows += row({c.name, rounded(c.value) + " " + c.unit,
-                     limitText(c.min, c.max) + "  " + change(c.perPercent)});
+                     joined(limitText(c.min, c.max), change(c.perPercent))});
     for (const VariableOutcome& v : outcome.variables)
       if (v.at == "lower" || v.at == "upper")
-        rows += row(
-            {v.name, rounded(v.value) + " " + v.unit, v.at + " bound  " + change(v.perPercent)});
+        rows += row({v.name, rounded(v.value) + " " + v.unit,
+                     joined(v.at + " bound", change(v.perPercent))});
     if (rows.empty()) rows = row({"none"});
     return "<h2>Active limits</h2>\n<table>" + rows + "</table>\n";
   }

@@ -81,7 +81,8 @@ Overrides goOnWith(const Places& places, const Overrides& overrides) {
   for (const std::string& change : all) told += " --set " + clipped(change);
   if (!all.empty()) std::cerr << "As the history was begun:" << told << "\n";
   for (const std::string& change : overrides) {
-    std::erase(all, change);
+    const std::string name = change.substr(0, change.find('=') + 1);
+    std::erase_if(all, [&](const std::string& earlier) { return earlier.rfind(name, 0) == 0; });
     all.push_back(change);
   }
   return all;
