@@ -704,9 +704,9 @@ class Failures(Case):
         good = history.read_text()
         for text, words, message in [
                 (good.split('{"end"')[0], ["solve"], "an earlier solve did not come to its end"),
-                (good.replace('"f":', '"f" ', 1), ["resume"], "p.history.jsonl:3: damaged line"),
-                (good.replace('"x":[', '"x":[7,', 1), ["resume"], "p.history.jsonl:3: damaged line"),
-                (good.replace('"s":0.', '"s":1.', 1), ["report"], "p.history.jsonl:3: damaged line"),
+                (good.replace('"f":', '"f" ', 1), ["resume"], "p.history.jsonl:4: damaged line"),
+                (good.replace('"x":[', '"x":[7,', 1), ["resume"], "p.history.jsonl:4: damaged line"),
+                (good.replace('"s":0.', '"s":1.', 1), ["report"], "p.history.jsonl:4: damaged line"),
                 (good.replace("{", "", 1), ["resume"], "p.history.jsonl:1: damaged line")]:
             history.write_text(text)
             ended = tarnix(*words, file)
