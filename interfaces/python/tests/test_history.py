@@ -2,6 +2,7 @@
 
 import json
 import os
+import re
 import signal
 import subprocess
 import sys
@@ -221,7 +222,8 @@ def test_the_program_draws_a_history_of_python(tmp_path):
     free = tarnix.problem.from_arrays([4.0])  # without bounds: the chart has the range reached
     free.solve(lambda x: (x[0] + 250)**2, history=tmp_path / "free.jsonl")
     subprocess.run([PROGRAM, "report", tmp_path / "free.jsonl"], check=True)
-    assert "inf" not in (tmp_path / "free.report.html").read_text().split("Active limits")[0]
+    charts = re.findall("<svg.*?</svg>", (tmp_path / "free.report.html").read_text(), re.DOTALL)
+    assert charts and not any("inf" in chart or "nan" in chart for chart in charts)
     refused = subprocess.run([PROGRAM, "solve", path], capture_output=True, text=True)
     assert refused.returncode == 2
 
@@ -248,7 +250,7 @@ def test_a_history_of_the_program_is_read(tmp_path):
     for x, (cost, stress) in zip(read.designs, read.function_values):
         assert cost == pytest.approx(9.8 * x[0] * x[1] + 2 * x[0], rel=1e-14)
         assert stress == pytest.approx(column_array(x)[1], rel=1e-14)
-    assert np.nanmin(read.best_so_far()) == read.end["objective"]["value"]
+    assert np.nanmin(read.best_so_far()) == pytest.approx(read.end["objective"]["value"], rel=1e-3)
 
 
 @needs_program

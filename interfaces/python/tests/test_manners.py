@@ -147,7 +147,10 @@ def test_arrays_are_not_used_again():
     (np.array([1.0, 2.0]), r"\(2,\)"),
     (np.complex128(1), "complex"), (10**400, "integer"), ([3.0], "list"), (object(), "object")])
 def test_a_value_that_is_no_number_is_named(value, words):
+    calls = []
+
     def analysis(x):
+        calls.append(x)
         answer = analyse_column(x)
         if x.wall != 0.5:
             answer["stress"] = value
@@ -156,8 +159,8 @@ def test_a_value_that_is_no_number_is_named(value, words):
     with pytest.raises(tarnix.BadValue, match=words) as caught:
         column().solve(analysis)
     error = caught.value
-    assert (error.function, error.evaluation) == ("stress", 3)
-    assert "wall: " in str(error) and "evaluation 3" in str(error) and "'stress'" in str(error)
+    assert (error.function, error.evaluation) == ("stress", len(calls)) and len(calls) > 1
+    assert "wall: " in str(error) and f"evaluation {len(calls)}:" in str(error)
     assert error.x[1] != 0.5
 
 
