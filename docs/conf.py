@@ -5,14 +5,14 @@ import pathlib
 import re
 import sys
 
-from docutils import nodes
+from sphinx.util.nodes import make_refnode
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 project = "tarnix"
 author = "tarnix developers"
-release = re.search(r"project\(tarnix VERSION ([\d.]+)", (ROOT / "CMakeLists.txt").read_text())[1]
-version = release
+release = version = re.findall(r"project\(tarnix VERSION ([\d.]+)",
+                               (ROOT / "CMakeLists.txt").read_text())[0]
 copyright = "tarnix developers"
 
 extensions = ["breathe", "myst_parser", "sphinx.ext.autodoc", "sphinx.ext.napoleon"]
@@ -86,8 +86,7 @@ def other_folders(app, env, node, content):
     file, _, _ = node.get("reftarget", "").partition("#")
     for name, page in PAGES.items():
         if node.get("reftype") == "any" and re.fullmatch(rf"(\.\./)*{name}", file):
-            uri = app.builder.get_relative_uri(node.get("refdoc", env.docname), page)
-            return nodes.reference("", "", *content.children, internal=True, refuri=uri)
+            return make_refnode(app.builder, node.get("refdoc", env.docname), page, "", content)
     return None
 
 
