@@ -12,6 +12,7 @@ import os
 import pathlib
 import platform
 import re
+import shutil
 import statistics
 import subprocess
 import sys
@@ -22,7 +23,7 @@ NAMES = {"automatic": "tarnix, `automatic`", "sqp": "tarnix, SQP", "grg": "tarni
 
 
 def output(*command, **environment):
-    if not os.path.exists(command[0]):
+    if not shutil.which(command[0]):
         return ""
     return subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True,
                           env=dict(os.environ, **environment)).stdout
@@ -31,9 +32,9 @@ def output(*command, **environment):
 def solver_rows(build):
     solvers = ",".join(NAMES)
     text = output(f"{build}/bench/tarnix_compare", "--solvers", solvers)
-    for name, version, solves, loose, median in re.findall(
-            r"^(\w+) +([\d.]+) +(\d+) +(\d+) +\d+ +\d+ +\d+ +([\d.]+) +\d+", text, re.M):
-        yield NAMES[name].format(version), int(solves), int(loose), float(median)
+    for name, version, solves, loose, false, median in re.findall(
+            r"^(\w+) +([\d.]+) +(\d+) +(\d+) +\d+ +\d+ +(\d+) +([\d.]+) +\d+", text, re.M):
+        yield NAMES[name].format(version), int(solves), int(loose), false, float(median)
 
 
 def scipy_rows(build):
@@ -46,7 +47,7 @@ def scipy_rows(build):
     version = re.search(r"SciPy ([\d.]+)", text)[1]
     solves = re.match(r"(\d+) problems", text)[1]
     row = re.search(r"^SLSQP +(\d+) +\d+ +\d+ +\d+ +([\d.]+)", text, re.M)
-    yield f"SciPy {version}, SLSQP", int(solves), int(row[1]), float(row[2])
+    yield f"SciPy {version}, SLSQP", int(solves), int(row[1]), "", float(row[2])
 
 
 def qp_lines(build):
@@ -56,10 +57,10 @@ def qp_lines(build):
             r"^ *(\d+) +\d+% +\d+ +\S+ +\S+ +([\d.]+) +\S+ +([\d.]+)", text, re.M):
         ratios.setdefault(int(n), []).append(min(1 / float(dense), 1 / float(compact)))
     if ratios:
-        parts = [f"{statistics.median(values):.0f} times at n = {n}"
+        parts = [f"{statistics.median(values):.0f} times (n = {n})"
                  for n, values in sorted(ratios.items()) if n in (10, 50, 100)]
         yield ("The quadratic subproblem alone, against the Goldfarb-Idnani code of R's `quadprog` "
-               f"in the faster of its two forms: {', '.join(parts[:-1])} and {parts[-1]} as fast.")
+               f"in the faster of its two forms, is about {', '.join(parts[:-1])} and {parts[-1]} as fast.")
 
 
 def processor():
@@ -82,9 +83,9 @@ def main():
     rows = [*solver_rows(options.build), *scipy_rows(options.build)]
     if not rows:
         sys.exit("comparison.py: build tarnix_compare first")
-    lines = ["| | solved | evaluations, median |", "|---|---|---|"]
-    lines += [f"| {name} | {loose} of {solves} | {median:g} |"
-              for name, solves, loose, median in sorted(rows, key=lambda row: -row[2])]
+    lines = ["| | solved | false claims of success | evaluations, median |", "|---|---|---|---|"]
+    lines += [f"| {name} | {loose} of {solves} | {false} | {median:g} |"
+              for name, solves, loose, false, median in sorted(rows, key=lambda row: -row[2])]
     lines += ["", *qp_lines(options.build),
               f"{compiler(options.build)}, {processor()}, {datetime.date.today()}."]
     text = "\n".join(lines) + "\n"
