@@ -60,7 +60,8 @@ def qp_lines(build):
         parts = [f"{statistics.median(values):.0f} times (n = {n})"
                  for n, values in sorted(ratios.items()) if n in (10, 50, 100)]
         yield ("The quadratic subproblem alone, against the Goldfarb-Idnani code of R's `quadprog` "
-               f"in the faster of its two forms, is about {', '.join(parts[:-1])} and {parts[-1]} as fast.")
+               "in the faster of its two forms, is about "
+               f"{', '.join(parts[:-1])} and {parts[-1]} as fast.")
 
 
 def processor():
