@@ -334,7 +334,7 @@ TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
   for (const Differences differences : {Differences::forward, Differences::central}) {
     VRK_Settings counters{};
     detail::Evaluator evaluator(p.description(), core, {analysis, nullptr}, options, counters);
-    const StageStart stage{1, Method::sqp, differences, options.differenceStep, 1e-5, {}};
+    const StageStart stage{1, Method::sqp, differences, 1e-4, 1e-5, {}};
     evaluator.beginStage(stage);
     const auto ask = [&](double x, double y) {
       double point[] = {x, y}, f = 0, none = 0;

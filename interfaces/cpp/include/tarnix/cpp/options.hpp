@@ -55,6 +55,18 @@ struct StageStart {
   int start = 1;              ///< of Options::starts, from 1 on
 };
 
+/// What the end of a solve tells the next one, of a problem with the same variables and functions.
+/// Limits, scales and bounds may differ, and the callable a little.
+struct WarmStart {
+  std::vector<double> x;       ///< all variables
+  std::vector<double> values;  ///< of all functions there
+  /// (variables, functions), 0 for fixed variables; empty: not known. With it the first step, to
+  /// where the limits are now, costs no evaluation.
+  std::vector<double> jacobian;
+  std::vector<double> multipliers;  ///< by function: change of the objective per unit of the limit
+  double noise = 0;                 ///< see Result
+};
+
 struct Options {
   Method method = Method::automatic;
 
@@ -62,8 +74,15 @@ struct Options {
   /// decrease of the objective, relative to its scale, that is not worth another iteration.
   double tolerance = 1e-5;
   Differences differences = Differences::forward;
-  /// Step of the differences, in units of half the distance between a variable's bounds.
-  double differenceStep = 1e-4;
+  /// Step of the differences, in units of half the distance between a variable's bounds. 0: 1e-4,
+  /// and what suits the noise of the values in the automatic method.
+  double differenceStep = 0;
+  /// Relative accuracy of the values, where it is known: their noise is then not looked for. 0: not
+  /// known.
+  double accuracy = 0;
+  /// Evaluations that the automatic method may spend on further starts, in units of n + 1, n being
+  /// the number of variables that are not fixed. 0: none.
+  double effort = 4;
   /// The methods' differences step beyond the bounds. When this is set no evaluation does: a
   /// difference that would leave the box is formed from points on the inner side instead, forward
   /// ones from one point, central ones from two (second order as well).
@@ -86,6 +105,9 @@ struct Options {
   /// two evaluations per variable; solve() throws InvalidProblem with an issue for each one that
   /// differs.
   bool checkGradients = false;
+  /// End of a solve of a similar problem, Result::warm(): the automatic method goes on from there,
+  /// in place of the start, and looks neither at the noise nor elsewhere unless it fails.
+  std::optional<WarmStart> warm;
   /// Start in place of the declared one; empty: the declared one.
   std::vector<double> start;
 

@@ -46,6 +46,8 @@ struct Stage {
   /// Of a feasible end where the method stood still rather than met its test of convergence:
   /// whether it is a stationary point, as far as the multipliers and the gradients tell.
   bool stationary = true;
+  bool further = false;         ///< of the automatic method, from a further start
+  bool brokenOff = false;       ///< left by the automatic method before its method ended
   bool onInventedSide = false;  ///< the end lies on a side that stands for a missing bound
 };
 
@@ -66,6 +68,7 @@ struct ActiveLimit {
 struct Report {
   std::vector<ActiveLimit> active;
   std::vector<double> gradient;     ///< of the objective, by variable; 0 for fixed ones
+  std::vector<double> jacobian;     ///< (variables, functions) of all functions, as gradient
   std::vector<double> sensitivity;  ///< change of the objective per percent of the variable's range
   double optimality = 0;            ///< part of the gradient left over by the multipliers, 0 to 1
   /// What is left over, its length: change of the objective, relative to its scale, per half of the
@@ -91,6 +94,15 @@ struct Minima {
   /// w minima (Boender and Rinnooy Kan, Bayesian stopping rules for multistart global optimization
   /// methods, Math. Programming 37 (1987) 59-80). Absent when N is too small to tell.
   std::optional<double> unseen;
+};
+
+/// What contradicts a feasible design, after a solve that has found none.
+struct Conflict {
+  Design point;                          ///< least violated design
+  double violation = 0;                  ///< there, of the worst constraint, relative to scale
+  std::vector<std::string> constraints;  ///< that cannot hold together within the bounds
+  /// Each of them is needed: without it the others can be met. Otherwise not all was tried.
+  bool minimal = false;
 };
 
 struct Result {
@@ -119,11 +131,20 @@ struct Result {
   /// Box of the last stage. It has the bounds of the problem; where one is missing, sides around
   /// the point that the layer has chosen and, if need be, moved.
   std::vector<double> searchLower, searchUpper;
+  /// Noise of the values relative to their size, where the automatic method has found any.
+  double noise = 0;
+  /// Of the differences, in units of half the ranges: what the options say, or what was chosen.
+  double differenceStep = 0;
+  /// Violation that counts as none: that of the options, or what noise leaves of it.
+  double tolerance = 0;
   int iterations = 0;            ///< over all stages, of all starts
   std::int64_t evaluations = 0;  ///< calls of the callable
   double seconds = 0;            ///< wall clock
   std::optional<Minima> minima;  ///< with Options::starts; the rest is about the best solve
   std::optional<Report> report;  ///< absent after a limit, a stop, or values not finite
+  /// Of the automatic method, where every start has ended without a feasible design, and the
+  /// violation is at a minimum: a local one, as everything here.
+  std::optional<Conflict> conflict;
   std::shared_ptr<const Description> description;
 
   double operator[](Variable v) const;
@@ -131,6 +152,9 @@ struct Result {
   /// Value of the variable, objective or constraint of that name.
   double operator[](std::string_view name) const;
   double objective() const { return point.values.at(0); }
+
+  /// From where a solve of a problem that has changed a little starts best: Options::warm.
+  WarmStart warm() const;
 
   /// Readable table of all this.
   std::string summary() const;

@@ -21,8 +21,10 @@ class Advice {
   std::string text() {
     tellPoint();
     tellNotFinite();
+    tellNoise();
+    tellConflict();
     if (r_.success) tellStandstill();
-    else tellWhatToTry();
+    else if (!r_.conflict) tellWhatToTry();
     return text_;
   }
 
@@ -34,7 +36,7 @@ class Advice {
       say("No evaluation gave finite values for everything.");
     else if (r_.feasible)
       say(d_.functions.size() > 1
-              ? "All constraints hold within " + number(o_.tolerance) + " of their scales."
+              ? "All constraints hold within " + number(e_.tolerance()) + " of their scales."
               : "The point lies within its bounds.");
     else
       say("The constraint violated most is " + worstConstraint() + ".");
@@ -74,6 +76,27 @@ class Advice {
       say("Narrow the bounds to where the functions are defined, or start elsewhere.");
   }
 
+  void tellConflict() {
+    if (!r_.conflict) return;
+    std::string names;
+    for (const std::string& name : r_.conflict->constraints)
+      names += (names.empty() ? "'" : ", '") + name + "'";
+    say("No design was found that meets all constraints: the least violation is " +
+        number(r_.conflict->violation, 3) + " of the scales. " +
+        (r_.conflict->constraints.size() == 1
+             ? "Within these bounds nothing meets " + names + " alone."
+             : names + " contradict each other within these bounds" +
+                   (r_.conflict->minimal ? "; without any one of them the others can be met."
+                                         : ".")));
+  }
+
+  void tellNoise() {
+    if (r_.noise == 0) return;
+    say("The values carry noise of about " + number(r_.noise, 1) +
+        " of their size: smaller gains were not looked for, the differences step " +
+        number(r_.differenceStep, 1) + " of half the ranges.");
+  }
+
   bool outside(const std::vector<double>& x) const {
     for (std::size_t i = 0; i < x.size(); ++i)
       if (x[i] < d_.variables[i].lower || x[i] > d_.variables[i].upper) return true;
@@ -86,7 +109,7 @@ class Advice {
     if (r_.reason != Reason::finished || converged || r_.status == 0) return;
     say("The method came to a standstill rather than to its test of convergence.");
     say(o_.method == Method::automatic
-            ? "The other one found nothing better: as good as the differences allow."
+            ? "It is a stationary point: as good as the differences allow."
             : "The automatic method shows whether another one finds a better point.");
   }
 

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -18,6 +19,7 @@
 #include "../problem.hpp"
 #include "../result.hpp"
 #include "inside_box.hpp"
+#include "memory.hpp"
 #include "pool.hpp"
 #include "translation.hpp"
 
@@ -26,6 +28,11 @@ namespace tarnix::detail {
 /// Leaves the core from inside its callback; caught where the core was called.
 struct EndSolve {
   Reason reason;
+};
+
+/// Leaves the core likewise, but ends the stage alone.
+struct BreakOff {
+  const char* why;
 };
 
 /// What the host has given to a solve.
@@ -46,6 +53,7 @@ class Evaluator {
         counters_(counters),
         inside_(core),
         started_(std::chrono::steady_clock::now()) {
+    tolerance_ = o_.tolerance;
     if (o_.maxEvaluations) limit_ = *o_.maxEvaluations;
     if (o_.maxTime)
       deadline_ = started_ + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
@@ -64,11 +72,19 @@ class Evaluator {
     outside(self).answer(static_cast<std::size_t>(count), X, F);
   }
   static std::int32_t gradient(void* self, const double* x, std::int32_t, std::int32_t, double* G) {
-    return outside(self).gradientAt(x, G) ? 1 : 0;
+    return outside(self).answerGradient(x, G) ? 1 : 0;
   }
 
-  void beginStage(const StageStart& stage) {
+  /// Points are evaluated once while they are remembered, from now on.
+  void remember() { memory_.emplace(c_); }
+  /// Is asked at the point of every iteration but the first, and ends the stage by a reason.
+  using Watch = std::function<const char*(const Design&)>;
+
+  /// Factors of the rows as the core sees them; empty: 1.
+  void beginStage(const StageStart& stage, std::vector<double> factors = {}, Watch watch = {}) {
     stage_ = &stage;
+    factors_ = std::move(factors);
+    watch_ = std::move(watch);
     lastIteration_ = 0;
     inside_.beginStage(stage);
   }
@@ -108,9 +124,20 @@ class Evaluator {
       free.push_back(designs_[(done_ - 1) * d_.variables.size() + i]);
     return c_.differing(x.data(), free.data()) == 0;
   }
+  /// Core values of a design.
+  std::vector<double> rowsOf(const Design& design) const {
+    std::vector<double> f;
+    for (const CoreProblem::Row& row : c_.rows) f.push_back(row.of(design.values[row.function]));
+    return f;
+  }
+  bool remembers() const { return memory_.has_value(); }
   bool measured() const { return done_ > 0; }
   /// The last design, where there is one.
   Design last() const { return designAt(done_ - 1); }
+  /// Design k of those that were measured last.
+  Design measuredAt(std::size_t k) const { return designAt(k); }
+  /// The last design that a watched stage has asked for alone.
+  const Design& current() const { return current_; }
   std::int64_t evaluations() const { return count_; }
   double seconds() const {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
@@ -118,7 +145,10 @@ class Evaluator {
 
   /// Best point of all evaluations in the box: feasible ones first, then the least violation.
   const std::optional<Design>& best() const { return best_; }
-  bool feasible(const Design& design) const { return design.violation <= o_.tolerance; }
+  bool feasible(const Design& design) const { return design.violation <= tolerance_; }
+  /// Violation that still counts as none; that of the options, or what noise leaves of it.
+  double tolerance() const { return tolerance_; }
+  void setTolerance(double tolerance) { tolerance_ = tolerance; }
 
   struct NotFinite {
     std::string name;
@@ -156,14 +186,29 @@ class Evaluator {
     *f = answer_[0];
     std::copy_n(answer_.data() + 1, c_.equalities, eq);
     std::copy_n(answer_.data() + 1 + c_.equalities, c_.inequalities, ineq);
+    if (watch_ && measured()) current_ = last();
+  }
+
+  bool answerGradient(const double* x, double* G) {
+    noteIteration();
+    if (!gradientAt(x, G)) return false;
+    for (std::size_t r = 0; r < factors_.size(); ++r)
+      for (std::size_t i = 0; i < n(); ++i) G[r * n() + i] *= factors_[r];
+    return true;
+  }
+
+  void noteIteration() {
+    const int iteration = counters_.nIter;
+    if (iteration == lastIteration_) return;
+    if (lastIteration_ > 0) tellIteration(lastIteration_);
+    lastIteration_ = iteration;
+    if (iteration < 2 || !watch_) return;
+    if (const char* why = watch_(current_)) throw BreakOff{why};
   }
 
   /// A point that is not finite is answered by values that are none, and nobody is asked.
   void answer(std::size_t count, const double* X, double* F) {
-    if (const int iteration = counters_.nIter; iteration != lastIteration_) {
-      if (lastIteration_ > 0) tellIteration(lastIteration_);
-      lastIteration_ = iteration;
-    }
+    noteIteration();
     points_.clear();
     asked_.clear();
     for (std::size_t k = 0; k < count; ++k) {
@@ -186,6 +231,7 @@ class Evaluator {
         inside_.answer(a, f);
       else
         std::copy_n(f_.data() + a * rows(), rows(), f);
+      for (std::size_t r = 0; r < factors_.size(); ++r) f[r] *= factors_[r];
     }
     if (o_.keepInside) inside_.forget();
   }
@@ -206,30 +252,64 @@ class Evaluator {
   }
 
   // ---- evaluations -----------------------------------------------------------------------------
-  /// Calls the host at points_, and fills designs_, values_ and f_. Everything is noted in the
-  /// order of the points, whatever the order of their evaluation.
+  /// Finds the values at points_, remembered ones or the host's, and fills designs_, values_,
+  /// violations_, numbers_ and f_. Everything is noted in the order of the points, whatever the
+  /// order of their evaluation.
   void measure() {
     const std::size_t nv = d_.variables.size(), nf = d_.functions.size();
     // Without free variables there is one point, of length 0.
     const std::size_t wanted = n() == 0 ? 1 : points_.size() / n();
+    const std::vector<const Memory::Sample*> known = recall(wanted);
+    const auto missing = static_cast<std::size_t>(std::count(known.begin(), known.end(), nullptr));
     const std::size_t count = static_cast<std::size_t>(std::min<std::int64_t>(
-        static_cast<std::int64_t>(wanted), std::max<std::int64_t>(limit_ - count_, 0)));
-    if (count == 0) throw EndSolve{Reason::evaluationLimit};
-    if (!mayGoOn()) throw EndSolve{cause_};
+        static_cast<std::int64_t>(missing), std::max<std::int64_t>(limit_ - count_, 0)));
+    if (missing > 0 && count == 0) throw EndSolve{Reason::evaluationLimit};
+    if (count > 0 && !mayGoOn()) throw EndSolve{cause_};
     done_ = 0;
-    firstNumber_ = count_ + 1;
-    designs_.resize(count * nv);
-    values_.assign(count * nf, notKnown);
-    f_.resize(count * rows());
-    violations_.resize(count);
-    for (std::size_t k = 0; k < count; ++k)
+    designs_.resize(wanted * nv);
+    values_.resize(wanted * nf);
+    f_.resize(wanted * rows());
+    violations_.resize(wanted);
+    numbers_.resize(wanted);
+    for (std::size_t k = 0; k < wanted; ++k)
       c_.toHost(points_.data() + k * n(), designs_.data() + k * nv);
-    const std::size_t end = callHost(count);
+    const std::size_t end = count > 0 ? callHost(known, count) : 0;
     bool reached = false;
-    for (; done_ < end; ++done_) reached |= note(done_);
-    if (done_ < count) throw EndSolve{cause_};
-    if (count < wanted) throw EndSolve{Reason::evaluationLimit};
+    for (std::size_t asked = 0; done_ < wanted; ++done_) {
+      if (known[done_] != nullptr) {
+        recallInto(done_, *known[done_]);
+        continue;
+      }
+      if (asked == end) break;
+      reached |= note(done_, hostValues_.data() + asked++ * nf);
+    }
+    if (memory_) keep(known);
+    if (end < count) throw EndSolve{cause_};
+    if (count < missing) throw EndSolve{Reason::evaluationLimit};
     if (reached) throw EndSolve{Reason::targetReached};
+  }
+
+  /// By point of points_: the sample there, null where there is none.
+  std::vector<const Memory::Sample*> recall(std::size_t wanted) const {
+    std::vector<const Memory::Sample*> known(wanted, nullptr);
+    for (std::size_t k = 0; memory_ && k < wanted; ++k)
+      known[k] = memory_->find(points_.data() + k * n());
+    return known;
+  }
+
+  void recallInto(std::size_t k, const Memory::Sample& sample) {
+    std::copy(sample.values.begin(), sample.values.end(),
+              values_.begin() + static_cast<std::ptrdiff_t>(k * d_.functions.size()));
+    violations_[k] = c_.toCore(sample.values.data(), f_.data() + k * rows());
+    numbers_[k] = sample.number;
+  }
+
+  /// Remembers what was not known.
+  void keep(const std::vector<const Memory::Sample*>& known) {
+    const std::size_t nf = d_.functions.size();
+    for (std::size_t k = 0; k < done_; ++k)
+      if (known[k] == nullptr)
+        memory_->add(points_.data() + k * n(), values_.data() + k * nf, nf, numbers_[k]);
   }
 
   bool mayGoOn() {
@@ -242,10 +322,19 @@ class Evaluator {
     return false;
   }
 
-  /// Returns the number of designs that were evaluated, the first ones.
-  std::size_t callHost(std::size_t count) {
+  /// Fills hostValues_ at the first `count` designs that are not known. Returns the number of those
+  /// that were evaluated, the first ones.
+  std::size_t callHost(const std::vector<const Memory::Sample*>& known, std::size_t count) {
+    const std::size_t nv = d_.variables.size();
+    hostDesigns_.clear();
+    for (std::size_t k = 0; hostDesigns_.size() < count * nv; ++k)
+      if (known[k] == nullptr) {
+        const double* design = designs_.data() + k * nv;
+        hostDesigns_.insert(hostDesigns_.end(), design, design + nv);
+      }
+    hostValues_.assign(count * d_.functions.size(), notKnown);
     const auto goOn = [this] { return mayGoOn(); };
-    Batch batch(count, designs_.data(), values_.data(), d_, goOn);
+    Batch batch(count, hostDesigns_.data(), hostValues_.data(), d_, goOn);
     const auto evaluate = [&](std::size_t k) {
       Values values = batch.values(k);
       host_.analysis.one()(batch.point(k), values);
@@ -262,10 +351,11 @@ class Evaluator {
   }
 
   /// True when the design reaches the target.
-  bool note(std::size_t k) {
-    ++count_;
+  bool note(std::size_t k, const double* values) {
+    numbers_[k] = ++count_;
     double* f = f_.data() + k * rows();
-    violations_[k] = c_.toCore(values_.data() + k * d_.functions.size(), f);
+    std::copy_n(values, d_.functions.size(), values_.data() + k * d_.functions.size());
+    violations_[k] = c_.toCore(values, f);
     if (!std::isfinite(violations_[k])) {
       noteNotFinite(k);
       return false;
@@ -282,7 +372,7 @@ class Evaluator {
       return std::vector<double>(first, first + size);
     };
     return {column(designs_, d_.variables.size()), column(values_, d_.functions.size()),
-            violations_[k], firstNumber_ + static_cast<std::int64_t>(k)};
+            violations_[k], numbers_[k]};
   }
 
   void noteNotFinite(std::size_t k) {
@@ -296,7 +386,7 @@ class Evaluator {
   }
 
   bool noteBest(std::size_t k, double objective) {
-    const bool feasibleNow = violations_[k] <= o_.tolerance;
+    const bool feasibleNow = violations_[k] <= tolerance_;
     if (best_) {
       const bool feasibleThen = feasible(*best_);
       if (feasibleThen && (!feasibleNow || !(objective < bestObjective_))) return false;
@@ -335,9 +425,10 @@ class Evaluator {
   std::vector<double> answer_;      // of a single one
   std::vector<double> points_, f_;  // core points and values, a column each
   std::vector<double> designs_, values_, violations_;  // the host's
+  std::vector<std::int64_t> numbers_;                  // of the evaluations
+  std::vector<double> hostDesigns_, hostValues_;       // of those that are not remembered
   std::vector<double> derivatives_;                    // (variables, functions)
-  std::size_t done_ = 0;                               // columns that are measured and noted
-  std::int64_t firstNumber_ = 1;                       // of the evaluation in the first column
+  std::size_t done_ = 0;                               // columns that are known and noted
   Reason cause_ = Reason::stopped;                     // why no evaluation may be begun
   // Limits.
   std::int64_t limit_ = std::numeric_limits<std::int64_t>::max();
@@ -347,8 +438,13 @@ class Evaluator {
   std::optional<Design> best_;
   double bestObjective_ = 0;
   std::optional<NotFinite> firstNotFinite_;
+  std::optional<Memory> memory_;
+  double tolerance_;
   // Stage.
   const StageStart* stage_ = nullptr;
+  std::vector<double> factors_;  // of the rows, as the core sees them
+  Watch watch_;
+  Design current_;  // the last one that was asked for alone, for watch_
   int lastIteration_ = 0, earlierIterations_ = 0;
 };
 

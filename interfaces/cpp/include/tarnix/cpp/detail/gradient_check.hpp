@@ -7,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "../options.hpp"
 #include "../problem.hpp"
 #include "evaluator.hpp"
 #include "text.hpp"
@@ -16,15 +15,16 @@ namespace tarnix::detail {
 
 class GradientCheck {
  public:
-  GradientCheck(const Description& description, const CoreProblem& core, const Options& options,
+  /// The step is in units of half the distances of the sides.
+  GradientCheck(const Description& description, const CoreProblem& core, double step,
                 Evaluator& evaluator)
-      : d_(description), c_(core), o_(options), evaluator_(evaluator) {}
+      : d_(description), c_(core), step_(step), evaluator_(evaluator) {}
 
   /// One issue for each derivative that differs, near a core point: all evaluations are in the box.
   std::vector<Issue> at(std::vector<double> x) {
     const std::size_t n = c_.free.size(), m = c_.rows.size();
     for (std::size_t i = 0; i < n; ++i) {
-      const double step = o_.differenceStep * c_.half(i);
+      const double step = step_ * c_.half(i);
       x[i] = std::min(std::max(x[i], c_.lower[i] + step), c_.upper[i] - step);
     }
     std::vector<double> G(n * m, std::numeric_limits<double>::quiet_NaN()), points;
@@ -32,7 +32,7 @@ class GradientCheck {
     for (std::size_t i = 0; i < n; ++i)
       for (const double sign : {1.0, -1.0}) {
         points.insert(points.end(), x.begin(), x.end());
-        points[points.size() - n + i] += sign * o_.differenceStep * c_.half(i);
+        points[points.size() - n + i] += sign * step_ * c_.half(i);
       }
     const std::vector<double>& values = evaluator_.measureAt(points);
     std::vector<Issue> issues;
@@ -41,7 +41,7 @@ class GradientCheck {
       if (r > 0 && c_.rows[r].function == c_.rows[r - 1].function) continue;
       for (std::size_t i = 0; i < n; ++i) {
         const double above = values[2 * i * m + r], below = values[(2 * i + 1) * m + r];
-        const double found = (above - below) / (2 * o_.differenceStep);
+        const double found = (above - below) / (2 * step_);
         compare(r, i, G[r * n + i] * c_.half(i), found, std::max(std::abs(above), 1.0), issues);
       }
     }
@@ -67,7 +67,7 @@ class GradientCheck {
 
   const Description& d_;
   const CoreProblem& c_;
-  const Options& o_;
+  const double step_;
   Evaluator& evaluator_;
 };
 

@@ -170,6 +170,21 @@ TARNIX_INLINE Result::~Result() = default;
 
 TARNIX_INLINE double Result::operator[](Variable v) const { return point.x.at(v.index); }
 TARNIX_INLINE double Result::operator[](Function f) const { return point.values.at(f.index); }
+TARNIX_INLINE WarmStart Result::warm() const {
+  WarmStart w;
+  w.x = point.x;
+  w.values = point.values;
+  w.noise = noise;
+  w.multipliers.assign(w.values.size(), 0.0);
+  if (!report) return w;
+  w.jacobian = report->jacobian;
+  for (const ActiveLimit& a : report->active)
+    if (const auto f = description->functionIndex.find(a.name);
+        f != description->functionIndex.end())
+      w.multipliers[f->second] += a.multiplier;
+  return w;
+}
+
 TARNIX_INLINE double Result::operator[](std::string_view name) const {
   const auto found = description->variableIndex.find(name);
   if (found != description->variableIndex.end()) return point.x[found->second];

@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <limits>
+#include <utility>
 #include <vector>
 
 #include "../result.hpp"
-#include "evaluator.hpp"
+#include "gradient_pass.hpp"
 #include "session.hpp"
 
 namespace tarnix::detail {
@@ -21,24 +21,37 @@ namespace tarnix::detail {
 /// are normalised, for the QP solver's tolerances are absolute.
 class ReportPass {
  public:
-  ReportPass(const Description& description, const CoreProblem& core, const Options& options,
-             const Session& session, Evaluator& evaluator)
-      : d_(description), c_(core), o_(options), session_(session), evaluator_(evaluator) {}
+  ReportPass(const Description& description, const CoreProblem& core, double tolerance,
+             const Session& session, GradientPass pass)
+      : d_(description), c_(core), tolerance_(tolerance), session_(session), p_(std::move(pass)) {}
 
-  /// May throw EndSolve, when a limit does not allow the evaluations.
-  Report at(const Design& design) {
-    for (const std::size_t i : c_.free) x_.push_back(design.x[i]);
-    f_ = coreValuesOf(design);
-    formGradients();
+  Report run() {
     report_.gradient.assign(d_.variables.size(), 0.0);
     report_.sensitivity = report_.gradient;
     for (std::size_t i = 0; i < c_.free.size(); ++i) {
-      report_.gradient[c_.free[i]] = objectiveUnit() * G_[i] / c_.half(i);
-      report_.sensitivity[c_.free[i]] = objectiveUnit() * G_[i] * 0.02;
+      report_.gradient[c_.free[i]] = objectiveUnit() * p_.G[i] / c_.half(i);
+      report_.sensitivity[c_.free[i]] = objectiveUnit() * p_.G[i] * 0.02;
     }
+    report_.jacobian.assign(d_.variables.size() * d_.functions.size(), 0.0);
+    for (std::size_t r = 0; r < c_.rows.size(); ++r)
+      for (std::size_t i = 0; i < c_.free.size(); ++i)
+        report_.jacobian[c_.rows[r].function * d_.variables.size() + c_.free[i]] =
+            p_.G[r * n() + i] / c_.half(i) / c_.rows[r].factor;
     chooseActive();
     fit();
     return std::move(report_);
+  }
+
+  /// Of the rows, in core units: the Lagrangian is their sum, each times its multiplier, with 1 for
+  /// the objective.
+  const std::vector<double>& multipliers() const { return multipliers_; }
+  /// Its derivatives in variables that run over [-1, 1]: what the bounds hold, and what is left.
+  std::vector<double> slopes() const {
+    std::vector<double> all(n());
+    for (std::size_t r = 0; r < c_.rows.size(); ++r)
+      for (std::size_t i = 0; multipliers_[r] != 0 && i < n(); ++i)
+        all[i] += multipliers_[r] * p_.G[r * n() + i];
+    return all;
   }
 
  private:
@@ -46,61 +59,18 @@ class ReportPass {
   /// Change of the host's objective per unit of the core's.
   double objectiveUnit() const { return 1 / c_.rows[0].factor; }
 
-  std::vector<double> coreValuesOf(const Design& design) const {
-    std::vector<double> f;
-    for (const CoreProblem::Row& row : c_.rows) f.push_back(row.of(design.values[row.function]));
-    return f;
-  }
-
-  /// Column r of G: gradient of core row r in core variables, the host's own where it gives one;
-  /// differences point into the box.
-  void formGradients() {
-    const std::size_t m = c_.rows.size();
-    G_.assign(n() * m, std::numeric_limits<double>::quiet_NaN());
-    evaluator_.gradientAt(x_.data(), G_.data());
-    std::vector<std::size_t> stepped;
-    std::vector<double> steps, points;
-    for (std::size_t i = 0; i < n(); ++i) {
-      bool given = true;
-      for (std::size_t r = 0; r < m; ++r) {
-        double& g = G_[r * n() + i];
-        g *= c_.half(i);
-        given &= std::isfinite(g);
-      }
-      if (given) continue;
-      std::vector<double> x = x_;
-      const double step = o_.differenceStep * c_.half(i);
-      x[i] = x_[i] + step <= c_.upper[i] ? x_[i] + step : x_[i] - step;
-      stepped.push_back(i);
-      steps.push_back((x[i] - x_[i]) / c_.half(i));
-      points.insert(points.end(), x.begin(), x.end());
-    }
-    if (stepped.empty()) return;
-    const std::vector<double>& values = evaluator_.measureAt(points);
-    for (std::size_t k = 0; k < stepped.size(); ++k)
-      for (std::size_t r = 0; r < m; ++r)
-        if (double& g = G_[r * n() + stepped[k]]; !std::isfinite(g))
-          g = (values[k * m + r] - f_[r]) / steps[k];
-  }
-
-  double norm(std::size_t r) const {
-    double square = 0;
-    for (std::size_t i = 0; i < n(); ++i) square += G_[r * n() + i] * G_[r * n() + i];
-    return std::sqrt(square);
-  }
-
   /// Inequality rows before equality rows, as the QP solver wants them.
   void chooseActive() {
     const std::size_t firstInequality = 1 + static_cast<std::size_t>(c_.equalities);
     for (std::size_t r = firstInequality; r < c_.rows.size(); ++r)
-      if (f_[r] >= -10 * o_.tolerance && norm(r) > 0) rows_.push_back(r);
+      if (p_.f[r] >= -10 * tolerance_ && p_.norm(r) > 0) rows_.push_back(r);
     inequalities_ = static_cast<std::int32_t>(rows_.size());
     for (std::size_t r = 1; r < firstInequality; ++r)
-      if (norm(r) > 0) rows_.push_back(r);
+      if (p_.norm(r) > 0) rows_.push_back(r);
     constexpr double close = 1e-6;
     for (std::size_t i = 0; i < n(); ++i) {
-      const bool atUpper = c_.trueUpper[i] - x_[i] <= close * c_.half(i);
-      const bool atLower = x_[i] - c_.trueLower[i] <= close * c_.half(i);
+      const bool atUpper = c_.trueUpper[i] - p_.x[i] <= close * c_.half(i);
+      const bool atLower = p_.x[i] - c_.trueLower[i] <= close * c_.half(i);
       codes_.push_back(atUpper ? 3 : atLower ? 2 : 0);
     }
   }
@@ -109,12 +79,12 @@ class ReportPass {
     const std::int32_t size = c_.n(), m = static_cast<std::int32_t>(rows_.size());
     std::vector<double> A(n() * rows_.size()), b(rows_.size()), H(n() * n()), g(n()), zero(n()),
         d(n()), multiplier(n());
-    const double gradientNorm = norm(0);
+    const double gradientNorm = p_.norm(0);
     for (std::size_t i = 0; i < n(); ++i) {
       H[i * n() + i] = 1;
-      g[i] = gradientNorm > 0 ? G_[i] / gradientNorm : 0;
+      g[i] = gradientNorm > 0 ? p_.G[i] / gradientNorm : 0;
       for (std::size_t k = 0; k < rows_.size(); ++k)
-        A[k * n() + i] = G_[rows_[k] * n() + i] / norm(rows_[k]);
+        A[k * n() + i] = p_.G[rows_[k] * n() + i] / p_.norm(rows_[k]);
     }
     std::vector<std::int32_t> active(n());
     std::int32_t nActive = 0, noSolution = 0, notPosDef = 0, failure = 0;
@@ -128,8 +98,12 @@ class ReportPass {
     for (std::int32_t k = 0; fitted && k < nActive; ++k)
       lambda[static_cast<std::size_t>(active[static_cast<std::size_t>(k)]) - 1] =
           multiplier[static_cast<std::size_t>(k)] * gradientNorm;
-    for (std::size_t k = 0; k < rows_.size(); ++k)
-      addConstraint(rows_[k], lambda[k] / norm(rows_[k]));
+    multipliers_.assign(c_.rows.size(), 0.0);
+    multipliers_[0] = 1;
+    for (std::size_t k = 0; k < rows_.size(); ++k) {
+      multipliers_[rows_[k]] = lambda[k] / p_.norm(rows_[k]);
+      addConstraint(rows_[k], multipliers_[rows_[k]]);
+    }
     std::size_t row = rows_.size();
     for (std::size_t i = 0; i < n(); ++i)
       if (codes_[i] != 0) addBound(i, lambda[row++]);
@@ -163,15 +137,14 @@ class ReportPass {
   // Given.
   const Description& d_;
   const CoreProblem& c_;
-  const Options& o_;
+  const double tolerance_;
   const Session& session_;
-  Evaluator& evaluator_;
+  const GradientPass p_;
   // Work.
-  std::vector<double> x_, f_;  // core point and values
-  std::vector<double> G_;      // (n, rows) gradients
   std::vector<std::size_t> rows_;
   std::int32_t inequalities_ = 0;
   std::vector<std::int32_t> codes_;
+  std::vector<double> multipliers_;
   Report report_;
 };
 

@@ -177,7 +177,8 @@ TARNIX_INLINE std::string Result::summary() const {
       text += line(std::to_string(s.settings.stage) + " " + name(s.settings.method),
                    s.end.values[0],
                    "violation " + number(s.end.violation, 2) + ", " +
-                       std::to_string(s.evaluations) + " evaluations: " + s.meaning);
+                       std::to_string(s.evaluations) + " evaluations: " +
+                       (s.further ? "further start, " : "") + s.meaning);
   text += d.maximized ? "maximized\n" : "minimized\n";
   text += line(d.functions[0].name, point.values[0], "");
   text += "variables\n";

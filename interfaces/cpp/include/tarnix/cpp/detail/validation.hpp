@@ -130,13 +130,25 @@ class Validation {
       if (!sound) add(option, std::string("option '") + option + "' has to be " + demand);
     };
     check("tolerance", std::isfinite(o_.tolerance) && o_.tolerance > 0, "finite and positive");
-    check("differenceStep", o_.differenceStep > 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
+    check("differenceStep", o_.differenceStep >= 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
+    check("accuracy", o_.accuracy >= 0 && o_.accuracy < 1, "in 0 .. 1");
+    check("effort", std::isfinite(o_.effort) && o_.effort >= 0, "finite and not negative");
+    const std::size_t nv = d_.variables.size(), nf = d_.functions.size();
+    check("warm", !o_.warm || fitsWarm(*o_.warm, nv, nf), "of a problem of the same size, finite");
     check("maxIterations", o_.maxIterations >= 1, "at least 1");
     check("threads", o_.threads >= 1, "at least 1");
     check("starts", o_.starts >= 1, "at least 1");
     check("maxEvaluations", !o_.maxEvaluations || *o_.maxEvaluations >= 1, "at least 1");
     check("maxTime", !o_.maxTime || o_.maxTime->count() > 0, "positive");
     check("target", !o_.target || std::isfinite(*o_.target), "finite");
+  }
+
+  static bool fitsWarm(const WarmStart& w, std::size_t nv, std::size_t nf) {
+    const auto finite = [](const std::vector<double>& all) {
+      return std::all_of(all.begin(), all.end(), [](double v) { return std::isfinite(v); });
+    };
+    return w.x.size() == nv && w.values.size() == nf && w.multipliers.size() == nf &&
+           (w.jacobian.empty() || w.jacobian.size() == nv * nf) && finite(w.x) && w.noise >= 0;
   }
 
   void checkStorage() {

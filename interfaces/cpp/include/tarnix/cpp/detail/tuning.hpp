@@ -1,0 +1,70 @@
+#pragma once
+// The constants of the automatic method.
+//
+// Each was chosen on the wide collection of problems/ by bench/compare: solves within 1e-3 and
+// within 1e-6 and the median of evaluations from the 236 published starts, the solves of 472 random
+// ones; 223, 217, 85; 410, 398 as they stand, no false success of the first, one of the second.
+// bench/README.md has the same for other values of each.
+
+namespace tarnix::detail::tuning {
+
+// ---- scales of the functions for SQP, a half range being the unit ------------------------------
+inline constexpr double objectiveSlope = 100;    // largest derivative that the core sees: 10 solves
+                                                 // 2 tight ones fewer, 1000 four
+inline constexpr double constraintSlope = 1000;  // 100: 3 tight ones fewer; 10000 takes more
+inline constexpr double largestObjectiveFactor = 1e4;  // 100 takes 2 evaluations more
+inline constexpr double smallestViolation = 1e-9;      // that may be asked of a constraint
+
+// ---- differences and noise, steps in half ranges -----------------------------------------------
+inline constexpr double plainStep = 1e-4;  // where nothing is known
+inline constexpr double cleanStep = 1e-7;  // of clean values: 1e-6 solves 7 tight ones fewer, 1e-8
+                                           // makes a false success
+inline constexpr double noiseStep = 2;  // times the root of the relative noise: 221 and 193 of 236
+                                        // within 1e-2 with noise of 1e-6 and 1e-4
+inline constexpr double widestStep = 0.05;
+inline constexpr double noiseTolerance = 3;   // times the noise: a smaller gain is none
+inline constexpr double cleanNoise = 1e-11;   // below this it is rounding
+inline constexpr double noiseSpacing = 1e-8;  // of the points on the line: f''h^2 is rounding there
+inline constexpr double noiseSpacingGrowth = 1000;  // where a function has one value on the line
+inline constexpr double widestNoiseSpacing = 2e-2;
+inline constexpr double noiseShare = 0.05;  // of the slope, on longer lines: less is curvature
+inline constexpr int noisePoints = 7;       // as Moré and Wild
+inline constexpr int noiseOrder = 4;
+inline constexpr double smallBudget = 10;  // (n + 1) evaluations: too few to look at the noise
+
+// ---- stages ------------------------------------------------------------------------------------
+inline constexpr double toleranceShare = 0.2;  // of the tolerance, for the first stage: with 1 19
+                                               // tight ones fewer, 0.1 takes 2 evaluations more
+inline constexpr double toleranceFall = 10;    // from stage to stage
+inline constexpr double narrowRadius = 0.03;   // half ranges, of the box of the second SQP stage:
+                                               // without it 9 tight ones of the random starts fewer
+inline constexpr int mostStages = 6;
+inline constexpr double plainSmallPart = 0.01;  // of the gradient that the multipliers may leave
+inline constexpr double smallPart = 0.002;      // the same of the automatic method
+inline constexpr double smallViolation = 0.05;  // of the tolerance: an end that uses more is
+                                                // looked at again, else 2 tight ones fewer
+inline constexpr int mostBent = 10;             // variables for second differences; with 20 two
+                                                // false successes in badly conditioned problems
+inline constexpr double bendStep = 1e-3;        // of these, half ranges
+
+// ---- saddle points -----------------------------------------------------------------------------
+inline constexpr int mostSaddles = 3;       // with 0 two false successes
+inline constexpr double saddleStep = 0.01;  // half ranges
+inline constexpr double saddleFall = 1e-5;  // of the Lagrangian, relative
+inline constexpr double unmoved = 1e-3;     // half ranges; probing what moved as well takes 12 more
+inline constexpr double smallSlope = 1e-4;  // per half range, relative
+
+// ---- further starts ----------------------------------------------------------------------------
+inline constexpr double screenedShare = 0.5;  // points per variable and one: 0.25 and 1 solve 5 and
+                                              // 3 fewer
+inline constexpr double sameBasin = 0.2;      // half ranges: 0.4 loses 3 random starts, 0.1 takes 2
+                                              // more
+inline constexpr double effortShare = 0.1;  // of what was spent, where that is more than n + 1: for
+                                            // 3 evaluations in the median 6 random starts
+inline constexpr double wide = 8;      // times the effort, once there is another end: 1 loses 7
+inline constexpr int mostReturns = 1;  // to a known end
+
+// ---- no feasible design ------------------------------------------------------------------------
+inline constexpr double elasticBudget = 60;  // (n + 1) evaluations
+
+}  // namespace tarnix::detail::tuning
