@@ -435,7 +435,8 @@ r = {{ value = "w / (h - 1)", min = 2 }}
         text = PLAIN.replace("(x - 2)^2", "(x - 2)^4 * 1e7")
         result = self.result("solve", self.write("q.toml", text + '[options]\nmethod = "sqp"\nmax_iterations = 2\n'), code=1)
         self.assertIn("Raise max_iterations in [options], or go on from here with 'tarnix solve --start best'", result["advice"])
-        result = self.result("solve", self.write("q.toml", PLAIN.replace("x + y", "sqrt(x - 4) + y").replace("start = 1", "start = 4")), code=1)
+        result = self.result("solve", self.write("q.toml", PLAIN.replace("x + y", "sqrt(x - 4) + y").replace("start = 1", "start = 4")
+                                                  + '[options]\nmethod = "sqp"\n'), code=1)
         self.assertIn("'c' was not finite", result["advice"])
         self.assertRegex(result["advice"], "inside_bounds = true|Narrow the bounds")
 

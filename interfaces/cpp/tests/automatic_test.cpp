@@ -120,12 +120,14 @@ TEST(Memory, NoPointIsEvaluatedTwice) {
     const auto analysis = analysisOf(p);
     Options options;
     options.maxEvaluations = 300;
-    describe(p).solve(
+    const Result r = describe(p).solve(
         [&](const Point& x, Values& v) {
           again += !seen.insert({x.begin(), x.end()}).second;
           analysis(x, v);
         },
         options);
+    EXPECT_EQ(seen.count(r.point.x), 1u);  // to the last bit
+    for (const Stage& stage : r.stages) EXPECT_EQ(seen.count(stage.end.x), 1u);
     EXPECT_LE(again, name == std::string("HS13") ? 30 : 0);  // later stages come back after long
   }
 }

@@ -297,7 +297,9 @@ class Evaluator {
     return known;
   }
 
+  /// The design is that of the sample, to the last bit.
   void recallInto(std::size_t k, const Memory::Sample& sample) {
+    c_.toHost(sample.x.data(), designs_.data() + k * d_.variables.size());
     std::copy(sample.values.begin(), sample.values.end(),
               values_.begin() + static_cast<std::ptrdiff_t>(k * d_.functions.size()));
     violations_[k] = c_.toCore(sample.values.data(), f_.data() + k * rows());

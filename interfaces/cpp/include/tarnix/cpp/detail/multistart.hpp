@@ -88,6 +88,7 @@ class MultiStart {
   Options optionsOf(std::size_t k, int threads) const {
     Options options = o_;
     options.starts = 1;
+    options.effort = 0;  // the other starts are further ones
     options.start = starts_[k];
     options.threads = threads;
     options.checkGradients = o_.checkGradients && k == 0;
