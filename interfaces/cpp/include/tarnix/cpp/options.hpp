@@ -12,7 +12,7 @@
 
 namespace tarnix {
 
-/// Automatic starts with SQP and goes on with GRG and finer differences while that pays.
+/// Automatic starts with SQP and continues with GRG and finer differences while that pays.
 enum class Method { grg, sqp, automatic };
 
 /// Forward differences take one evaluation per variable and gradient, central ones two.
@@ -30,7 +30,7 @@ class Stop {
   std::shared_ptr<std::atomic<bool>> flag_;
 };
 
-/// What a running solve tells at the start of every iteration, and at the end of every stage.
+/// What a running solve reports at the start of every iteration, and at the end of every stage.
 struct Progress {
   int start = 1;                 ///< of Options::starts, from 1 on
   int stage = 0;                 ///< from 1 on
@@ -87,11 +87,11 @@ struct Options {
   /// difference that would leave the box is formed from points on the inner side instead, forward
   /// ones from one point, central ones from two (second order as well).
   bool keepInside = false;
-  /// Moves a start that lies outside the box to its nearest point, instead of refusing it.
+  /// Moves a start that lies outside the box to its nearest point, instead of rejecting it.
   bool moveStartInside = false;
   /// Threads that evaluate the points of a gradient pass side by side; the callable is then called
   /// on all of them. The solve is the same for any number, to the last bit, and so is the number of
-  /// every evaluation. A batch callable sees to its own threads.
+  /// every evaluation. A batch callable manages its own threads.
   int threads = 1;
   /// Number of whole solves: one from the start, the others from quasi-random points of the box,
   /// side by side in the threads. The result is that of the best one, with the table of all minima;
@@ -111,17 +111,17 @@ struct Options {
   /// Start in place of the declared one; empty: the declared one.
   std::vector<double> start;
 
-  // Limits of the whole solve, kept exactly: the next evaluation is not begun. What was reached is
-  // kept, and the reason named in the result.
+  // Limits of the whole solve, enforced exactly: no further evaluation starts, the best point so
+  // far is returned, and the result names the reason.
   int maxIterations = 200;                               ///< of every stage
   std::optional<std::int64_t> maxEvaluations;            ///< calls of the callable
   std::optional<std::chrono::duration<double>> maxTime;  ///< wall clock
-  /// A feasible objective as good as this. It is looked at after an evaluation, or after all of a
+  /// A feasible objective as good as this. It is checked after an evaluation, or after all of a
   /// gradient pass.
   std::optional<double> target;
-  std::optional<Stop> stop;                              ///< from anywhere
-  std::function<void(Progress&)> onIteration;            ///< watches, and may stop
-  std::function<void(const StageStart&)> onStage;        ///< is told of every stage
+  std::optional<Stop> stop;                        ///< from anywhere
+  std::function<void(Progress&)> onIteration;      ///< watches, and may stop
+  std::function<void(const StageStart&)> onStage;  ///< called for every stage
 
   /// Multipliers and sensitivities at the end: one gradient pass, an evaluation per variable.
   bool report = true;

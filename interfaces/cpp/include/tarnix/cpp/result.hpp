@@ -15,9 +15,9 @@ namespace tarnix {
 
 /// Why a solve or a stage ended.
 enum class Reason {
-  finished,         ///< the method came to an end of its own
-  noFeasiblePoint,  ///< the method found no descent left for a violated constraint
-  breakdown,        ///< the method could not go on
+  finished,         ///< the method ended by itself
+  noFeasiblePoint,  ///< a violated constraint cannot be reduced any further
+  breakdown,        ///< the method could not continue
   iterationLimit,
   evaluationLimit,
   timeLimit,
@@ -43,7 +43,7 @@ struct Stage {
   std::int64_t evaluations = 0;
   Design end;           ///< point that the stage left
   std::string meaning;  ///< of the status, in words
-  /// Of a feasible end where the method stood still rather than met its test of convergence:
+  /// Of a feasible end where the method stalled rather than met its test of convergence:
   /// whether it is a stationary point, as far as the multipliers and the gradients tell.
   bool stationary = true;
   bool further = false;         ///< of the automatic method, from a further start
@@ -64,7 +64,7 @@ struct ActiveLimit {
   double perPercent = 0;
 };
 
-/// What one gradient pass tells about the final point.
+/// What one gradient pass reveals about the final point.
 struct Report {
   std::vector<ActiveLimit> active;
   std::vector<double> gradient;     ///< of the objective, by variable; 0 for fixed ones
