@@ -19,4 +19,6 @@ def analysis(x: tarnix.Design) -> dict[str, float]:
             "load": pi**2 * 0.85e6 * inertia / 250**2}
 
 
-print(column.solve(analysis))
+best = column.solve(analysis)
+print(f"success {best.success}, cost {best['cost']:.3f}")
+print(f"diameter {best['diameter']:.3f}, wall {best['wall']:.3f}")
