@@ -128,6 +128,7 @@ need optional libtomlplusplus-dev has_header toml++/toml.h
 need optional libmuparser-dev has_header muParser.h
 need optional nlohmann-json3-dev has_header nlohmann/json.hpp
 need optional libre2-dev has_header re2/re2.h
+need optional libboost-dev has_header boost/random/sobol.hpp # Sobol points of doe
 need optional python3 have python3 # its tests, and one of the examples
 need optional openmpi-bin have mpirun # a test; another takes slurm-wlm and munge where they are
 

@@ -19,6 +19,13 @@ First steps:
   tarnix solve beam.toml      solves it and prints the design
   tarnix report beam.toml     draws how the solve went, as one HTML page
 
+Around a solve:
+  tarnix probe beam.toml      tries the command: repeatability, noise, steps, time
+  tarnix doe beam.toml        evaluates a plan of designs
+  tarnix sweep beam.toml --over stress.max=100:200:5
+                              solves with a key at several values
+  tarnix table beam.toml      writes the history as CSV
+
 Files, beside the problem file or in the directory of --output:
   beam.history.jsonl          every finished evaluation, one line each, exact
   beam.runs/                  directories of the runs of an external command
@@ -47,6 +54,8 @@ class CommandLine {
     addRun();
     addSolve();
     addReport();
+    addProbe();
+    addSweep();
     addDoe();
     addTable();
   }
@@ -132,10 +141,25 @@ class CommandLine {
     resume->add_flag("--retry-failed", options.retryFailed,
                      "Run designs again whose runs have failed");
     for (CLI::App* sub : {solve, resume}) {
+      addOverride(sub, "--starts", "options.starts",
+                  "Solve from so many starts: the file's and quasi-random points");
+      addOverride(sub, "--seed", "options.seed", "Of the quasi-random points");
       addJobs(sub, "Runs of the external command side by side");
       sub->add_flag("-q,--quiet", quiet, "No progress");
       sub->add_flag("--json", json, "Print the result as JSON");
     }
+  }
+
+  // An option that is a key of the file.
+  void addOverride(CLI::App* sub, const char* option, const std::string& key,
+                   const char* description) {
+    sub->add_option_function<int>(
+           option,
+           [this, key](int value) {
+             arguments.overrides.push_back(key + "=" + std::to_string(value));
+           },
+           description)
+        ->check(CLI::Range(1, 1'000'000));
   }
 
   void addRun() {
@@ -178,6 +202,26 @@ class CommandLine {
     return {options.jobs, options.fresh, options.retryFailed, style};
   }
 
+  void addProbe() {
+    CLI::App* sub = withFile("probe", "Try a command: repeatability, noise, steps, time",
+                             [this] { return commandProbe(arguments, studyOptions(), json); });
+    addStart(sub);
+    addStudy(sub);
+    sub->add_flag("--json", json, "Print the result as JSON");
+  }
+
+  void addSweep() {
+    CLI::App* sub =
+        withFile("sweep", "Solve with a key of the file at several values",
+                 [this] { return commandSweep(arguments, over, studyOptions(), json); });
+    sub->add_option("--over", over,
+                    "NAME.KEY=FROM:TO:COUNT, or NAME.KEY=A,B,C; twice for a map of two keys")
+        ->allow_extra_args(false)
+        ->required();
+    addStudy(sub);
+    sub->add_flag("--json", json, "Print the result as JSON");
+  }
+
   void addDoe() {
     CLI::App* sub = withFile("doe", "Evaluate a plan of designs, without an optimizer",
                              [this] { return commandDoe(arguments, plan, studyOptions(), json); });
@@ -211,6 +255,7 @@ class CommandLine {
   Plan plan;
   TableOptions table;
   std::string at = "start";
+  std::vector<std::string> over;
   std::vector<std::string> names;  // of the commands
   bool flag = false, json = false, quiet = false;
   std::function<int()> chosen;

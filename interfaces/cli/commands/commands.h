@@ -35,6 +35,14 @@ int commandSolve(const ProblemArguments& arguments, const SolveOptions& options,
 int commandDoe(const ProblemArguments& arguments, const Plan& plan, const StudyOptions& options,
                bool json);
 
+// Runs a command at the start and around it: does it repeat, how noisy is it, which steps suit it.
+int commandProbe(const ProblemArguments& arguments, const StudyOptions& options, bool json);
+
+// Solves with keys of the file at several values, NAME.KEY=FROM:TO:COUNT each: a trade-off curve,
+// or a map of two.
+int commandSweep(const ProblemArguments& arguments, const std::vector<std::string>& over,
+                 const StudyOptions& options, bool json);
+
 // Writes a history as CSV, or the designs of a CSV file evaluated.
 struct TableOptions {
   std::filesystem::path history;  // empty: that of the solve

@@ -47,6 +47,25 @@ struct StageOutcome {
   long evaluations = 0;
 };
 
+// A local minimum that several starts led to.
+struct MinimumOutcome {
+  double objective = 0;
+  int times = 0, start = 0;  // how often, and from which start first
+  std::vector<double> x;
+};
+struct MinimaOutcome {
+  std::vector<MinimumOutcome> found;  // the best first
+  int starts = 0, unsuccessful = 0;
+  std::optional<double> unseen;  // expected number of others
+};
+
+// How the search in catalogues ended.
+struct CatalogueOutcome {
+  bool proved = false;  // for the local model
+  double continuous = 0, bound = 0;
+  int solves = 0;
+};
+
 // The final design run once more, alone, and compared.
 struct Verification {
   bool same = false;      // to the last bit
@@ -73,6 +92,8 @@ struct Outcome {
   std::optional<long> failed;                       // of the runs
   std::string lastFailure;
   std::optional<Verification> verification;
+  std::optional<MinimaOutcome> minima;
+  std::optional<CatalogueOutcome> catalogue;
   std::optional<double> seconds;
 };
 
@@ -82,6 +103,9 @@ Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& d
 
 Json toJson(const Outcome& outcome);
 Outcome outcomeFrom(const Json& json);
+
+// What several starts found, and how a search in catalogues ended; empty without.
+std::string searchText(const Outcome& outcome);
 
 // Readable table.
 std::string table(const Outcome& outcome);

@@ -44,6 +44,24 @@ void fieldsOf(Fields& fields, Part& o, const Verification*) {
 }
 
 template <class Fields, class Part>
+void fieldsOf(Fields& fields, Part& o, const MinimumOutcome*) {
+  fields("objective", o.objective), fields("times", o.times), fields("start", o.start);
+  fields("x", o.x);
+}
+
+template <class Fields, class Part>
+void fieldsOf(Fields& fields, Part& o, const MinimaOutcome*) {
+  fields("found", o.found), fields("starts", o.starts), fields("unsuccessful", o.unsuccessful);
+  fields("unseen", o.unseen);
+}
+
+template <class Fields, class Part>
+void fieldsOf(Fields& fields, Part& o, const CatalogueOutcome*) {
+  fields("proved", o.proved), fields("continuous", o.continuous), fields("bound", o.bound);
+  fields("solves", o.solves);
+}
+
+template <class Fields, class Part>
 void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("problem", o.problem), fields("success", o.success), fields("feasible", o.feasible);
   fields("reason", o.reason), fields("objective", o.objective), fields("violation", o.violation);
@@ -51,6 +69,7 @@ void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("method", o.method), fields("status", o.status), fields("meaning", o.meaning);
   fields("advice", o.advice), fields("error", o.error), fields("iterations", o.iterations);
   fields("stages", o.stages), fields("verification", o.verification);
+  fields("minima", o.minima), fields("catalogue", o.catalogue);
   fields("tolerance", o.tolerance), fields("evaluations", o.evaluations), fields("runs", o.runs);
   fields("failed", o.failed), fields("last_failure", o.lastFailure);
   fields("replayed", o.replayed), fields("seconds", o.seconds);

@@ -120,7 +120,7 @@ std::string table(const Outcome& o) {
     text += "\n  1 % more: change of " + name +
             " when a limit is raised by 1 % of its size, a bound by 1 % of its range;\n"
             "  from the multipliers of one pass of differences at this design\n";
-  return text;
+  return text + searchText(o);
 }
 
 }  // namespace tarnix::cli

@@ -21,6 +21,7 @@ struct VariableEntry {
   double upper = 0;
   int line = 0;
   std::optional<double> differenceStep{};  // of its own, in units of half its range
+  std::vector<double> catalogue{};  // the values that it may take, rising; empty: all
 };
 
 struct Expression {
@@ -120,6 +121,8 @@ struct OptionsTable {
   bool centralDifferences = false;
   bool insideBounds = false;
   std::optional<double> target;
+  int starts = 1;  // whole solves, from the start and quasi-random points
+  int seed = 1;    // of these points
 };
 
 using Overrides = std::vector<std::string>;

@@ -6,6 +6,7 @@
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "problem/catalogue_reader.h"
 #include "problem/changes.h"
 #include "problem/command_reader.h"
 #include "problem/section.h"
@@ -144,7 +145,10 @@ class Reader {
       variable.start = variable.lower = variable.upper = *value;
       return;
     }
+    std::vector<double> values = readValues(section, variable);
     const auto need = [&](const char* key, double& place) {
+      const bool listed = section.has("values") && key != std::string("start");
+      if (listed && !section.has(key)) return true;
       if (!section.has(key) && !section.misspells(key))
         section.issue(std::string("no '") + key + "'");
       const auto value = section.number(key);
@@ -160,6 +164,8 @@ class Reader {
     else if (start && !(variable.lower <= variable.start && variable.start <= variable.upper))
       section.issue("start", "start " + shortest(variable.start) + " lies outside the bounds " +
                                  shortest(variable.lower) + " to " + shortest(variable.upper));
+    else
+      finishCatalogue(section, variable, std::move(values));
   }
 
   void readObjective() {
@@ -260,6 +266,8 @@ class Reader {
         section.choice("differences", {"forward", "central"}).value_or(0) == 1;
     options.insideBounds = section.flag("inside_bounds").value_or(false);
     options.target = section.number("target");
+    options.starts = section.count("starts", 1).value_or(1);
+    options.seed = section.count("seed", 0).value_or(1);
     section.finish();
   }
 

@@ -28,7 +28,7 @@ bool hasOwnSteps(const ProblemFile& problem) {
                      [](const VariableEntry& v) { return v.differenceStep.has_value(); });
 }
 
-std::vector<std::vector<double>> derivativesAt(const ProblemFile& problem, Evaluations& evaluations,
+std::vector<std::vector<double>> derivativesAt(const ProblemFile& problem, const Answers& answers,
                                                std::span<const double> x) {
   std::vector<Pair> pairs;
   Evaluations::Designs designs;
@@ -40,7 +40,7 @@ std::vector<std::vector<double>> derivativesAt(const ProblemFile& problem, Evalu
       designs.back()[i] = place;
     }
   }
-  const auto values = evaluations.atAll(designs);
+  const auto values = answers(designs);
   std::vector<std::vector<double>> derivatives(x.size());
   for (std::size_t k = 0; k < pairs.size(); ++k) {
     const auto &low = values[2 * k], &high = values[2 * k + 1];

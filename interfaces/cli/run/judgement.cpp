@@ -8,10 +8,13 @@ namespace tarnix::cli {
 
 namespace {
 
+// The bounds, and the catalogues.
 bool inside(const ProblemFile& problem, std::span<const double> x) {
   for (std::size_t i = 0; i < x.size(); ++i) {
     const VariableEntry& v = problem.variables[i];
     if (!(v.lower <= x[i] && x[i] <= v.upper)) return false;
+    if (!v.catalogue.empty() && !std::binary_search(v.catalogue.begin(), v.catalogue.end(), x[i]))
+      return false;
   }
   return true;
 }

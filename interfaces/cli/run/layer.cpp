@@ -37,6 +37,8 @@ tarnix::Options layerOptions(const OptionsTable& options) {
   o.keepInside = options.insideBounds;
   o.maxIterations = options.maxIterations;
   o.target = options.target;
+  o.starts = options.starts;
+  o.seed = static_cast<std::uint64_t>(options.seed);
   return o;
 }
 
@@ -59,6 +61,14 @@ Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
   for (const Stage& stage : r.stages)
     outcome.stages.push_back({name(stage.settings.method), name(stage.settings.differences),
                               stage.status, stage.meaning, stage.iterations, stage.evaluations});
+  if (r.minima) {
+    outcome.minima.emplace();
+    for (const Minimum& m : r.minima->found)
+      outcome.minima->found.push_back({m.point.values[0], m.times, m.start, m.point.x});
+    outcome.minima->starts = r.minima->starts;
+    outcome.minima->unsuccessful = r.minima->unsuccessful;
+    outcome.minima->unseen = r.minima->unseen;
+  }
   if (!r.report) return outcome;
   for (const ActiveLimit& limit : r.report->active) {
     if (limit.multiplier == 0) continue;

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -23,6 +24,8 @@ namespace {
 constexpr int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2};
 sigset_t waited;  // by the program, SIGCHLD too
 sigset_t maskAtStart;
+
+std::set<pid_t> children;  // runs and guards, of all objects: no orphans of a run
 
 const char* const markName = "TARNIX_RUN_MARK=";
 
@@ -203,6 +206,7 @@ ProcessTrees::ProcessTrees() {
     close(ends[1]);
     guardTrees(ends[0], groups, mostGroups, session);
   }
+  children.insert(guard);
   close(ends[0]);
   pipeEnd = ends[1];
 }
@@ -211,6 +215,7 @@ ProcessTrees::~ProcessTrees() {
   close(pipeEnd);
   while (waitpid(guard, nullptr, 0) < 0 && errno == EINTR) {
   }
+  children.erase(guard);
   munmap(groups, mostGroups * sizeof(Group));
 }
 
@@ -230,6 +235,7 @@ pid_t ProcessTrees::start(const LaunchPlan& plan) {
   const pid_t child = startProcess(launch);
   if (child < 0) fail("cannot start a process");
   trees[child] = lastTree;
+  children.insert(child);
   if (launch.error != 0) {
     finish(child);
     errno = launch.error;
@@ -270,10 +276,10 @@ bool ProcessTrees::orphansLeft() const {
   for (ssize_t count; (count = read(file, piece, sizeof piece)) > 0;)
     list.append(piece, static_cast<std::size_t>(count));
   close(file);
-  std::istringstream children(list);
+  std::istringstream numbers(list);
   bool left = false;
-  for (pid_t child; children >> child;)
-    if (child != guard && !trees.count(child)) left = waitpid(child, nullptr, WNOHANG) == 0 || left;
+  for (pid_t child; numbers >> child;)
+    if (!children.count(child)) left = waitpid(child, nullptr, WNOHANG) == 0 || left;
   return left;
 }
 
@@ -295,6 +301,7 @@ void ProcessTrees::finish(pid_t process) {
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
   trees.erase(process);
+  children.erase(process);
 }
 
 }  // namespace tarnix::cli

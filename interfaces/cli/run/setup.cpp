@@ -40,7 +40,7 @@ void warnSwallowedSteps(const ProblemFile& problem, Simulator& simulator, Issues
 
 }  // namespace
 
-Setup::Setup(const fs::path& file, const Overrides& overrides) {
+Setup::Setup(const fs::path& file, const Overrides& overrides, bool warn) {
   Issues issues(file.string());
   problem = readProblem(file, issues, overrides);
   if (!problem.variables.empty()) {
@@ -55,7 +55,7 @@ Setup::Setup(const fs::path& file, const Overrides& overrides) {
   }
   warnings = issues.text();
   if (!issues.empty()) throw Failure(exitBadProblem, warnings);
-  if (!warnings.empty()) std::cerr << warnings << "\n";
+  if (warn && !warnings.empty()) std::cerr << warnings << "\n";
 }
 
 Setup::Setup(ProblemFile described) : problem(std::move(described)) {

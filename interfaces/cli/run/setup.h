@@ -13,7 +13,9 @@ namespace tarnix::cli {
 
 // Throws Failure with every issue when the file has any; warnings go to standard error, and stay.
 struct Setup {
-  explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {});
+  // Without warn the warnings are left out, for a file that is read again.
+  explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {},
+                 bool warn = true);
   // Of a problem that is only described: nothing can be evaluated.
   explicit Setup(ProblemFile described);
   Setup(const Setup&) = delete;

@@ -58,6 +58,7 @@ void SharedPool::serve(const std::vector<std::function<void()>>& works) {
     });
   try {
     serveAll();
+    hearNews();
   } catch (...) {
     noteError(std::current_exception());
   }

@@ -110,6 +110,7 @@ void Simulator::open(const fs::path& runsDirectory) {
     if (error)
       throw Failure(exitFiles, directory.string() + ": cannot be made: " + error.message());
   }
+  trees.reset();  // whose guard would wait for the new one, which holds the same pipe
   trees = std::make_unique<ProcessTrees>();
 }
 

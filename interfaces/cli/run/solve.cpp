@@ -9,12 +9,15 @@
 #include <ctime>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <tarnix/tarnix.hpp>
 
 #include "base/numbers.h"
 #include "run/advice.h"
-#include "run/differences.h"
+#include "run/catalogue.h"
 #include "run/layer.h"
+#include "run/layer_solve.h"
+#include "run/shared_pool.h"
 
 namespace fs = std::filesystem;
 
@@ -81,7 +84,8 @@ class Solve {
 
   Outcome attempt(int& exitCode) {
     try {
-      const Outcome outcome = measured(callLayer());
+      Outcome outcome = measured(callLayer());
+      judgeCatalogue(outcome);
       exitCode = outcome.success ? exitSolved : exitNotSolved;
       return outcome;
     } catch (const LimitReached& limit) {
@@ -115,6 +119,7 @@ class Solve {
     };
     tarnix::Options first = layerOptions(problem.options);
     first.maxEvaluations = 1;
+    first.starts = 1;
     first.report = false;
     layerProblem(problem, 1).solve(analysis, first);
     if (start.empty()) throw std::bad_alloc();  // the method could not begin
@@ -127,32 +132,91 @@ class Solve {
   tarnix::Result callLayer() {
     evaluateStart();
     tarnix::Options layer = layerOptions(problem.options);
+    // Every start has its share, whichever comes first.
+    const int most = problem.options.maxEvaluations;
+    if (layer.starts > 1 && most > 0) {
+      layer.maxEvaluations = most;
+      setup.problem.options.maxEvaluations = 0;
+    }
+    tarnix::Result result =
+        layer.starts > 1 && setup.simulator ? solveSideBySide(layer) : solveAlone(problem, layer);
+    setup.problem.options.maxEvaluations = most;
+    return hasCatalogue(problem) ? searched(result) : result;
+  }
+
+  tarnix::Result solveAlone(const ProblemFile& part, tarnix::Options layer) {
     layer.onIteration = [&](const tarnix::Progress& at) {
-      method = name(at.method);
-      iterations = at.iteration;
-      history.noteIteration(method, iterations);
-      progress.iterated(method, iterations);
+      iterated(layer.starts, at.start, name(at.method), at.iteration);
     };
-    const auto analysis = [&](Batch& batch) {
-      Evaluations::Designs designs;
-      for (std::size_t k = 0; k < batch.size(); ++k)
-        designs.emplace_back(batch.point(k).begin(), batch.point(k).end());
-      const auto answers = evaluations.atAll(designs);
-      for (std::size_t k = 0; k < batch.size(); ++k)
-        std::copy(answers[k].begin(), answers[k].end(), batch.values(k).begin());
+    return solveLayer(part, scale, layer, [&](const Evaluations::Designs& designs) {
+      return evaluations.atAll(designs);
+    });
+  }
+
+  void iterated(int starts, int start, const std::string& nameOfMethod, int number) {
+    method = nameOfMethod;
+    iterations = number;
+    history.noteIteration(method, iterations);
+    progress.iterated((starts > 1 ? "start " + std::to_string(start) + ", " : "") + method, number);
+  }
+
+  // The solves of all starts in threads, which share the runs.
+  tarnix::Result solveSideBySide(tarnix::Options layer) {
+    SharedPool pool(options.jobs);
+    pool.onTick = evaluations.onTick;
+    layer.threads = std::min(layer.starts, options.jobs);
+    layer.onIteration = [&](const tarnix::Progress& at) {
+      pool.tell([this, &layer, start = at.start, word = name(at.method), number = at.iteration] {
+        iterated(layer.starts, start, word, number);
+      });
     };
-    const auto gradient = [&](const Point& x, Gradients& g) {
-      const auto derivatives = derivativesAt(problem, evaluations, {x.begin(), x.end()});
-      for (std::size_t i = 0; i < derivatives.size(); ++i)
-        for (std::size_t j = 0; j < derivatives[i].size(); ++j) g(j, i) = derivatives[i][j];
-    };
-    const tarnix::Problem described = layerProblem(problem, scale);
-    tarnix::Result result = hasOwnSteps(problem) ? described.solve(analysis, gradient, layer)
-                                                 : described.solve(analysis, layer);
-    const int storage = result.method == Method::grg ? int{VRK_GRG_STORAGE} : int{VRK_SQP_STORAGE};
-    if (result.status == storage)
-      throw std::bad_alloc();  // the storage of a problem of this size is claimed beforehand
+    tarnix::Result result;
+    pool.serve({[&] {
+      result = solveLayer(problem, scale, layer, [&](const Evaluations::Designs& designs) {
+        std::vector<std::vector<double>> values;
+        for (SharedPool::Answer& answer : pool.ask(evaluations, designs))
+          values.push_back(std::move(answer.values));
+        return values;
+      });
+    }});
     return result;
+  }
+
+  tarnix::Result searched(const tarnix::Result& continuous) {
+    tarnix::Options layer = layerOptions(problem.options);
+    layer.starts = 1;
+    CatalogueSearch found = searchCatalogue(
+        problem, continuous, [&](const ProblemFile& part, const std::vector<double>& start) {
+          layer.start = start;
+          try {
+            return solveAlone(part, layer);
+          } catch (const LimitReached&) {
+            throw BudgetEnded{};
+          }
+        });
+    catalogue = std::move(found);
+    return catalogue->result;
+  }
+
+  void judgeCatalogue(Outcome& outcome) const {
+    if (!catalogue) return;
+    if (!catalogue->found) {
+      const Outcome continuous = outcome;
+      outcome = outcomeAt(problem, evaluations.best(), "no design of the catalogue was found");
+      outcome.advice = continuous.feasible
+                           ? "Without the catalogue there are designs within the limits, so more "
+                             "values, or another start, may give one."
+                           : continuous.advice;
+    } else {
+      outcome.catalogue = {catalogue->proved, catalogue->continuous, catalogue->bound,
+                           catalogue->solves};
+    }
+    if (catalogue->budgetEnded) {
+      outcome.success = false;
+      outcome.reason = "limit of runs or solves";
+      outcome.advice = "This is the best design of the catalogue that was found; raise "
+                       "max_evaluations and go on with 'tarnix resume'.";
+    }
   }
 
   // The outcome of the layer's result, but at the best design that was measured where that is
@@ -319,6 +383,7 @@ class Solve {
   const SolveOptions& options;
   const Places& places;
   double scale = 1;  // of the objective
+  std::optional<CatalogueSearch> catalogue;
   std::string method;
   int iterations = 0;
   History history;
