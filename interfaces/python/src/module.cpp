@@ -126,6 +126,7 @@ void bindOptions(py::module_& module) {
       .def_readwrite("start", &Options::start)
       .def_readwrite("starts", &Options::starts)
       .def_readwrite("seed", &Options::seed)
+      .def_readwrite("effort", &Options::effort)
       .def_readwrite("max_iterations", &Options::maxIterations)
       .def_readwrite("max_evaluations", &Options::maxEvaluations)
       .def_property(

@@ -23,6 +23,7 @@ class Options:
     max_iterations: int
     max_evaluations: Optional[int]
     max_time: Optional[float]
+    effort: float
     target: Optional[float]
     stop: Optional[Stop]
     starts: int

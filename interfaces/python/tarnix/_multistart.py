@@ -151,7 +151,7 @@ def _box(problem: Problem, points: Array) -> Array:
 
 def _solve_from(problem: Problem, analysis: Callable[..., Any], gradient: Any, start: List[float],
                 options: Dict[str, Any]) -> Result:
-    return problem.solve(analysis, gradient, start=start, **options)
+    return problem.solve(analysis, gradient, start=start, **{"effort": 0, **options})
 
 
 def _solves(executor: Any, jobs: List[Any]) -> Generator[Result, None, None]:

@@ -171,11 +171,11 @@ class Problem:
     def solve(self, analysis: Callable[..., Any],
               gradient: Union[None, bool, Callable[..., Any]] = None, *,
               method: str = "automatic", tolerance: float = 1e-5, differences: str = "forward",
-              difference_step: float = 1e-4, keep_inside: bool = False,
+              difference_step: float = 0, keep_inside: bool = False,
               move_start_inside: bool = False, check_gradients: bool = False,
               start: Union[None, Sequence[float], Mapping[str, float]] = None,
               max_iterations: int = 200, max_evaluations: Optional[int] = None,
-              max_time: Optional[float] = None, target: Optional[float] = None,
+              max_time: Optional[float] = None, target: Optional[float] = None, effort: float = 4,
               stop: Optional[Stop] = None, callback: Optional[Callable[[Progress], Any]] = None,
               report: bool = True, print_level: int = 0,
               trace: Optional[Callable[[str], Any]] = None, executor: Any = None,
@@ -202,7 +202,8 @@ class Problem:
         differences : {"forward", "central"}
             One or two evaluations per variable and gradient.
         difference_step : float
-            In units of half the distance between a variable's bounds.
+            In units of half the distance between a variable's bounds; 0 chooses it by the noise of
+            the values.
         keep_inside : bool
             No difference steps beyond the bounds.
         move_start_inside : bool
@@ -211,6 +212,8 @@ class Problem:
             Compares the gradient with central differences at the start.
         start : sequence or mapping, optional
             In place of the declared one.
+        effort : float
+            Evaluations that the automatic method may spend on further starts, in units of n + 1.
         max_iterations, max_evaluations, max_time, target : optional
             Limits: iterations of every stage, calls of the analysis, seconds of wall clock, an
             objective that is good enough.
@@ -255,8 +258,8 @@ class Problem:
             difference_step=difference_step, keep_inside=keep_inside,
             move_start_inside=move_start_inside, check_gradients=check_gradients, start=start,
             max_iterations=max_iterations, max_evaluations=max_evaluations, max_time=max_time,
-            target=target, stop=stop, callback=callback, report=report, print_level=print_level,
-            trace=trace, executor=executor, history=history, resume=resume)
+            target=target, effort=effort, stop=stop, callback=callback, report=report,
+            print_level=print_level, trace=trace, executor=executor, history=history, resume=resume)
 
     def _solve(self, analysis: Callable[..., Any], arguments: Optional[Tuple[Any, ...]],
                gradient: Any, *,

@@ -126,8 +126,7 @@ class Automatic {
 
   /// At most that of the Lagrangian in all directions, whatever holds the point.
   double fallAt(const Design& end) {
-    s_.reportOn(end);
-    const std::vector<double> x = s_.coreOf(end.x);
+    const std::vector<double> x = s_.coreOf(end.x), slopes = s_.centralSlopes(end);
     std::vector<std::size_t> free;
     std::vector<double> step, slope;
     for (std::size_t i = 0; i < x.size(); ++i) {
@@ -135,7 +134,7 @@ class Automatic {
       const double by = tuning::bendStep * c_.half(i);
       free.push_back(i);
       step.push_back(x[i] + 2 * by <= c_.upper[i] ? by : -by);
-      slope.push_back(s_.slopes()[i] * step.back() / c_.half(i));
+      slope.push_back(slopes[i] * step.back() / c_.half(i));
     }
     // The square of an equality bends what it holds in place, and nothing else.
     const auto augmented = [this](const std::vector<double>& point) {

@@ -23,7 +23,7 @@ struct GradientPass {
   }
 };
 
-/// The step is in units of half the distances of the sides. It leads into the box, or, where points
+/// The step, of either sign, is in units of half the distances of the sides. It leads into the box, or, where points
 /// are remembered and may lie outside, to where the methods look as well. May throw EndSolve.
 inline GradientPass gradientPass(const CoreProblem& c, Evaluator& evaluator, const Design& design,
                                  double step, bool keepInside) {
@@ -46,7 +46,8 @@ inline GradientPass gradientPass(const CoreProblem& c, Evaluator& evaluator, con
     std::vector<double> x = p.x;
     const double size = step * c.half(i);
     const bool mayLeave = evaluator.remembers() && !keepInside;
-    x[i] = mayLeave || p.x[i] + size <= c.upper[i] ? p.x[i] + size : p.x[i] - size;
+    const double to = p.x[i] + size;
+    x[i] = mayLeave || (to <= c.upper[i] && to >= c.lower[i]) ? to : p.x[i] - size;
     stepped.push_back(i);
     steps.push_back((x[i] - p.x[i]) / c.half(i));
     points.insert(points.end(), x.begin(), x.end());

@@ -184,6 +184,20 @@ class Stages {
   /// Its derivatives there, half a range being the unit.
   const std::vector<double>& slopes() const { return slopes_; }
 
+  /// The same from both sides, without what the curvature adds to one of them.
+  std::vector<double> centralSlopes(const Design& design) {
+    reportOn(design);
+    const GradientPass back = gradientPass(core_, evaluator_, design, -step_, o_.keepInside);
+    std::vector<double> central = slopes_;
+    for (std::size_t i = 0; i < central.size(); ++i) {
+      double slope = 0;
+      for (std::size_t r = 0; r < multipliers_.size(); ++r)
+        if (multipliers_[r] != 0) slope += multipliers_[r] * back.G[r * central.size() + i];
+      central[i] = (central[i] + slope) / 2;
+    }
+    return central;
+  }
+
   const Description& description() const { return d_; }
   const Options& options() const { return o_; }
   const CoreProblem& core() const { return core_; }
