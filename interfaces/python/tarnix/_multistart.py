@@ -151,7 +151,8 @@ def _box(problem: Problem, points: Array) -> Array:
 
 def _solve_from(problem: Problem, analysis: Callable[..., Any], gradient: Any, start: List[float],
                 options: Dict[str, Any]) -> Result:
-    return problem.solve(analysis, gradient, start=start, **{"effort": 0, **options})
+    chosen: Dict[str, Any] = {"effort": 0, **options}  # the other starts are further ones
+    return problem.solve(analysis, gradient, start=start, **chosen)
 
 
 def _solves(executor: Any, jobs: List[Any]) -> Generator[Result, None, None]:
