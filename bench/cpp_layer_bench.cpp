@@ -133,12 +133,15 @@ void BM_two_threads(benchmark::State& state, const char* name) {
 }
 
 const bool registered = [] {
-  benchmark::RegisterBenchmark("two_threads/speed_reducer", [](benchmark::State& state) {
-    BM_two_threads(state, "speed_reducer");
-  })->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(15);
-  for (const char* name : {"welded_beam", "HS106", "speed_reducer", "ten_bar_truss",
-                           "rosen_suzuki_52", "rosen_suzuki_92", "chained_rosenbrock_50",
-                           "segments_100"})
+  benchmark::RegisterBenchmark(
+      "two_threads/speed_reducer",
+      [](benchmark::State& state) { BM_two_threads(state, "speed_reducer"); })
+      ->UseManualTime()
+      ->Unit(benchmark::kMillisecond)
+      ->Iterations(15);
+  for (const char* name :
+       {"welded_beam", "HS106", "speed_reducer", "ten_bar_truss", "rosen_suzuki_52",
+        "rosen_suzuki_92", "chained_rosenbrock_50", "segments_100"})
     for (const bool limits : {false, true})
       benchmark::RegisterBenchmark((std::string(name) + (limits ? "/limits" : "")).c_str(),
                                    [=](benchmark::State& state) { BM_layer(state, name, limits); })

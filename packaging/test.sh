@@ -205,7 +205,8 @@ if [[ " $PACKAGES " == *" tools "* ]]; then
   tarnix=$root/usr/bin/tarnix
   equal "version" "tarnix $VERSION" "$("$tarnix" --version)"
   options() { grep -oE -- '--[a-z-]+' | sort -u; }
-  equal "options in tarnix(1)" "$(for command in '' init check solve run resume report probe sweep doe table; do
+  commands=('' init check solve run resume report probe sweep doe table)
+  equal "options in tarnix(1)" "$(for command in "${commands[@]}"; do
     "$tarnix" $command --help | sed '/^First steps/,$d'
   done | options)" "$(zcat "$pages/man1/tarnix.1.gz" | sed 's/\\-/-/g' | options)"
   keys=$(sed -n '/^## The problem file/,/^- /p' interfaces/cli/README.md | grep '^|' |

@@ -93,6 +93,7 @@ while IFS=';' read -r name cxx cc options runner; do
   differing=$(diff "$reference" "$work/list" | grep -c '^>' || true)
   if [[ $same != same && $name != *x87* ]]; then failed=1; fi
   printf '| %-27s | %-40s | %-14s | %-22s |\n' "$name" \
-    "$("$cxx" --version | head -1 | cut -c1-40)" "$same" "$differing of $(wc -l <"$reference") solves differ"
+    "$("$cxx" --version | head -1 | cut -c1-40)" "$same" \
+    "$differing of $(wc -l <"$reference") solves differ"
 done <<<"$rows"
 exit $failed

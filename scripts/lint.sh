@@ -88,7 +88,7 @@ check_spelling() {
   have codespell || { skip spelling codespell && return 0; }
   # Names in code, and misspellings that tests ask for.
   files ':!:*.svg' | xargs codespell --builtin clear,rare \
-    --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,sovle,ue,inout
+    --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,heigth,sovle,ue,inout
 }
 
 checks=("$@")

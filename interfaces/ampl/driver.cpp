@@ -98,16 +98,11 @@ bool allFinite(const std::vector<double>& values) {
 
 int limitCode(Reason reason) {
   switch (reason) {
-    case Reason::iterationLimit:
-      return 400;
-    case Reason::evaluationLimit:
-      return 401;
-    case Reason::timeLimit:
-      return 402;
-    case Reason::stopped:
-      return 403;
-    default:
-      return 0;
+    case Reason::iterationLimit: return 400;
+    case Reason::evaluationLimit: return 401;
+    case Reason::timeLimit: return 402;
+    case Reason::stopped: return 403;
+    default: return 0;
   }
 }
 
@@ -124,26 +119,16 @@ int resultCode(const Result& r) {
 
 const char* inWords(int code) {
   switch (code) {
-    case 0:
-      return "solved";
-    case 100:
-      return "feasible point, not known to be optimal";
-    case 200:
-      return "no feasible point found";
-    case 300:
-      return "unbounded";
-    case 400:
-      return "iteration limit";
-    case 401:
-      return "evaluation limit";
-    case 402:
-      return "time limit";
-    case 403:
-      return "stopped";
-    case 501:
-      return "functions have no value at the start";
-    default:
-      return "the method broke down";
+    case 0: return "solved";
+    case 100: return "feasible point, not known to be optimal";
+    case 200: return "no feasible point found";
+    case 300: return "unbounded";
+    case 400: return "iteration limit";
+    case 401: return "evaluation limit";
+    case 402: return "time limit";
+    case 403: return "stopped";
+    case 501: return "functions have no value at the start";
+    default: return "the method broke down";
   }
 }
 

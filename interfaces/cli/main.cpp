@@ -49,8 +49,8 @@ int main(int argc, char** argv) {
   blockSignals();
   // File names, units and messages of simulators reach a terminal through these.
   PrintableBuffer output(STDOUT_FILENO), errors(STDERR_FILENO);
-  std::streambuf *const plainOutput = std::cout.rdbuf(&output),
-                        *const plainErrors = std::cerr.rdbuf(&errors);
+  std::streambuf *const plainOutput = std::cout.rdbuf(&output), *const plainErrors =
+                                                                    std::cerr.rdbuf(&errors);
   int status = run(argc, argv);
   std::cout.flush();
   if (output.failed()) {

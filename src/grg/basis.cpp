@@ -36,14 +36,9 @@ struct BasisChoice {
       scoreCandidates(c);
       sortCandidates();
       switch (placeRow(c)) {
-        case Placed::accepted:
-          ++r;
-          break;
-        case Placed::junk:
-          dropRow(r);
-          break;
-        case Placed::noStorage:
-          return false;
+        case Placed::accepted: ++r; break;
+        case Placed::junk: dropRow(r); break;
+        case Placed::noStorage: return false;
       }
     }
     basis.fillJacobian(gradients);

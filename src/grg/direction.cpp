@@ -36,14 +36,10 @@ DirectionEnd findDirection(const Subproblem& qp, const Direction& result) {
                    .dl = dl,
                    .du = du},
                   {.d = result.d, .multiplier = result.multiplier, .rows = rows})) {
-    case QpEnd::noSolution:
-      return DirectionEnd::noSolution;
-    case QpEnd::notPositiveDefinite:
-      return DirectionEnd::notPositiveDefinite;
-    case QpEnd::failure:
-      return DirectionEnd::failure;
-    case QpEnd::solved:
-      break;
+    case QpEnd::noSolution: return DirectionEnd::noSolution;
+    case QpEnd::notPositiveDefinite: return DirectionEnd::notPositiveDefinite;
+    case QpEnd::failure: return DirectionEnd::failure;
+    case QpEnd::solved: break;
   }
   return DirectionEnd::solved;
 }

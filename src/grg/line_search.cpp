@@ -179,13 +179,10 @@ bool LineSearch::finished() const {
     return true;
   }
   switch (p.objective.mode) {
-    case violatedInequality:
-      return p.minimized() <= settings->convTol;
+    case violatedInequality: return p.minimized() <= settings->convTol;
     case positiveEquality:
-    case negatedEquality:
-      return std::fabs(p.minimized()) <= settings->convTol;
-    default:
-      return false;
+    case negatedEquality: return std::fabs(p.minimized()) <= settings->convTol;
+    default: return false;
   }
 }
 

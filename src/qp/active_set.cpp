@@ -14,12 +14,9 @@ namespace {
 // a . v for the gradient a of the row; a bound row is a unit vector.
 double rowDot(const QpRows& qp, const Row& row, ConstVector v) {
   switch (row.kind) {
-    case Row::Kind::general:
-      return row.sign * dot(qp.A.column(row.index), v);
-    case Row::Kind::bound:
-      return row.sign * v(row.index);
-    case Row::Kind::none:
-      break;
+    case Row::Kind::general: return row.sign * dot(qp.A.column(row.index), v);
+    case Row::Kind::bound: return row.sign * v(row.index);
+    case Row::Kind::none: break;
   }
   return 0.0;
 }

@@ -105,17 +105,10 @@ void QPSOLV(const int32_t* n, const int32_t* m, const int32_t* m1, const double*
                           .dl = {dl, nv},
                           .du = {du, nv}};
   switch (solveQp(problem, {.d = {d, nv}, .multiplier = {XLAG, nv}, .rows = {IACT, *nact}})) {
-    case QpEnd::solved:
-      break;
-    case QpEnd::noSolution:
-      *noSolution = logicalTrue;
-      break;
-    case QpEnd::notPositiveDefinite:
-      *notPosDef = logicalTrue;
-      break;
-    case QpEnd::failure:
-      *failure = logicalTrue;
-      break;
+    case QpEnd::solved: break;
+    case QpEnd::noSolution: *noSolution = logicalTrue; break;
+    case QpEnd::notPositiveDefinite: *notPosDef = logicalTrue; break;
+    case QpEnd::failure: *failure = logicalTrue; break;
   }
 }
 

@@ -137,14 +137,10 @@ class SqpIteration {
       end = solveModel();
     }
     switch (end) {
-      case QpEnd::noSolution:
-        return SqpEnd::noQpSolution;
-      case QpEnd::notPositiveDefinite:
-        return SqpEnd::hessianNotPositiveDefinite;
-      case QpEnd::failure:
-        return SqpEnd::qpFailure;
-      case QpEnd::solved:
-        break;
+      case QpEnd::noSolution: return SqpEnd::noQpSolution;
+      case QpEnd::notPositiveDefinite: return SqpEnd::hessianNotPositiveDefinite;
+      case QpEnd::failure: return SqpEnd::qpFailure;
+      case QpEnd::solved: break;
     }
     scatterMultipliers();
     if (tracing(2)) trace::vector("Search Direction", a.d);

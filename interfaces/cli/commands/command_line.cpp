@@ -211,9 +211,9 @@ class CommandLine {
   }
 
   void addSweep() {
-    CLI::App* sub =
-        withFile("sweep", "Solve with a key of the file at several values",
-                 [this] { return commandSweep(arguments, over, studyOptions(), json); });
+    CLI::App* sub = withFile("sweep", "Solve with a key of the file at several values", [this] {
+      return commandSweep(arguments, over, studyOptions(), json);
+    });
     sub->add_option("--over", over,
                     "NAME.KEY=FROM:TO:COUNT, or NAME.KEY=A,B,C; twice for a map of two keys")
         ->allow_extra_args(false)

@@ -50,8 +50,8 @@ int commandRun(const ProblemArguments& arguments, const std::string& at) {
   std::filesystem::path directory;
   if (setup.simulator) {
     setup.simulator->open(places.runs / "single");
-    record = Evaluations(problem, *setup.model, setup.simulator.get(), nullptr, 1)
-                 .repeat(x, directory);
+    record =
+        Evaluations(problem, *setup.model, setup.simulator.get(), nullptr, 1).repeat(x, directory);
     if (!record.failed.empty())
       throw Failure(exitEvaluation, record.failed + "; see " + directory.string());
   } else {

@@ -7,8 +7,8 @@ namespace tarnix::cli {
 
 int commandSolve(const ProblemArguments& arguments, const SolveOptions& options, bool json) {
   const Places places(arguments.file, arguments.output);
-  Setup setup(arguments.file, options.resume ? goOnWith(places, arguments.overrides)
-                                             : arguments.overrides);
+  Setup setup(arguments.file,
+              options.resume ? goOnWith(places, arguments.overrides) : arguments.overrides);
   moveStart(setup, places, arguments.start);
   int exitCode = exitInternal;
   const Outcome outcome = solve(setup, places, options, exitCode);

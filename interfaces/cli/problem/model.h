@@ -51,7 +51,7 @@ class Model {
   std::size_t quantitiesBegin, resultsBegin;  // in slots; variables are first
   std::vector<std::string> names;
   std::vector<double> slots;
-  std::vector<bool> used;  // by an expression, as slots
+  std::vector<bool> used;           // by an expression, as slots
   std::vector<Formula> quantities;  // as in the problem
   std::vector<std::size_t> order;   // in which they are evaluated
   std::vector<Formula> outputs;

@@ -21,7 +21,7 @@ struct VariableEntry {
   double upper = 0;
   int line = 0;
   std::optional<double> differenceStep{};  // of its own, in units of half its range
-  std::vector<double> catalogue{};  // the values that it may take, rising; empty: all
+  std::vector<double> catalogue{};         // the values that it may take, rising; empty: all
 };
 
 struct Expression {

@@ -43,8 +43,7 @@ std::string trimmed(const std::string& text) {
 }  // namespace
 
 TextTemplate::TextTemplate(const std::string& text, const std::vector<std::string>& numbers,
-                           const std::vector<std::string>& texts, const Complain& complain,
-                           Kind k)
+                           const std::vector<std::string>& texts, const Complain& complain, Kind k)
     : numberCount(numbers.size()), kind(k) {
   std::vector<std::string> names = numbers;
   names.insert(names.end(), texts.begin(), texts.end());
@@ -66,8 +65,9 @@ TextTemplate::TextTemplate(const std::string& text, const std::vector<std::strin
     }
     const std::size_t close = text.find("}}", open);
     if (close == std::string::npos || close > text.find('\n', open)) {
-      complain(line, "'{{' without '}}' in the same line; two braces that mean nothing are written "
-                     "{{{{");
+      complain(line,
+               "'{{' without '}}' in the same line; two braces that mean nothing are written "
+               "{{{{");
       break;
     }
     readPlace(text.substr(open + 2, close - open - 2), names, line, complain, part);
@@ -91,8 +91,8 @@ void TextTemplate::readPlace(std::string inner, const std::vector<std::string>& 
   if (place == names.end())
     complain(line, "unknown name '" + clipped(name) + "' in {{ }}" + suggestion(name, names));
   else if (!part.format.empty() && !soundFormat(part.format))
-    complain(line, "format '" + clipped(part.format) + "' of '" + name +
-                       "' is not like %12.5e or %.17g");
+    complain(line,
+             "format '" + clipped(part.format) + "' of '" + name + "' is not like %12.5e or %.17g");
   else
     part.index = static_cast<std::size_t>(place - names.begin());
 }

@@ -29,10 +29,10 @@ class TextTemplate {
  private:
   enum class Quote { none, single, twice };
   struct Part {
-    std::string literal;         // what stands before the place
+    std::string literal;                               // what stands before the place
     std::size_t index = static_cast<std::size_t>(-1);  // of the value; none for the last part
     std::string format;
-    Quote quote = Quote::none;   // of the shell, where the place stands
+    Quote quote = Quote::none;  // of the shell, where the place stands
   };
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
 

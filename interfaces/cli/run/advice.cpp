@@ -63,16 +63,12 @@ class Advice {
         say("From here no step reduces the violation: the limits may contradict each other within "
             "these bounds, or another start is needed.");
         break;
-      case Reason::breakdown:
-        say("The method broke down: " + result.meaning + ".");
-        break;
+      case Reason::breakdown: say("The method broke down: " + result.meaning + "."); break;
       case Reason::iterationLimit:
         say("Raise max_iterations in [options], or go on from here with 'tarnix solve --start "
             "best'.");
         return;
-      default:
-        say("Go on from here with 'tarnix solve --start best'.");
-        return;
+      default: say("Go on from here with 'tarnix solve --start best'."); return;
     }
     tellWhatToTry();
   }

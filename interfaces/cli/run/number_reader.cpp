@@ -10,8 +10,12 @@ namespace tarnix::cli {
 
 namespace {
 
-bool digit(char c) { return c >= '0' && c <= '9'; }
-bool blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+bool digit(char c) {
+  return c >= '0' && c <= '9';
+}
+bool blank(char c) {
+  return c == ' ' || c == '\t' || c == '\r';
+}
 
 class Scanner {
  public:
@@ -42,8 +46,10 @@ class Scanner {
     while (place < text.size() && blank(text[place])) ++place;
   }
   void sign() {
-    if (at('+')) ++place;
-    else if (at('-')) take();
+    if (at('+'))
+      ++place;
+    else if (at('-'))
+      take();
   }
   std::size_t digits() {
     const std::size_t begin = place;
@@ -59,10 +65,12 @@ class Scanner {
   }
   // With a letter, or with a sign alone, as Fortran writes exponents of three digits.
   bool exponent() {
-    const bool letter = place < text.size() && std::string_view("eEdD").find(text[place]) !=
-                                                   std::string_view::npos;
-    if (letter) ++place;
-    else if (!at('+') && !at('-')) return true;
+    const bool letter =
+        place < text.size() && std::string_view("eEdD").find(text[place]) != std::string_view::npos;
+    if (letter)
+      ++place;
+    else if (!at('+') && !at('-'))
+      return true;
     plain += 'e';
     if (at('+') || at('-')) take();
     return digits() > 0;

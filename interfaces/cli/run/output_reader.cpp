@@ -173,8 +173,7 @@ void OutputReader::Found::take(const ResultEntry& entry, std::string_view match)
   if (spoiled) return;
   double number = 0;
   switch (entry.pick) {
-    case Pick::last:
-      break;
+    case Pick::last: break;
     case Pick::first:
       if (count > 1) return;
       break;
@@ -282,14 +281,11 @@ double OutputReader::valueOf(const Rule& rule, const Found& found, std::string& 
   double value = 0;
   const std::string shown = "'" + printable(clipped(*found.text, 40)) + "'";
   switch (readNumber(*found.text, value)) {
-    case NumberFault::none:
-      break;
+    case NumberFault::none: break;
     case NumberFault::notANumber:
       reason = result + ": " + shown + " in " + where + " is not a number";
       break;
-    case NumberFault::notFinite:
-      reason = result + " is not finite: " + shown;
-      break;
+    case NumberFault::notFinite: reason = result + " is not finite: " + shown; break;
     case NumberFault::decimalComma:
       reason = result + ": " + shown + " in " + where +
                " has a decimal comma; have the program write a point, for instance with "

@@ -328,8 +328,7 @@ Simulator::Preview Simulator::preview(std::span<const double> x) {
   result.words = commandWords(numbers, names);
   if (!result.words.empty()) result.words[0] = command.program.string();
   for (const Filled& file : templates)
-    result.files.push_back(
-        {file.to, file.text.filled(numbers, names), file.text.placeLines()});
+    result.files.push_back({file.to, file.text.filled(numbers, names), file.text.placeLines()});
   for (const Filled& variable : environment)
     result.environment.push_back(variable.to + "=" + variable.text.filled(numbers, names));
   return result;

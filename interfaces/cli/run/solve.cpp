@@ -214,8 +214,9 @@ class Solve {
     if (catalogue->budgetEnded) {
       outcome.success = false;
       outcome.reason = "limit of runs or solves";
-      outcome.advice = "This is the best design of the catalogue that was found; raise "
-                       "max_evaluations and go on with 'tarnix resume'.";
+      outcome.advice =
+          "This is the best design of the catalogue that was found; raise "
+          "max_evaluations and go on with 'tarnix resume'.";
     }
   }
 

@@ -5,8 +5,8 @@
 // A problem counts as solved when the result says success and the objective is within 0.1 percent
 // (of 1 where it is smaller than that) of the published one; as wrong when it says success and the
 // objective is not. --list shows every problem that some method did not solve. --gradients gives
-// all derivatives to the layer, to about ten digits: extrapolated central differences. error: median
-// of the relative error of the objective over the solved ones.
+// all derivatives to the layer, to about ten digits: extrapolated central differences. error:
+// median of the relative error of the objective over the solved ones.
 //
 // Ends with 1 when the automatic method does not solve more than either of the others, or leaves a
 // problem without a feasible point; and when what a result says about feasibility is not what the
@@ -86,9 +86,12 @@ int main(int argc, char** argv) {
   tarnix::Options options;
   int given = 0;
   for (int i = 1; i < argc; ++i) {
-    if (std::string(argv[i]) == "--list") list = true;
-    else if (std::string(argv[i]) == "--gradients") derivatives = true;
-    else (given++ == 0 ? options.tolerance : options.differenceStep) = std::atof(argv[i]);
+    if (std::string(argv[i]) == "--list")
+      list = true;
+    else if (std::string(argv[i]) == "--gradients")
+      derivatives = true;
+    else
+      (given++ == 0 ? options.tolerance : options.differenceStep) = std::atof(argv[i]);
   }
   options.report = false;
   const tarnix::Method methods[] = {tarnix::Method::sqp, tarnix::Method::grg,
@@ -101,8 +104,7 @@ int main(int argc, char** argv) {
     for (int k = 0; k < 3; ++k) {
       options.method = methods[k];
       const tarnix::Result r = solve(p, derivatives, options);
-      const bool feasible =
-          problemViolation(&p, r.point.x.data(), nullptr) <= options.tolerance;
+      const bool feasible = problemViolation(&p, r.point.x.data(), nullptr) <= options.tolerance;
       honest = honest && r.feasible == feasible && (feasible || !r.success);
       const double difference = r.objective() - p.fBest;
       const bool right = std::abs(difference) <= 1e-3 * std::fmax(1.0, std::abs(p.fBest));
@@ -115,8 +117,10 @@ int main(int argc, char** argv) {
       all = all && r.success && right;
       char text[120];
       std::snprintf(text, sizeof text, " | %-6s %4d %d st %9.1e viol %7.1e %6ld",
-                    !r.success ? "no" : right ? "solved" : "wrong", r.status,
-                    static_cast<int>(r.stages.size()), difference, r.point.violation,
+                    !r.success ? "no"
+                    : right    ? "solved"
+                               : "wrong",
+                    r.status, static_cast<int>(r.stages.size()), difference, r.point.violation,
                     static_cast<long>(r.evaluations));
       line += text;
     }

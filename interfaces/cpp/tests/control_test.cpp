@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <tarnix/session.h>
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <random>
-#include <tarnix/session.h>
 #include <tarnix/cpp/detail/evaluator.hpp>
 #include <tarnix/tarnix.hpp>
 #include <thread>
@@ -43,12 +43,14 @@ Options withMethod(Method method) {
 // Everything a C host may have set or can read.
 std::vector<double> settingsNow() {
   const VRK_Settings& s = VRK_settings;
+  // clang-format off
   return {double(s.intStorageCapacity), double(s.dblStorageCapacity), double(s.intStorageUsed),
           double(s.dblStorageUsed), double(s.diffMethod), double(s.nGradEval),
           double(s.stopRequest), double(s.nNewton1), double(s.nNewton2), s.grgParam1,
           s.grgSearchParam1, s.grgSearchParam2, double(s.printLevel), s.maxStepNorm,
           double(s.errorFlag), double(s.nFunEval), double(s.nIter), s.zeroTol, s.bigValue,
           s.convTolGrg, s.convTol, s.diffPert};
+  // clang-format on
 }
 
 struct Failure {

@@ -14,8 +14,8 @@ using namespace tarnix;
 
 namespace {
 
-// A problem with its optimum in a corner of the box and on a curve, so that differences leave the box:
-// minimize (x-2)^2 + (y+1)^2 + exp(z/4) + 0.1 (w-1)^2 with x w + z^2 <= 3 and 1 <= y + w <= 4.
+// A problem with its optimum in a corner of the box and on a curve, so that differences leave the
+// box: minimize (x-2)^2 + (y+1)^2 + exp(z/4) + 0.1 (w-1)^2 with x w + z^2 <= 3 and 1 <= y + w <= 4.
 struct Case {
   Case() {
     problem.variables("x", {0.5, 0.5, 1, 1.5}, {0, 0, -1, -3}, {1.5, 1, 2, 3});
@@ -152,8 +152,8 @@ TEST(Passes, EndWhereAStopIsRequested) {
       if (++calls == 9) options.stop->request();
     };
     options.threads = 3;
-    const Result r = threads ? c.problem.solve(oneByOne, options)
-                             : c.problem.solve(manyAtOnce, options);
+    const Result r =
+        threads ? c.problem.solve(oneByOne, options) : c.problem.solve(manyAtOnce, options);
     EXPECT_EQ(r.reason, Reason::stopped);
     EXPECT_EQ(r.evaluations, threads ? calls.load() : evaluated);
     EXPECT_LE(r.evaluations, threads ? 9 + 2 : 9);  // what other threads had begun is finished
@@ -208,20 +208,20 @@ TEST(Derivatives, TakeThePlaceOfDifferences) {
       const Result r = m.p.solve(analysis, gradient, options);
       ASSERT_TRUE(r.success) << r.summary();
       EXPECT_NEAR(r[m.value], differences[m.value], 1e-6);
-      for (std::size_t i = 0; i < 4; ++i)
-        EXPECT_NEAR(r.point.x[i], differences.point.x[i], 1e-3);
+      for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(r.point.x[i], differences.point.x[i], 1e-3);
       ASSERT_TRUE(r.report && differences.report);
       EXPECT_LT(r.report->optimality, 1e-3);
       ASSERT_EQ(r.report->active.size(), differences.report->active.size());
       for (std::size_t k = 0; k < r.report->active.size(); ++k)
         EXPECT_NEAR(r.report->active[k].multiplier, differences.report->active[k].multiplier, 1e-2);
       // A variable is stepped while a derivative by it is missing. The check takes 6.
-      EXPECT_LT(r.evaluations - 6, whole ? differences.evaluations * 2 / 3
-                                         : differences.evaluations + 6);
+      EXPECT_LT(r.evaluations - 6,
+                whole ? differences.evaluations * 2 / 3 : differences.evaluations + 6);
     }
     // Nothing given: as without the callable, but for the check's own evaluations.
     options.checkGradients = false;
-    const Result nothing = m.p.solve(analysis, [](const Point&, Gradients&) {}, options);
+    const Result nothing = m.p.solve(
+        analysis, [](const Point&, Gradients&) {}, options);
     EXPECT_EQ(nothing.point.x, differences.point.x);
     EXPECT_EQ(nothing.evaluations, differences.evaluations);
   }
@@ -255,7 +255,9 @@ TEST(Derivatives, ThatAreWrongAreNamedBeforeTheSolve) {
   });
   ASSERT_EQ(named.size(), 2u);
   EXPECT_NE(named[0].find("'product' by 'y' is given as 0.505, central differences at the start "
-                          "give 0.5"), std::string::npos) << named[0];
+                          "give 0.5"),
+            std::string::npos)
+      << named[0];
   EXPECT_NE(named[1].find("'sum' by 'x' is given as -1, "), std::string::npos) << named[1];
 }
 

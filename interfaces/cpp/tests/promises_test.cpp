@@ -78,8 +78,8 @@ TEST(Promises, EvaluationsStayInTheBoxAndResultsAreFinite) {
   }
 }
 
-// w/(h - 1) >= 2 has a pole where the objective w + 3h wants to be: there is no optimum, and a method
-// that stands still before it has not found one.
+// w/(h - 1) >= 2 has a pole where the objective w + 3h wants to be: there is no optimum, and a
+// method that stands still before it has not found one.
 TEST(Promises, AStandstillIsASuccessAtStationaryPointsOnly) {
   for (const double start : {1.0, 1.5, 3.0})
     for (const Method method : {Method::sqp, Method::grg, Method::automatic}) {

@@ -2,13 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <tarnix/routines.h>
 #include <algorithm>
 #include <cmath>
 #include <functional>
 #include <limits>
 #include <memory>
 #include <string>
-#include <tarnix/routines.h>
 #include <tarnix/tarnix.hpp>
 #include <vector>
 
@@ -50,17 +50,17 @@ TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
       {"constraint 'g' needs finite limits", [](auto& p, auto&) { p.atLeast("g", -infinite); }},
       {"constraint 'g' needs finite limits", [](auto& p, auto&) { p.between("g", 0, infinite); }},
       {"constraint 'g' has crossed limits: lower 2", [](auto& p, auto&) { p.between("g", 2, 1); }},
-      {"constraint 'g' needs a finite positive scale",
-       [](auto& p, auto&) { p.equal("g", 1, 0); }},
+      {"constraint 'g' needs a finite positive scale", [](auto& p, auto&) { p.equal("g", 1, 0); }},
       {"option 'start' has 2 values, the problem has 1 variables",
-       [](auto&, auto& o) { o.start = {0.5, 0.5}; }},
+       [](auto&, auto& o) {
+         o.start = {0.5, 0.5};
+       }},
       {"option 'tolerance' has to be", [](auto&, auto& o) { o.tolerance = 0; }},
       {"option 'differenceStep' has to be", [](auto&, auto& o) { o.differenceStep = nan; }},
       {"option 'maxIterations' has to be", [](auto&, auto& o) { o.maxIterations = 0; }},
       {"option 'threads' has to be", [](auto&, auto& o) { o.threads = 0; }},
       {"option 'maxEvaluations' has to be", [](auto&, auto& o) { o.maxEvaluations = 0; }},
-      {"option 'maxTime' has to be",
-       [](auto&, auto& o) { o.maxTime = std::chrono::seconds(-1); }},
+      {"option 'maxTime' has to be", [](auto&, auto& o) { o.maxTime = std::chrono::seconds(-1); }},
       {"option 'target' has to be", [](auto&, auto& o) { o.target = nan; }},
   };
   for (const Refusal& refusal : refusals) {
@@ -158,7 +158,9 @@ TEST(Validation, StatesTheNumberOfConstraintsThatFit) {
 
 // ---- callables ---------------------------------------------------------------------------------
 
-void parabola(const Point& x, Values& v) { v[0] = (x[0] - 0.25) * (x[0] - 0.25); }
+void parabola(const Point& x, Values& v) {
+  v[0] = (x[0] - 0.25) * (x[0] - 0.25);
+}
 
 TEST(Callables, OfAnyKindAreReferredTo) {
   Problem p;

@@ -14,7 +14,9 @@ namespace {
 
 constexpr double infinite = std::numeric_limits<double>::infinity();
 
-double square(double v) { return v * v; }
+double square(double v) {
+  return v * v;
+}
 
 struct Classic {
   const char* name;
@@ -25,6 +27,7 @@ struct Classic {
   std::vector<double> lower = {}, upper = {};
 };
 
+// clang-format off
 const Classic classics[] = {
     {"Rosenbrock", {-1.2, 1}, {1, 1}, 0, 0, 0,
      [](const Point& x, Values& v) { v[0] = 100 * square(x[1] - x[0] * x[0]) + square(1 - x[0]); }},
@@ -72,10 +75,13 @@ const Classic classics[] = {
      },
      {0, 0, 0}, {infinite, infinite, infinite}},
     {"far away", {0, 0}, {5000, -300}, 7, 0, 0,
-     [](const Point& x, Values& v) { v[0] = 7 + square(x[0] / 1000 - 5) + square(x[1] / 100 + 3); }},
+     [](const Point& x, Values& v) {
+       v[0] = 7 + square(x[0] / 1000 - 5) + square(x[1] / 100 + 3);
+     }},
     {"from far away", {4000, 4000}, {0.5, -0.25}, 0, 0, 0,
      [](const Point& x, Values& v) { v[0] = square(x[0] - 0.5) + square(x[1] + 0.25); }},
 };
+// clang-format on
 
 Problem describe(const Classic& c) {
   Problem p;

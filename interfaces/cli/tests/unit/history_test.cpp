@@ -53,9 +53,12 @@ bool sameBits(const std::vector<double>& a, const std::vector<double>& b) {
 
 TEST_F(HistoryTest, EveryNumberComesBackToTheBit) {
   const double infinity = std::numeric_limits<double>::infinity();
-  const std::vector<std::vector<double>> pairs{
-      {0.1, 1.0 / 3}, {-0.0, 0.0}, {5e-324, 1.7976931348623157e308}, {1e22, 123456789012345678.0},
-      {infinity, -infinity}, {std::numeric_limits<double>::quiet_NaN(), 2}};
+  const std::vector<std::vector<double>> pairs{{0.1, 1.0 / 3},
+                                               {-0.0, 0.0},
+                                               {5e-324, 1.7976931348623157e308},
+                                               {1e22, 123456789012345678.0},
+                                               {infinity, -infinity},
+                                               {std::numeric_limits<double>::quiet_NaN(), 2}};
   std::vector<Record> records;
   for (const auto& pair : pairs) records.push_back({0, pair, {}, pair, {}, 0});
   write(records);

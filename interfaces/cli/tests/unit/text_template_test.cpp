@@ -75,8 +75,8 @@ TEST(TextTemplate, ShellTextsHoldAnyDirectoryAsOneWord) {
   };
   for (const ShellFilling& c : cases) {
     SCOPED_TRACE(c.text);
-    const TextTemplate text(c.text, {"x"}, {"dir"}, [](int, const std::string&) {},
-                            TextTemplate::Kind::shell);
+    const TextTemplate text(
+        c.text, {"x"}, {"dir"}, [](int, const std::string&) {}, TextTemplate::Kind::shell);
     const double numbers[] = {1};
     const std::string texts[] = {"d; touch X # it's $HOME"};
     EXPECT_EQ(text.filled(numbers, texts), c.filled);

@@ -16,12 +16,12 @@ TEST(Printable, NothingReachesATerminalButText) {
   const Case cases[] = {
       {"mm\u00b2 \u4e2d \U0001f600", "mm\u00b2 \u4e2d \U0001f600"},
       {"\x1b[2Jred", "?[2Jred"},
-      {"\u009b2J", "?2J"},                // C1
-      {"a\u202etxt.exe", "a?txt.exe"},    // turns the direction
+      {"\u009b2J", "?2J"},              // C1
+      {"a\u202etxt.exe", "a?txt.exe"},  // turns the direction
       {"\u2066x\u200fy\ufeff", "?x?y?"},
-      {"\xff\xc0\xaf", "???"},           // never UTF-8
-      {"\xe2\x82", "??"},                // cut short
-      {"\xed\xa0\x80", "?"},           // half of a pair
+      {"\xff\xc0\xaf", "???"},  // never UTF-8
+      {"\xe2\x82", "??"},       // cut short
+      {"\xed\xa0\x80", "?"},    // half of a pair
       {"a\rb\x7f\b", "a?b??"},
   };
   for (const Case& c : cases) EXPECT_EQ(printable(c.text), c.printed);

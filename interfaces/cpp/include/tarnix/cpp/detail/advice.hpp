@@ -6,9 +6,9 @@
 #include <cstdint>
 #include <string>
 
-#include "evaluator.hpp"
 #include "../options.hpp"
 #include "../result.hpp"
+#include "evaluator.hpp"
 #include "text.hpp"
 
 namespace tarnix::detail {
@@ -23,8 +23,10 @@ class Advice {
     tellNotFinite();
     tellNoise();
     tellConflict();
-    if (r_.success) tellStandstill();
-    else if (!r_.conflict) tellWhatToTry();
+    if (r_.success)
+      tellStandstill();
+    else if (!r_.conflict)
+      tellWhatToTry();
     return text_;
   }
 
@@ -104,8 +106,8 @@ class Advice {
   }
 
   void tellStandstill() {
-    const bool converged = r_.method == Method::sqp ? r_.status == VRK_SQP_CONVERGED
-                                                    : r_.status == VRK_GRG_CONVERGED;
+    const bool converged =
+        r_.method == Method::sqp ? r_.status == VRK_SQP_CONVERGED : r_.status == VRK_GRG_CONVERGED;
     if (r_.reason != Reason::finished || converged || r_.status == 0) return;
     say("The method came to a standstill rather than to its test of convergence.");
     say(o_.method == Method::automatic
@@ -124,9 +126,7 @@ class Advice {
         say("From there no step reduces the violation: the constraints may contradict each other "
             "in these bounds, or another start is needed.");
         break;
-      case Reason::breakdown:
-        say("The method broke down: " + r_.meaning + ".");
-        break;
+      case Reason::breakdown: say("The method broke down: " + r_.meaning + "."); break;
       case Reason::iterationLimit:
         say("The limit of " + std::to_string(o_.maxIterations) +
             " iterations was reached: go on from this point (option start), or raise "

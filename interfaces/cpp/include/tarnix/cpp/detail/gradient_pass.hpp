@@ -23,8 +23,9 @@ struct GradientPass {
   }
 };
 
-/// The step, of either sign, is in units of half the distances of the sides. It leads into the box, or, where points
-/// are remembered and may lie outside, to where the methods look as well. May throw EndSolve.
+/// The step, of either sign, is in units of half the distances of the sides. It leads into the box,
+/// or, where points are remembered and may lie outside, to where the methods look as well. May
+/// throw EndSolve.
 inline GradientPass gradientPass(const CoreProblem& c, Evaluator& evaluator, const Design& design,
                                  double step, bool keepInside) {
   GradientPass p;

@@ -85,9 +85,8 @@ TARNIX_INLINE std::vector<Variable> Problem::variables(const std::string& prefix
                                                        const std::vector<double>& lower,
                                                        const std::vector<double>& upper) {
   if (lower.size() != starts.size() || upper.size() != starts.size())
-    throw InvalidProblem({{prefix, "variables '" + prefix + "': " +
-                                       std::to_string(starts.size()) + " starts, " +
-                                       std::to_string(lower.size()) + " lower and " +
+    throw InvalidProblem({{prefix, "variables '" + prefix + "': " + std::to_string(starts.size()) +
+                                       " starts, " + std::to_string(lower.size()) + " lower and " +
                                        std::to_string(upper.size()) + " upper bounds"}});
   std::vector<Variable> handles;
   for (std::size_t i = 0; i < starts.size(); ++i)
@@ -138,7 +137,9 @@ TARNIX_INLINE Function Problem::equal(std::string name, double value, double sca
 TARNIX_INLINE std::vector<Issue> Problem::check(const Options& options) const {
   return detail::Validation(*d_, options).run();
 }
-TARNIX_INLINE std::vector<Issue> Problem::check() const { return check(Options{}); }
+TARNIX_INLINE std::vector<Issue> Problem::check() const {
+  return check(Options{});
+}
 
 TARNIX_INLINE Result Problem::solve(Analysis analysis, Gradient gradient,
                                     const Options& options) const {
@@ -168,8 +169,12 @@ TARNIX_INLINE Result& Result::operator=(const Result&) = default;
 TARNIX_INLINE Result& Result::operator=(Result&&) noexcept = default;
 TARNIX_INLINE Result::~Result() = default;
 
-TARNIX_INLINE double Result::operator[](Variable v) const { return point.x.at(v.index); }
-TARNIX_INLINE double Result::operator[](Function f) const { return point.values.at(f.index); }
+TARNIX_INLINE double Result::operator[](Variable v) const {
+  return point.x.at(v.index);
+}
+TARNIX_INLINE double Result::operator[](Function f) const {
+  return point.values.at(f.index);
+}
 TARNIX_INLINE WarmStart Result::warm() const {
   WarmStart w;
   w.x = point.x;

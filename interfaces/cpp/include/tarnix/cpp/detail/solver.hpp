@@ -43,10 +43,10 @@ class Solver {
 
  private:
   void runAutomatic() {
-    Automatic automatic(stages_, [](const Problem& problem, const Analysis& analysis,
-                                    const Options& options) {
-      return problem.solve(analysis, options);
-    });
+    Automatic automatic(
+        stages_, [](const Problem& problem, const Analysis& analysis, const Options& options) {
+          return problem.solve(analysis, options);
+        });
     automatic.run();
     result_.conflict = automatic.conflict();
   }
@@ -74,8 +74,8 @@ class Solver {
   void checkGradients() {
     std::vector<Issue> issues;
     try {
-      issues = GradientCheck(d_, core_, stages_.step(), evaluator_)
-                   .at(stages_.coreOf(stages_.start()));
+      issues =
+          GradientCheck(d_, core_, stages_.step(), evaluator_).at(stages_.coreOf(stages_.start()));
     } catch (const EndSolve&) {
       // A limit: the first stage meets it as well.
     }
@@ -99,12 +99,11 @@ class Solver {
     result_.reason = cut ? last.reason : chosen->reason;
     result_.feasible = evaluator_.feasible(result_.point);
     // A sound end that another stage has left behind was none.
-    result_.success = result_.feasible && last.reason != Reason::unbounded &&
-                      !isLimit(result_.reason) &&
-                      std::any_of(result_.stages.begin(), result_.stages.end(),
-                                  [&](const Stage& s) {
-                                    return stages_.proper(s) && !stages_.gain(result_.point, s.end);
-                                  });
+    result_.success =
+        result_.feasible && last.reason != Reason::unbounded && !isLimit(result_.reason) &&
+        std::any_of(result_.stages.begin(), result_.stages.end(), [&](const Stage& s) {
+          return stages_.proper(s) && !stages_.gain(result_.point, s.end);
+        });
     if (o_.report && std::isfinite(result_.point.violation) && core_.n() > 0) makeReport();
     if (evaluator_.best() && evaluator_.feasible(*evaluator_.best()))
       result_.best = evaluator_.best();

@@ -170,22 +170,20 @@ TARNIX_INLINE std::string Result::summary() const {
 
   std::string text = success ? "success: " : feasible ? "feasible, no success: " : "no success: ";
   text += std::string(name(reason)) + "; " + name(method) + ": " + meaning + "\n" + advice + "\n";
-  text += std::to_string(evaluations) + " evaluations, " + std::to_string(iterations) +
-          " iterations\n";
+  text +=
+      std::to_string(evaluations) + " evaluations, " + std::to_string(iterations) + " iterations\n";
   if (stages.size() > 1)
     for (const Stage& s : stages)
-      text += line(std::to_string(s.settings.stage) + " " + name(s.settings.method),
-                   s.end.values[0],
-                   "violation " + number(s.end.violation, 2) + ", " +
-                       std::to_string(s.evaluations) + " evaluations: " +
-                       (s.further ? "further start, " : "") + s.meaning);
+      text +=
+          line(std::to_string(s.settings.stage) + " " + name(s.settings.method), s.end.values[0],
+               "violation " + number(s.end.violation, 2) + ", " + std::to_string(s.evaluations) +
+                   " evaluations: " + (s.further ? "further start, " : "") + s.meaning);
   text += d.maximized ? "maximized\n" : "minimized\n";
   text += line(d.functions[0].name, point.values[0], "");
   text += "variables\n";
   for (std::size_t i = 0; i < d.variables.size(); ++i)
-    text += line(
-        d.variables[i].name, point.x[i],
-        detail::boundsText(d.variables[i], point.x[i], searchLower[i], searchUpper[i]));
+    text += line(d.variables[i].name, point.x[i],
+                 detail::boundsText(d.variables[i], point.x[i], searchLower[i], searchUpper[i]));
   if (d.functions.size() > 1) text += "constraints\n";
   for (std::size_t j = 1; j < d.functions.size(); ++j) {
     std::string rest = detail::limitText(d.functions[j]);

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "evaluator.hpp"
 #include "../options.hpp"
 #include "../problem.hpp"
+#include "evaluator.hpp"
 #include "text.hpp"
 
 namespace tarnix::detail {
@@ -76,8 +76,8 @@ class Validation {
       if (std::isnan(v.lower) || std::isnan(v.upper))
         add(v.name, who + " has a bound that is not a number");
       else if (v.lower > v.upper)
-        add(v.name, who + " has crossed bounds: lower " + number(v.lower) + ", upper " +
-                        number(v.upper));
+        add(v.name,
+            who + " has crossed bounds: lower " + number(v.lower) + ", upper " + number(v.upper));
       else if (std::isinf(v.lower) && v.lower == v.upper)
         add(v.name, who + " is fixed at infinity");
       else if (std::isfinite(v.lower) && std::isfinite(v.upper) &&
@@ -109,16 +109,18 @@ class Validation {
       if ((needsLower && !std::isfinite(f.lower)) || (needsUpper && !std::isfinite(f.upper)))
         add(f.name, who + " needs finite limits");
       else if (f.lower > f.upper)
-        add(f.name, who + " has crossed limits: lower " + number(f.lower) + ", upper " +
-                        number(f.upper));
+        add(f.name,
+            who + " has crossed limits: lower " + number(f.lower) + ", upper " + number(f.upper));
     }
   }
 
   void checkNames() {
     std::unordered_set<std::string_view> seen;
     const auto check = [&](const char* kind, const std::string& name) {
-      if (name.empty()) add(name, std::string("a ") + kind + " has no name");
-      else if (!seen.insert(name).second) add(name, "the name '" + name + "' is used twice");
+      if (name.empty())
+        add(name, std::string("a ") + kind + " has no name");
+      else if (!seen.insert(name).second)
+        add(name, "the name '" + name + "' is used twice");
     };
     for (const auto& v : d_.variables) check("variable", v.name);
     for (std::size_t j = d_.hasObjective ? 0 : 1; j < d_.functions.size(); ++j)
@@ -160,7 +162,8 @@ class Validation {
     };
     const std::string have = std::to_string(m1) + " equalities and " + std::to_string(m2) +
                              " inequalities (a range counts as two) are too many for the work "
-                             "storage: with " + std::to_string(n) + " free variables ";
+                             "storage: with " +
+                             std::to_string(n) + " free variables ";
     if (fit(m1, 0))
       add("", have + "and these equalities, " +
                   std::to_string(largest([&](std::int64_t k) { return fit(m1, k); })) +
