@@ -623,7 +623,7 @@ class OutOfMemory(Case):
         count = sum(codes.values())
         self.assertGreater(count, 40)
         self.assertGreater(codes[5], 0.9 * count, codes)
-        self.assertLessEqual(codes[-signal.SIGABRT], 0.02 * count, codes)
+        self.assertLessEqual(codes[-signal.SIGABRT], 0.06 * count, codes)
 
     def testExpressions(self):
         self.sample(EXAMPLES / "welded_beam.toml", 97)
