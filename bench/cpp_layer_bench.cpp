@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "problems.h"
+#include "describe.hpp"
 
 namespace {
 
@@ -38,16 +38,6 @@ std::int64_t solveByCore(const Problem& p) {
   VRK_sqp(maxIterations, p.n, x.data(), p.lower, p.upper, p.nEq, p.nIneq, p.evaluate, nullptr,
           f.data());
   return VRK_get_nFunEval();
-}
-
-tarnix::Problem describe(const Problem& p) {
-  tarnix::Problem problem;
-  for (int i = 0; i < p.n; ++i)
-    problem.variable("x" + std::to_string(i), p.start[i], p.lower[i], p.upper[i]);
-  problem.minimize("f");
-  for (int i = 0; i < p.nEq; ++i) problem.equal("h" + std::to_string(i), 0);
-  for (int i = 0; i < p.nIneq; ++i) problem.atMost("g" + std::to_string(i), 0);
-  return problem;
 }
 
 // Rounds of the two alternate, and the median of their differences is taken: the machine's other
