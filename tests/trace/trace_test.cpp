@@ -75,16 +75,18 @@ TEST(Trace, MatrixRowsOfSeveralLinesAreSetApart) {
 }
 
 TEST(Trace, MessagesAreBrokenAfterEightyCharacters) {
-  const std::string text = std::string(80, 'a') + std::string(80, 'b') + "cut off";
+  const std::string as(80, 'a');
+  const std::string bs(80, 'b');
+  const std::string text = as + bs + "cut off";
   const struct {
     int32_t count;
     std::string lines;
   } cases[] = {{-5, "\n"},
                {0, "\n"},
                {1, "a\n"},
-               {80, std::string(80, 'a') + "\n"},
-               {81, std::string(80, 'a') + "\nb\n"},
-               {160, std::string(80, 'a') + "\n" + std::string(80, 'b') + "\n"}};
+               {80, as + "\n"},
+               {81, as + "\nb\n"},
+               {160, as + "\n" + bs + "\n"}};
   for (const auto& c : cases)
     EXPECT_EQ(captured([&] { PRTMES(text.c_str(), by(c.count)); }), c.lines);
   EXPECT_EQ(captured([&] {
