@@ -183,12 +183,12 @@ TEST(MultiStart, EndsWithTargetStopAndException) {
   std::atomic<int> calls{0};
   EXPECT_THROW(c.problem.solve(
                    [&](const Point& x, Values& v) {
-                     if (++calls == 100) throw std::runtime_error("licence");
+                     if (++calls >= 100) throw std::runtime_error("licence");
                      Camel::evaluate(x, v);
                    },
                    starts(40, 3)),
                std::runtime_error);
-  EXPECT_LT(calls.load(), 200);
+  EXPECT_LE(calls.load(), 99 + 3) << "each thread ends with the first exception that it sees";
   EXPECT_THROW(c.problem.solve(Camel::evaluate, starts(0)), InvalidProblem);
 }
 
