@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 #include <problems.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -15,6 +18,7 @@
 #include <sstream>
 #include <string>
 #include <tarnix/tarnix.hpp>
+#include <thread>
 #include <vector>
 
 #include "../driver.h"
@@ -366,6 +370,84 @@ TEST(Ampl, CommandLine) {
     EXPECT_EQ(r.status, c.status) << r.output;
     EXPECT_NE((r.output + r.solution).find(c.words), std::string::npos) << r.output;
     EXPECT_EQ(!r.solution.empty(), c.solution) << r.output;
+  }
+}
+
+// An expression that several functions share has a segment of its own, here v2 = 2 x + y^2 of
+// minimize (v2 - 4)^2 + (x - 1)^2 with v2 + x at most 6.
+TEST(Ampl, SharedExpressions) {
+  const std::string text =
+      "g3 1 1 0\n 2 1 1 0 0\n 1 1\n 0 0\n 2 2 2\n 0 0 0 1\n 0 0 0 0 0\n 2 2\n 0 0\n 1 0 0 0 0\n"
+      "V2 1 0\n0 2\no2\nv1\nv1\n"
+      "C0\nv2\n"
+      "O0 0\no0\no5\no1\nv2\nn4\nn2\no5\no1\nv0\nn1\nn2\n"
+      "x2\n0 0.5\n1 1\nr\n1 6\nb\n0 -10 10\n0 -10 10\nk1\n1\nJ0 2\n0 1\n1 0\nG0 2\n0 0\n1 0\n";
+  const Folder folder;
+  folder.write(text);
+  Opened opened(folder.stub());
+  const double at[] = {3, 5};
+  double f, g, slopes[4];
+  nl_values(opened.model.get(), at, &f, &g);
+  EXPECT_EQ(f, 27 * 27 + 4);
+  EXPECT_EQ(g, 34);
+  nl_gradients(opened.model.get(), at, slopes);
+  const double expected[] = {2 * 27 * 2 + 4, 2 * 27 * 10, 3, 10};
+  for (int i = 0; i < 4; ++i) EXPECT_EQ(slopes[i], expected[i]) << i;
+  const tarnix::ampl::Answer answer = opened.solve();
+  EXPECT_EQ(answer.code, 0);
+  ASSERT_EQ(answer.x.size(), 2u);
+  EXPECT_NEAR(answer.x[0], 1, 1e-4);
+  EXPECT_NEAR(answer.x[1], std::sqrt(2.0), 1e-4);
+}
+
+// True once the process has a handler of its own for the signal, false when it has ended.
+bool waitForHandler(pid_t child, int signal) {
+  for (;;) {
+    std::ifstream in("/proc/" + std::to_string(child) + "/status");
+    std::string word, state;
+    unsigned long long handled = 0;
+    while (in >> word) {
+      if (word == "State:") in >> state;
+      if (word == "SigCgt:") in >> std::hex >> handled >> std::dec;
+    }
+    if (state.empty() || state == "Z") return false;
+    if (handled >> (signal - 1) & 1) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+}
+
+// A signal ends the solve with the best design so far.
+TEST(Ampl, Interrupt) {
+  nl::Model m;  // costs a millisecond per evaluation, and the valley is long
+  m.variables.assign(20, {-1.2, -5, 5});
+  nl::Expr sum;
+  for (int copy = 0; copy < 600; ++copy)
+    for (int i = 0; i + 1 < 20; ++i) {
+      const nl::Expr bend = x(i + 1) - x(i) * x(i), rest = 1 - x(i);
+      sum += exp(x(i) - x(i)) * 100 * bend * bend + rest * rest;
+    }
+  m.objective = sum;
+  const Folder folder;
+  folder.write(m.text());
+  for (const int signal : {SIGINT, SIGTERM}) {
+    const pid_t child = fork();
+    if (child == 0) {
+      (void)!std::freopen("/dev/null", "w", stdout);
+      execl(TARNIX_AMPL_PROGRAM, "tarnix-ampl", folder.stub().c_str(), "-AMPL", "tolerance=1e-14",
+            "maxiter=100000", nullptr);
+      _exit(127);
+    }
+    ASSERT_GT(child, 0);
+    EXPECT_TRUE(waitForHandler(child, signal));
+    kill(child, signal);
+    int status = -1;
+    waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status)) << "status " << status;
+    const Ended r = {status, "", folder.read("model.sol")};
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.code(), 403) << r.solution;
+    EXPECT_NE(r.solution.find("stopped"), std::string::npos) << r.solution;
+    fs::remove(folder.stub() + ".sol");
   }
 }
 
