@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <set>
+#include <tuple>
 
 #include "compare.h"
 
@@ -18,7 +19,8 @@ TEST(Judge, FindsNothingLeftAtTheBestPoints) {
     SCOPED_TRACE(p.name);
     const std::vector<double> best(p.best, p.best + p.n);
     const Verdict v = judge(p, {true, best}, 1e-3);
-    EXPECT_TRUE(v.loose && v.tight && !v.wrong && !v.better);
+    EXPECT_EQ(std::tuple(v.loose, v.tight, v.wrong, v.better),
+              std::tuple(true, true, false, false));
     EXPECT_LE(furtherFall(p, best, 1e-8), 1e-5);
   }
 }

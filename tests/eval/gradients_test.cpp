@@ -2,6 +2,7 @@
 // every quotient of these polynomials is exact.
 
 #include <stdexcept>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -189,8 +190,13 @@ TEST_F(Gradients, RefusalOneCellShortAndExceptionLeaveTheMark) {
         EXPECT_EQ(-1, VRK_settings.errorFlag);
         EXPECT_EQ(5, VRK_settings.dblStorageUsed);
         EXPECT_EQ(0, VRK_settings.nGradEval);
-        EXPECT_TRUE(host.calls.empty() && a.G.untouched(0) && a.G[4] == 11);
-        EXPECT_TRUE(member.copies ? a.gObj[0] == 11 && a.gObj[1] == 13 : a.gObj.untouched());
+        EXPECT_EQ(std::tuple(host.calls.empty(), a.G.untouched(0), a.G[4]),
+                  std::tuple(true, true, 11));
+        if (member.copies) {
+          EXPECT_EQ(std::tuple(a.gObj[0], a.gObj[1]), std::tuple(11, 13));
+        } else {
+          EXPECT_TRUE(a.gObj.untouched());
+        }
       }
     VRK_settings.errorFlag = 0;
     VRK_settings.dblStorageCapacity = 5 + (member.needs.empty() ? 0 : member.needs.back());
@@ -211,7 +217,8 @@ TEST_F(Gradients, NoCountOrCapacityLeadsPastAnArray) {
   EXPECT_EQ("Error:  Double precision b storage exceeded4000000006\n",
             captured([&] { DDSGRA(&n, a.x, by(2000000000), a.f, nullptr, by(-1), &n, a.G); }));
   SQPGRA(&n, &zero, a.x, a.f, nullptr, a.gObj, a.G);
-  EXPECT_TRUE(a.gObj.untouched() && a.G.untouched()) << "no functions: no list, no copy";
+  EXPECT_EQ(std::tuple(a.gObj.untouched(), a.G.untouched()), std::tuple(true, true))
+      << "no functions: no list, no copy";
   VRK_settings.dblStorageCapacity = 2147483647;
   for (const int room : {2 * m, 2 * m + 1}) {
     VRK_settings.errorFlag = 0;

@@ -2,6 +2,8 @@
 
 #include "grg/grg_test.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -60,7 +62,7 @@ TEST_F(BasisTest, Scores) {
   }
   choice.lower[n - 1] = choice.upper[n - 1];  // a fixed variable
   EXPECT_EQ(choice.trace(3).substr(0, expected.size()), expected);
-  EXPECT_TRUE(choice.dependent() == Rows{6} && choice.inverse[0] == -1e-5);
+  EXPECT_EQ(std::tuple(choice.dependent(), choice.inverse[0]), std::tuple(Rows{6}, -1e-5));
 }
 
 TEST_F(BasisTest, OrderRejectionsAndTrace) {
@@ -74,26 +76,30 @@ TEST_F(BasisTest, OrderRejectionsAndTrace) {
             " F VECTOR (DISTANCE FROM BOUNDS)\n       1.00000       0.50000\n"
             " MDDV AFTER SORT\n         2         1\n"
             " XJINV\n       0.50000\n MIDV AFTER SUBTRACT\n         1\n");
-  EXPECT_TRUE(junk.held() == Rows{3} && junk.dependent() == Rows{2} && junk.free() == Rows{1});
+  EXPECT_EQ(std::tuple(junk.held(), junk.dependent(), junk.free()),
+            std::tuple(Rows{3}, Rows{2}, Rows{1}));
   // Equal scores are not exchanged with each other, but a later exchange can reverse them.
   Choice equal{2, 2, {{2, 2}}}, reversed{3, 3, {{2, 2, 4}}};
   EXPECT_EQ(equal.trace(2) + reversed.trace(2), "");
-  EXPECT_TRUE(equal.dependent() == Rows{1} && reversed.variables.values() == (Rows{3, 2, 1}));
+  EXPECT_EQ(std::tuple(equal.dependent(), reversed.variables.values()),
+            std::tuple(Rows{1}, (Rows{3, 2, 1})));
   Choice next{3, 2, {{4, 2, 0}, {8, 4, 1}}};
   next.x[2] = 0.96875;  // next to its bound: the second choice for row 3
   EXPECT_EQ(next.trace(2), "SINGULAR MATRIX\n");
-  EXPECT_TRUE(next.dependent() == (Rows{1, 3}) && next.free() == Rows{2});
+  EXPECT_EQ(std::tuple(next.dependent(), next.free()), std::tuple((Rows{1, 3}), Rows{2}));
   Choice dropped{2, 3, {{4, 2}, {8, 4}, {0, 5}, {1, 1}}};  // no candidate is left for row 5
   EXPECT_EQ(dropped.trace(2), "SINGULAR MATRIX\nJUNK FUNCTION\nJUNK FUNCTION\n");
-  EXPECT_TRUE(dropped.held() == (Rows{2, 4}) && dropped.dependent() == (Rows{1, 2}));
+  EXPECT_EQ(std::tuple(dropped.held(), dropped.dependent()),
+            std::tuple((Rows{2, 4}), (Rows{1, 2})));
   Choice room{3, 1, {{1, 2, 3}, {3, 1, 1}}};  // the matrices hold no second row
   EXPECT_EQ(room.trace(2), "JUNK FUNCTION\n");
   EXPECT_EQ(room.held(), Rows{2});
   VRK_settings.dblStorageCapacity = 0;  // no rows: the entry settings only
   Choice none{3, 3, {}};
   EXPECT_EQ(none.trace(3), "");
-  EXPECT_TRUE(none.nRows == 0 && none.nDep == 0 && none.inverse.untouched());
-  EXPECT_TRUE(none.free() == (Rows{1, 2, 3}) && none.variables.values() == (Rows{1, 2, 3}));
+  EXPECT_EQ(std::tuple(none.nRows, none.nDep, none.inverse.untouched()), std::tuple(0, 0, true));
+  EXPECT_EQ(std::tuple(none.free(), none.variables.values()),
+            std::tuple((Rows{1, 2, 3}), (Rows{1, 2, 3})));
 }
 
 TEST_F(BasisTest, RandomBases) {
@@ -112,11 +118,11 @@ TEST_F(BasisTest, RandomBases) {
     }
     choice.run(), twin.run(true);
     const int32_t k = choice.nDep;
-    ASSERT_TRUE(k == choice.given && k == choice.nRows && k == twin.nRows);
+    ASSERT_EQ(std::tuple(choice.given, choice.nRows, twin.nRows), std::tuple(k, k, k));
     Rows rest(n);
     std::iota(rest.begin(), rest.end(), 1);
     for (const int32_t v : choice.dependent()) std::erase(rest, v);
-    EXPECT_TRUE(choice.free() == rest && twin.free() == rest && choice.nIndep == n - k);
+    EXPECT_EQ(std::tuple(choice.free(), twin.free(), choice.nIndep), std::tuple(rest, rest, n - k));
     Values given(ld * ld), w(n), y(n);
     int32_t singular = 7;
     GRGINV(&ld, &k, choice.jacobian, given.data(), &singular, w.data(), y.data());
@@ -155,7 +161,7 @@ TEST_F(BasisTest, BorderingAndUpdateByHand) {
     EXPECT_EQ(singular, c[3] == o ? -1 : 0);
     expectClaim(
         3, [&] { GRSJIA(by(3), by(1), &c[0], by(4.0), by(3.0), (K = start).data(), &failed); });
-    EXPECT_TRUE(K == B && failed == singular);
+    EXPECT_EQ(std::tuple(K, failed), std::tuple(B, singular));
     VRK_settings.zeroTol = 1e-7;  // pivoting meets other pivots
     const auto invert = [&] {
       GRGINV(by(3), by(2), J.data(), (K = start).data(), &failed, w.data(), y.data());
@@ -164,12 +170,12 @@ TEST_F(BasisTest, BorderingAndUpdateByHand) {
     EXPECT_EQ(failed, c[0] == 6 ? -1 : 0);
     if (singular) continue;
     expectClaim(5, [&] { GRSINV(by(3), by(2), J.data(), (K = start).data(), &failed); });
-    EXPECT_TRUE(K == B && failed == 0);
+    EXPECT_EQ(std::tuple(K, failed), std::tuple(B, 0));
   }
   Values exchange{0, 1, o, 1, 0, o}, same(6, o), work(2);
   int32_t failed = 7;
   GRGINV(by(3), by(2), exchange.data(), same.data(), &failed, work.data(), work.data());
-  EXPECT_TRUE(same == exchange && failed == 0) << "rows are interchanged";
+  EXPECT_EQ(std::tuple(same, failed), std::tuple(exchange, 0)) << "rows are interchanged";
 
   const double s[] = {1, 2}, r[] = {5, 10};  // s's = 5
   const std::string text =

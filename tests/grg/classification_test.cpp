@@ -3,6 +3,8 @@
 
 #include "grg/grg_test.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -52,7 +54,7 @@ TEST_F(Classification, ListsAndTarget) {
     EXPECT_EQ(Rows(kept.begin(), kept.begin() + nKept), c.kept);
     EXPECT_EQ(Rows(active.begin(), active.begin() + nActive), c.active);
     EXPECT_EQ(Rows(satisfied.begin(), satisfied.begin() + nSatisfied), c.satisfied);
-    EXPECT_TRUE(target == c.newTarget && mode == c.newMode) << target << " in mode " << mode;
+    EXPECT_EQ(std::tuple(target, mode), std::tuple(c.newTarget, c.newMode));
     for (int i = 0; i < 6; ++i) EXPECT_BITS(i + 1 == c.negated ? 0.0 - c.f[i] : c.f[i], f[i]);
   }
 }
@@ -99,7 +101,8 @@ struct Direction {
     const int32_t list[] = {3, 2}, used = VRK_settings.dblStorageUsed;
     GRSQP(by(2), &count, list, &count, list + 1, f.data(), x, upper, lower, G, H, d, g.data(),
           multiplier, rows, &nact, &status);
-    EXPECT_TRUE(VRK_settings.dblStorageUsed == used && VRK_settings.intStorageUsed == 0);
+    EXPECT_EQ(std::tuple(VRK_settings.dblStorageUsed, VRK_settings.intStorageUsed),
+              std::tuple(used, 0));
   }
   double of(int row) { return multiplier[rows[0] == row ? 0 : rows[1] == row ? 1 : 16]; }
 };
@@ -108,10 +111,11 @@ TEST_F(Classification, Subproblem) {
   // d1 <= 1/4 and d1 + d2 = 1/2: d + g + of(1) (1, 0) + of(2) (1, 1) = 0.
   Direction held(1, {9, -0.5, -0.25}, {-3, 0});
   EXPECT_EQ(held.d.values(), (Values{0.25, 0.25}));
-  EXPECT_TRUE(held.nact == 2 && held.of(1) == 3.0 && held.of(2) == -0.25 && held.status == 0);
+  EXPECT_EQ(std::tuple(held.nact, held.of(1), held.of(2), held.status),
+            std::tuple(2, 3.0, -0.25, 0));
   Direction boxed(0, {}, {-5, 5});
   EXPECT_EQ(boxed.d.values(), (Values{0.75, -0.25}));
-  EXPECT_TRUE(boxed.nact == 2 && boxed.of(1) == 4.25 && boxed.of(4) == 4.75);
+  EXPECT_EQ(std::tuple(boxed.nact, boxed.of(1), boxed.of(4)), std::tuple(2, 4.25, 4.75));
   EXPECT_EQ(Direction(1, {9, -10, -0.25}, {0, 0}).status, 8);  // beyond the box
   EXPECT_EQ(Direction(1, {9, 0, 0}, {0, 0}, -1.0).status, 9);
 

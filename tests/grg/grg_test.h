@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numeric>
 #include <random>
+#include <tuple>
 
 #include "support/support.h"
 
@@ -21,7 +22,8 @@ void expectClaim(int cells, Call call) {
   for (const int missing : {1, 0}) {
     VRK_settings.errorFlag = 0, VRK_settings.dblStorageCapacity = 1234 + cells - missing;
     EXPECT_EQ(captured(call), missing ? message + std::to_string(1234 + cells) + "\n" : "");
-    EXPECT_TRUE(VRK_settings.errorFlag == -missing && VRK_settings.dblStorageUsed == 1234);
+    EXPECT_EQ(std::tuple(VRK_settings.errorFlag, VRK_settings.dblStorageUsed),
+              std::tuple(-missing, 1234));
   }
 }
 

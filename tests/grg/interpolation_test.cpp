@@ -2,6 +2,8 @@
 
 #include "grg/grg_test.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -31,7 +33,7 @@ TEST_F(Interpolation, Parabolas) {
     double vertex = 77;
     EXPECT_EQ(messages([&] { GRGPR3(&c[0], &c[1], &c[2], &c[3], &c[4], &c[5], &vertex, &fail); }),
               c[6] == 77 ? "ERROR IN GRGPR3, ZERO DENOM\n" : "");
-    EXPECT_TRUE(vertex == c[6] && fail == (c[6] == 77 ? -1 : 0)) << vertex;
+    EXPECT_EQ(std::tuple(vertex, fail), std::tuple(c[6], (c[6] == 77 ? -1 : 0)));
   }
   double vertex = 77;  // through two points and a slope: 2 s^2 - 2 s + 1
   GRGPR2(by(0.0), by(2.0), by(1.0), by(5.0), by(-2.0), &vertex);
@@ -49,7 +51,9 @@ TEST_F(Interpolation, ThreeOfFourPoints) {
     const auto choose = [&] { GRGS34(by(int32_t(c[4])), (s = steps).data(), (f = c).data()); };
     EXPECT_EQ(messages(choose), c[6] ? "" : "ERROR IN BRACKET, GRGS34\n");
     const int from = static_cast<int>(c[5]);
-    EXPECT_TRUE(std::equal(&s[0], &s[3], &steps[from]) && std::equal(&f[0], &f[3], &c[from]));
+    EXPECT_EQ(
+        std::tuple(std::equal(&s[0], &s[3], &steps[from]), std::equal(&f[0], &f[3], &c[from])),
+        std::tuple(true, true));
   }
 }
 
@@ -65,7 +69,7 @@ TEST_F(Interpolation, CrossingOfTheTolerance) {
     int32_t ierr = 5;
     EXPECT_EQ(messages([&] { GRGINT(by(1.0), &c[0], by(3.0), &c[1], &cross, &ierr); }),
               texts[static_cast<int>(c[3])]);
-    EXPECT_TRUE(cross == c[2] && ierr == c[3]) << c[0] << " to " << c[1];
+    EXPECT_EQ(std::tuple(cross, ierr), std::tuple(c[2], c[3])) << c[0] << " to " << c[1];
   }
 }
 
@@ -89,7 +93,7 @@ TEST_F(Interpolation, BindingConstraints) {
     GRGTRK(&of, list, by(2), G.data(), column.data(), d, &count, binding, flags, &reset);
   };
   track(1, &active[1]);
-  EXPECT_TRUE(count == 1 && reset == 7) << "just within the tangent plane";
+  EXPECT_EQ(std::tuple(count, reset), std::tuple(1, 7)) << "just within the tangent plane";
   count = 0;
   const std::string text = "SEARCH DIRECTION OUTSIDE TANGENT\n BINDING DF#   ";
   EXPECT_EQ(captured([&] { track(14, active.data()); }),

@@ -3,6 +3,7 @@
 
 #include <limits>
 #include <numbers>
+#include <tuple>
 
 #include "grg/along.h"
 #include "sqp/solve.h"
@@ -95,8 +96,9 @@ TEST_F(GrgIteration, EndingsCountersAndMarks) {
     EXPECT_EQ(e.iterations, VRK_get_nIter());
     EXPECT_TRUE(e.evaluations == any || e.evaluations == VRK_get_nFunEval()) << VRK_get_nFunEval();
     EXPECT_EQ(VRK_get_nFunEval(), static_cast<int>(solve.host.calls.size()));
-    EXPECT_TRUE(VRK_settings.errorFlag == flag && VRK_settings.nGradEval == 0);
-    EXPECT_TRUE(VRK_settings.dblStorageUsed == 0 && VRK_settings.intStorageUsed == 0);
+    EXPECT_EQ(std::tuple(VRK_settings.errorFlag, VRK_settings.nGradEval), std::tuple(flag, 0));
+    EXPECT_EQ(std::tuple(VRK_settings.dblStorageUsed, VRK_settings.intStorageUsed),
+              std::tuple(0, 0));
     EXPECT_EQ(e.evaluations == 0, solve.f.untouched());
     EXPECT_TRUE(e.evaluations == any || solve.x.values() == e.start);
   }
@@ -140,7 +142,8 @@ TEST_F(GrgIteration, StorageRefusals) {
                                std::string(10 - number.size(), ' ') + number + "\n";
       EXPECT_TRUE(text.ends_with(line)) << text;
       EXPECT_EQ(VRK_settings.errorFlag, solver ? 0 : -1);
-      EXPECT_TRUE(VRK_settings.dblStorageUsed == 0 && VRK_settings.intStorageUsed == 0);
+      EXPECT_EQ(std::tuple(VRK_settings.dblStorageUsed, VRK_settings.intStorageUsed),
+                std::tuple(0, 0));
       EXPECT_EQ(solve.x.values(), Values(c.n, 0.5));
     }
 }
@@ -294,14 +297,16 @@ TEST_F(GrgIteration, OvershootChangesTheMode) {
     const std::string text = messages(captured([&] { EXPECT_EQ(6, solve.run(2, VRK_grg)); }));
     const auto second = text.substr(text.find("BEGINNING ITERATION    2"));
     EXPECT_NE(second.npos, second.find("OBJECTIVE IS FUNCTION   2\nHESSIAN INITIALIZED\n")) << text;
-    EXPECT_TRUE(sign * solve.f[1] > -.5 && sign * solve.f[1] < -.3) << "its size falls again";
+    EXPECT_GT(sign * solve.f[1], -.5) << "its size falls again";
+    EXPECT_LT(sign * solve.f[1], -.3);
   }
 }
 
 // ---- curvature and lists -----------------------------------------------------------------------
 
-// The solve by the routine that has its arrays from the caller.
+// The solve by the routines behind VRK_grg, with arrays of the caller or from the work storage.
 struct Direct : Solve {
+  bool ownArrays = true;
   Reals GRADOB{n}, GRADLO{n}, GRADL{n}, XLAG{n}, HESSIAN{n * n}, xOld{n}, s{n}, y{n}, d{n};
   Indices kept{m2}, active{std::min(n, m2)}, satisfied{m1}, LISDF{1 + m1 + m2}, IACT{n}, status{1};
   using Solve::Solve;
@@ -311,9 +316,14 @@ struct Direct : Solve {
     Rows list(m1 + m2);
     std::iota(list.begin(), list.end(), 2);
     GRGFUN(by(0), by(1), &n, x, f);
-    GRGALG(&maxIter, &n, x, lower, upper, by(1 + m1 + m2), f, by(1), &m1, list.data(), &m2,
-           list.data() + m1, status, GRADOB, GRADLO, GRADL, XLAG, HESSIAN, xOld, s, y, d, kept,
-           active, satisfied, LISDF, IACT);
+    const int32_t m = 1 + m1 + m2;
+    if (ownArrays)
+      GRGALG(&maxIter, &n, x, lower, upper, &m, f, by(1), &m1, list.data(), &m2, list.data() + m1,
+             status, GRADOB, GRADLO, GRADL, XLAG, HESSIAN, xOld, s, y, d, kept, active, satisfied,
+             LISDF, IACT);
+    else
+      GRSALG(&maxIter, &n, x, lower, upper, &m, f, by(1), &m1, list.data(), &m2, list.data() + m1,
+             status);
     return status[0];
   }
 };
@@ -329,15 +339,19 @@ TEST_F(GrgIteration, OwnArraysGiveTheSameBits) {
     Solve solve({.5, -.2, .1}, 2, 2, quadratic);
     const int32_t status = solve.run(maxIter, VRK_grg);
     const VRK_Settings after = VRK_settings;
-    VRK_setDefaults();
-    Direct direct({.5, -.2, .1}, 2, 2, quadratic);
-    EXPECT_EQ(status, direct.run(maxIter));
     EXPECT_EQ(status, maxIter == 50 ? 1 : 6);
-    EXPECT_EQ(after.nFunEval, VRK_settings.nFunEval);
-    EXPECT_EQ(after.nNewton2, VRK_settings.nNewton2);
-    for (int i = 0; i < 3; ++i) EXPECT_BITS(solve.x[i], direct.x[i]);
-    for (int i = 0; i < 5; ++i) EXPECT_BITS(solve.f[i], direct.f[i]);
-    EXPECT_EQ(direct.LISDF.untouched(), maxIter == 0);
+    for (const bool ownArrays : {true, false}) {
+      VRK_setDefaults();
+      Direct direct({.5, -.2, .1}, 2, 2, quadratic);
+      direct.ownArrays = ownArrays;
+      EXPECT_EQ(status, direct.run(maxIter));
+      EXPECT_EQ(after.nFunEval, VRK_settings.nFunEval);
+      EXPECT_EQ(after.nNewton2, VRK_settings.nNewton2);
+      EXPECT_EQ(0, VRK_settings.dblStorageUsed);
+      for (int i = 0; i < 3; ++i) EXPECT_BITS(solve.x[i], direct.x[i]);
+      for (int i = 0; i < 5; ++i) EXPECT_BITS(solve.f[i], direct.f[i]);
+      EXPECT_EQ(direct.LISDF.untouched(), maxIter == 0 || !ownArrays);
+    }
   }
 }
 
@@ -412,7 +426,7 @@ TEST_F(GrgIteration, ScreeningDoublesEntries) {
     EXPECT_EQ(text.npos, text.find("nan"));
     if (maxIter == 1) {
       EXPECT_EQ(Rows(13, 23), Rows(direct.kept.begin(), direct.kept.begin() + 13));
-      EXPECT_TRUE(direct.LISDF[22] == 13 && direct.LISDF[0] == 14);
+      EXPECT_EQ(std::tuple(direct.LISDF[22], direct.LISDF[0]), std::tuple(13, 14));
     } else {
       const double corner = .5 / std::cos(pi / 26), angle = 1.5 * pi / 13;
       EXPECT_NEAR(direct.x[0], corner * std::cos(angle), 1e-3);

@@ -2,6 +2,8 @@
 
 #include "grg/grg_test.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -26,9 +28,9 @@ TEST_F(Prediction, IndependentVariables) {
     Doubles x(3);
     int32_t allAtBound = 7;
     GRGIDV(by(0), listed, upper, lower, by(0.75), d, x, base, by(0.25), &allAtBound);
-    EXPECT_TRUE(x.untouched() && allAtBound == 7) << "none listed";
+    EXPECT_EQ(std::tuple(x.untouched(), allAtBound), std::tuple(true, 7)) << "none listed";
     GRGIDV(by(2), listed, upper, lower, by(0.75), d, x, base, by(0.25), &allAtBound);
-    EXPECT_TRUE(x[2] == c[4] && x[0] == c[5] && x.untouched(1)) << x[2] << " " << x[0];
+    EXPECT_EQ(std::tuple(x[2], x[0], x.untouched(1)), std::tuple(c[4], c[5], true));
     EXPECT_EQ(allAtBound, c[6]);
   }
 }
@@ -63,11 +65,11 @@ TEST_F(Prediction, DependentVariables) {
     double step = 77;
     GRGDDV(by(-1), listed, upper, lower, &c[0], tangent, x, base, previous, by(1.0), &c[1], &index,
            &step);
-    EXPECT_TRUE(x.untouched() && index == 0 && step == none) << "none listed";
+    EXPECT_EQ(std::tuple(x.untouched(), index, step), std::tuple(true, 0, none)) << "none listed";
     GRGDDV(by(2), listed, upper, lower, &c[0], tangent, x, base, previous, by(1.0), &c[1], &index,
            &step);
-    EXPECT_TRUE(x[2] == c[6] && x[0] == c[7] && x.untouched(1)) << x[2] << " " << x[0];
-    EXPECT_TRUE(index == c[8] && step == c[9]) << index << " at " << step;
+    EXPECT_EQ(std::tuple(x[2], x[0], x.untouched(1)), std::tuple(c[6], c[7], true));
+    EXPECT_EQ(std::tuple(index, step), std::tuple(c[8], c[9]));
   }
 }
 
@@ -82,7 +84,7 @@ TEST_F(Prediction, FirstBound) {
     int32_t index = 77;
     double step = 77;
     GRGSTP(by(3), x, upper, lower, c.data(), &index, &step);
-    EXPECT_TRUE(index == c[3] && step == c[4]) << index << " at " << step;
+    EXPECT_EQ(std::tuple(index, step), std::tuple(c[3], c[4]));
   }
 }
 

@@ -2,6 +2,8 @@
 
 #include "grg/grg_test.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -48,7 +50,7 @@ TEST_F(RestorationTest, SatisfiedAtOnce) {
     Newton newton(twice);
     newton.nRows = 2, newton.f[1] = 0.001, newton.f[2] = -0.001;
     EXPECT_EQ(newton.trace(level), level == 0 ? "" : level == 2 ? point + end : end);
-    EXPECT_TRUE(newton.converged == -1 && newton.iter == 1 && newton.allAtBound == 7);
+    EXPECT_EQ(std::tuple(newton.converged, newton.iter, newton.allAtBound), std::tuple(-1, 1, 7));
     EXPECT_EQ(VRK_settings.nNewton1 + VRK_settings.nNewton2 + VRK_settings.nFunEval, 0);
   }
 }
@@ -80,11 +82,12 @@ TEST_F(RestorationTest, Endings) {
     EXPECT_EQ(text, std::string(c[converged] ? "NR ITERATIONS=    3\n" : "") +
                         (c[growing] ? "NR RESIDUALS GROWING\n" : "") +
                         (c[atBound] ? "DEPENDENT VAR AT BOUND\n" : ""));
-    EXPECT_TRUE(newton.converged == c[converged] && newton.iter == c[iter]) << newton.iter;
-    EXPECT_TRUE(newton.x[0] == c[x] && next == c.size()) << newton.x[0];
+    EXPECT_EQ(std::tuple(newton.converged, newton.iter), std::tuple(c[converged], c[iter]));
+    EXPECT_EQ(std::tuple(newton.x[0], next), std::tuple(c[x], c.size()));
     EXPECT_EQ(VRK_settings.nNewton1, c[limit] > 0);
     EXPECT_EQ(VRK_settings.nNewton2, static_cast<int>(c.size()) - h - 1);
-    EXPECT_TRUE(newton.inverse[0] == 0.25 && newton.jacobian[0] == 4);  // broyden is false
+    EXPECT_EQ(std::tuple(newton.inverse[0], newton.jacobian[0]),
+              std::tuple(0.25, 4));  // broyden is false
   }
 }
 
@@ -142,8 +145,8 @@ TEST_F(RestorationTest, StepRows) {
     newton.x[0] = c[1], newton.x[1] = 0.25, newton.x[2] = 0.125;
     EXPECT_EQ(newton.trace(2), c[8] == yes || c[9] == -1 ? "" : "DEPENDENT VAR AT BOUND\n");
     EXPECT_EQ(newton.x.values(), Values(&c[5], &c[5] + 3));
-    EXPECT_TRUE(newton.alpha == 0.75 && newton.allAtBound == c[9]);
-    EXPECT_TRUE(VRK_settings.nNewton2 == c[8] && newton.iter == 1 + c[8]);
+    EXPECT_EQ(std::tuple(newton.alpha, newton.allAtBound), std::tuple(0.75, c[9]));
+    EXPECT_EQ(std::tuple(VRK_settings.nNewton2, newton.iter), std::tuple(c[8], 1 + c[8]));
   }
 }
 
@@ -155,7 +158,8 @@ TEST_F(RestorationTest, Storage) {
       newton.x[0] = 0.5, newton.f[1] = 1, newton.inverse[0] = 0.25, newton.jacobian[0] = 4;
       newton.run(twin);
       const bool refused = VRK_settings.errorFlag == -1;
-      EXPECT_TRUE(newton.f[1] == 0.5 && newton.converged == 0) << "evaluated in either case";
+      EXPECT_EQ(std::tuple(newton.f[1], newton.converged), std::tuple(0.5, 0))
+          << "evaluated in either case";
       EXPECT_EQ(newton.iter, refused ? 1 : 2);
       EXPECT_EQ(newton.inverse[0], refused ? 0.25 : 0.5);
       EXPECT_EQ(newton.jacobian[0], refused ? 4.0 : 2.0);
@@ -163,7 +167,8 @@ TEST_F(RestorationTest, Storage) {
   VRK_settings.dblStorageCapacity = VRK_settings.dblStorageUsed + 2;
   newton.converged = 7;
   EXPECT_NE(newton.trace(1, true), "");
-  EXPECT_TRUE(newton.converged == 0 && VRK_settings.nFunEval == 4) << "refused at its entry";
+  EXPECT_EQ(std::tuple(newton.converged, VRK_settings.nFunEval), std::tuple(0, 4))
+      << "refused at its entry";
 }
 
 }  // namespace

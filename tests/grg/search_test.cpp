@@ -2,6 +2,7 @@
 // first variable is the step.
 
 #include <memory>
+#include <tuple>
 
 #include "grg/along.h"
 
@@ -115,8 +116,9 @@ TEST_F(GrgSearch, StepsMessagesAndBestPoint) {
       }
       for (std::size_t k = 0; k < std::min(taken, count); ++k)
         EXPECT_NEAR(a.host.calls[k].x[0], row.steps[k], 1e-9);
-      EXPECT_TRUE(a.status == row.status && a.hessReset == 0) << a.status;
-      EXPECT_TRUE(VRK_settings.dblStorageUsed == 0 && VRK_settings.intStorageUsed == 0);
+      EXPECT_EQ(std::tuple(a.status, a.hessReset), std::tuple(row.status, 0));
+      EXPECT_EQ(std::tuple(VRK_settings.dblStorageUsed, VRK_settings.intStorageUsed),
+                std::tuple(0, 0));
       EXPECT_EQ(a.f.values(), a.callbackValues());
       EXPECT_LE(a.f[a.target - 1], start);
       EXPECT_TRUE(count > 0 || a.x[0] == 0.0);
@@ -189,7 +191,9 @@ TEST_F(GrgSearch, Refinements) {
     const std::string text = captured([&] { implied.saturate(0, .5, true); });
     EXPECT_EQ(text.find("SINGULAR JACOBIAN DURING AUGMENT") == text.npos, refined) << text;
     EXPECT_EQ(implied.terminate, refined ? 0 : -1);
-    EXPECT_TRUE(!refined || (implied.step == .5 && implied.second == 0)) << implied.step;
+    if (refined) {
+      EXPECT_EQ(std::tuple(implied.step, implied.second), std::tuple(.5, 0));
+    }
   }
 }
 

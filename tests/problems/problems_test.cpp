@@ -9,6 +9,7 @@
 #include <numeric>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -38,7 +39,8 @@ std::vector<double> valuesAt(const Problem& p, const std::vector<double>& x) {
   input.push_back(unwritten);
   p.evaluate(nullptr, input.data(), f, eq.data(), ineq.data());
   EXPECT_TRUE(std::equal(x.begin(), x.end(), input.begin())) << "x was changed";
-  EXPECT_TRUE(std::isnan(f[1]) && std::isnan(eq.back()) && std::isnan(ineq.back()));
+  EXPECT_EQ(std::tuple(std::isnan(f[1]), std::isnan(eq.back()), std::isnan(ineq.back())),
+            std::tuple(true, true, true));
   std::vector<double> all = {f[0]};
   all.insert(all.end(), eq.begin(), eq.end() - 1);
   all.insert(all.end(), ineq.begin(), ineq.end() - 1);
@@ -81,8 +83,10 @@ TEST(Problems, MinimisersAndFlagsHold) {
     bool anyAtBound = false;
     for (int i = 0; i < p->n; ++i) {
       EXPECT_LT(p->lower[i], p->upper[i]);
-      EXPECT_TRUE(p->lower[i] <= p->start[i] && p->start[i] <= p->upper[i]) << "start " << i;
-      EXPECT_TRUE(p->lower[i] <= p->best[i] && p->best[i] <= p->upper[i]) << "best " << i;
+      for (const double x : {p->start[i], p->best[i]}) {
+        EXPECT_LE(p->lower[i], x) << i;
+        EXPECT_GE(p->upper[i], x) << i;
+      }
       anyAtBound = anyAtBound || atBound(*p, i);
     }
     double f = 0;

@@ -2,6 +2,8 @@
 
 #include "qp/qp_problem.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -75,7 +77,7 @@ TEST_F(Curvature, UpdateThresholds) {
     EXPECT_EQ(u.flag, flag) << H << " " << y;
   }
   const Updated still(2, {0, 0}, {1, 2}, {1, 2, 3, 4});
-  EXPECT_TRUE(still.flag == 0 && still.H == (Values{1, 2, 3, 4}));
+  EXPECT_EQ(std::tuple(still.flag, still.H), std::tuple(0, (Values{1, 2, 3, 4})));
 }
 
 TEST_F(Curvature, UpdateByTheFormulaBitByBit) {
@@ -130,7 +132,7 @@ TEST_F(Curvature, InitialHessian) {
     const auto n = static_cast<int32_t>(g.size());
     Doubles H(n * n), K(n * n);
     SQPHIN(by(0), g.data(), H), GRGHIN(by(-2), &diagonal, K);
-    EXPECT_TRUE(H.untouched() && K.untouched());
+    EXPECT_EQ(std::tuple(H.untouched(), K.untouched()), std::tuple(true, true));
     SQPHIN(&n, g.data(), H), GRGHIN(&n, &diagonal, K);
     EXPECT_EQ(H.values(), K.values());
     for (int i = 0; i < n * n; ++i) EXPECT_EQ(H[i], i % (n + 1) == 0 ? diagonal : 0.0);

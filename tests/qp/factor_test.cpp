@@ -2,6 +2,8 @@
 
 #include "qp/qp_problem.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -59,7 +61,7 @@ TEST_F(Factor, ResidualsOfRandomMatrices) {
     QPSTRI(P, &lead, by(1), &fail);
     const Values before = P.values();
     QPSTRI(P, &n, by(lead + 1), &failLater);
-    EXPECT_TRUE(fail == 0 && failLater == 0);
+    EXPECT_EQ(std::tuple(fail, failLater), std::tuple(0, 0));
     EXPECT_TRUE(std::equal(P.begin(), P.begin() + lead * (lead + 1) / 2, before.begin()));
     for (int j = 0; j < n; ++j)
       for (int i = 0; i <= j; ++i) EXPECT_NEAR(factored(P, i, j), q.h(i, j), 1e-14) << i << j;

@@ -109,16 +109,22 @@ inline const Rows solved{0, 0, 0}, infeasible{-1, 0, 0}, notDefinite{0, -1, 0}, 
 // A strictly convex problem has one minimum, and these conditions are met there alone.
 inline void expectOptimal(Qp q, Solved& s, double tolerance = 1e-10) {
   ASSERT_EQ(s.flags(), solved);
-  ASSERT_TRUE(0 <= s.nact && s.nact <= q.n) << s.nact;
+  ASSERT_GE(s.nact, 0);
+  ASSERT_LE(s.nact, q.n);
   const auto rows = q.rows();
   const double* u = s.multiplier;
   for (int k = 0; k < s.nact; ++k) tolerance = std::max(tolerance, 1e-10 * std::fabs(u[k]));
   std::vector<bool> seen(rows.size());
   for (int k = 0; k < s.nact; ++k) {
     const int r = s.rows[k];
-    ASSERT_TRUE(1 <= r && r <= q.m + q.bounds() && !seen[r - 1]) << "row " << r;
+    ASSERT_GE(r, 1);
+    ASSERT_LE(r, q.m + q.bounds());
+    ASSERT_FALSE(seen[r - 1]) << "row " << r;
     seen[r - 1] = true;
-    EXPECT_TRUE((q.m1 < r && r <= q.m) || u[k] >= -tolerance) << "row " << r;
+    const bool equality = q.m1 < r && r <= q.m;
+    if (!equality) {
+      EXPECT_GE(u[k], -tolerance) << "row " << r;
+    }
     EXPECT_NEAR(residual(rows[r - 1], s.d), 0.0, tolerance) << "active row " << r;
   }
   for (const Values& row : rows) EXPECT_LE(residual(row, s.d), 1e-7 + tolerance);

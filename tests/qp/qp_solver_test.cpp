@@ -2,6 +2,8 @@
 
 #include "qp/qp_problem.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -112,7 +114,10 @@ TEST_F(QpSolver, Infeasible) {
     q.general(3, a, 1.0), q.general(2, c, 0.5), q.general(1, sum, -3.0);
     Solved s(q);  // row 3 + 2 row 2 + row 1 reads 0 <= -1
     EXPECT_EQ(s.flags(), infeasible);
-    for (const int32_t r : s.active()) EXPECT_TRUE(1 <= r && r <= 3 + q.bounds());
+    for (const int32_t r : s.active()) {
+      EXPECT_GE(r, 1);
+      EXPECT_LE(r, 3 + q.bounds());
+    }
   }
 }
 
@@ -153,7 +158,8 @@ TEST_F(QpSolver, StorageRefused) {
   const std::string text = captured([&] {
     Solved s(q);
     EXPECT_EQ(s.flags(), failed);
-    EXPECT_TRUE(s.d.untouched() && s.multiplier.untouched() && s.rows.untouched() && s.nact == -7);
+    EXPECT_EQ(std::tuple(s.d.untouched(), s.multiplier.untouched(), s.rows.untouched(), s.nact),
+              std::tuple(true, true, true, -7));
     EXPECT_EQ(Solved(wide).flags(), failed);
   });
   EXPECT_EQ(text,
@@ -176,7 +182,10 @@ TEST_F(QpSolver, AlwaysEnds) {
     }
     Solved s(q);
     EXPECT_EQ(s.failure, 0);
-    EXPECT_TRUE(s.notPosDef != 0 || (0 <= s.nact && s.nact <= q.n));
+    if (s.notPosDef == 0) {
+      EXPECT_GE(s.nact, 0);
+      EXPECT_LE(s.nact, q.n);
+    }
   }
 }
 

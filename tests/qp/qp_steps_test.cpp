@@ -2,6 +2,8 @@
 
 #include "qp/qp_problem.h"
 
+#include <tuple>
+
 namespace {
 
 using namespace support;
@@ -155,7 +157,7 @@ TEST_F(QpSteps, StepLength) {
     int32_t kind = 5, k = 5;
     QPSLEN(by(9), by(static_cast<int>(u.size())), u.data(), r.data(), &slope, &curvature, &s, &t,
            &kind, &k);
-    EXPECT_TRUE(t == length && kind == kindWanted && k == position) << t << " " << kind << " " << k;
+    EXPECT_EQ(std::tuple(t, kind, k), std::tuple(length, kindWanted, position));
   }
 }
 

@@ -81,12 +81,8 @@ TEST(Trace, MessagesAreBrokenAfterEightyCharacters) {
   const struct {
     int32_t count;
     std::string lines;
-  } cases[] = {{-5, "\n"},
-               {0, "\n"},
-               {1, "a\n"},
-               {80, as + "\n"},
-               {81, as + "\nb\n"},
-               {160, as + "\n" + bs + "\n"}};
+  } cases[] = {{-5, "\n"},      {0, "\n"},          {1, "a\n"},
+               {80, as + "\n"}, {81, as + "\nb\n"}, {160, as + "\n" + bs + "\n"}};
   for (const auto& c : cases)
     EXPECT_EQ(captured([&] { PRTMES(text.c_str(), by(c.count)); }), c.lines);
   EXPECT_EQ(captured([&] {
