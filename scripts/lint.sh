@@ -3,10 +3,11 @@
 #   columns     no line of code above 100 columns, no tab, no blank at the end of a line
 #   shell       shellcheck; nothing is piped into grep -q
 #   format      clang-format, of the version that the sources are formatted with
-#   tidy        clang-tidy on the core and the layer, by the compile commands of a build
+#   tidy        clang-tidy on the core and the interfaces, by the compile commands of a build: with
+#               two processors half an hour, hence not part of a plain ./check
 #   python      flake8 and mypy
 #   spelling    codespell
-# A tool that is missing is named and its check skipped.
+# or `quick` for all but tidy. A tool that is missing is named and its check skipped.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
 
@@ -43,29 +44,42 @@ check_shell() {
   return $status
 }
 
-check_format() { # other versions break lines in other places
-  local wanted=14 program
-  for program in clang-format-$wanted clang-format; do
-    if have "$program" && [[ $("$program" --version) =~ version\ $wanted\. ]]; then
-      files '*.cpp' '*.hpp' '*.h' '*.c' | xargs "$program" --dry-run --Werror
+# The LLVM tools of other versions break lines in other places and find other faults.
+llvm=14
+llvm_tool() { # NAME: the program of that version, where it is installed
+  local program
+  for program in "$1-$llvm" "$1"; do
+    if have "$program" && [[ $("$program" --version) =~ version\ $llvm\. ]]; then
+      echo "$program"
       return
     fi
   done
-  skip format "clang-format $wanted"
+  false
 }
 
+check_format() {
+  local program
+  program=$(llvm_tool clang-format) || { skip format "clang-format $llvm" && return 0; }
+  files '*.cpp' '*.hpp' '*.h' '*.c' | xargs "$program" --dry-run --Werror
+}
+
+compiled() { # DATABASE PATTERN...: of the files that match, those that this build compiles
+  files "${@:2}" | while read -r file; do
+    if grep -qF "\"file\": \"$PWD/$file\"" "$1"; then echo "$file"; fi
+  done
+}
 check_tidy() {
-  local database
-  have clang-tidy || { skip tidy clang-tidy && return 0; }
-  for database in build/release-clang build/release; do
+  local program database
+  program=$(llvm_tool clang-tidy) || { skip tidy "clang-tidy $llvm" && return 0; }
+  for database in build/release build/release-clang; do
     if [[ -f $database/compile_commands.json ]]; then
-      files 'src/*.cpp' 'interfaces/cpp/src/*.cpp' |
-        xargs -P "$(nproc)" -n 4 clang-tidy --quiet -p "$database" --warnings-as-errors='*' \
+      compiled "$database/compile_commands.json" 'src/*.cpp' 'interfaces/*.cpp' ':!:*/tests/*' |
+        xargs -P "$(nproc)" -n 4 "$program" --quiet -p "$database" --warnings-as-errors='*' \
           2> >(grep -v ' warnings\? generated\.$\|^Suppressed\|^Use -header-filter' >&2)
       return
     fi
   done
-  skip tidy "a configured build (./check release-clang)"
+  skip tidy "a configured build (./check release)"
 }
 
 check_python() {
@@ -91,8 +105,10 @@ check_spelling() {
     --ignore-regex '\b[a-z]+[A-Z]\w*' --ignore-words-list minimze,lenght,heigth,sovle,ue,inout
 }
 
+quick=(columns shell format python spelling)
 checks=("$@")
-if [[ $# == 0 ]]; then checks=(columns shell format tidy python spelling); fi
+if [[ $# == 0 ]]; then checks=("${quick[@]}" tidy); fi
+if [[ ${1-} == quick ]]; then checks=("${quick[@]}" "${@:2}"); fi
 failed=()
 for check in "${checks[@]}"; do
   if ! "check_$check"; then failed+=("$check"); fi

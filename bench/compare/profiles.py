@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """Draws performance profiles (Dolan and More 2002) from the CSV files of tarnix_compare.
 
-    profiles.py [--solved loose|tight] [--cost evaluations|seconds] [--title TEXT] FILE.csv... > profiles.svg
+    profiles.py [--solved loose|tight] [--cost evaluations|seconds] [--title TEXT] FILE.csv...
 
+The picture, an SVG, goes to the standard output.
 A point (t, p) on a solver's line: on the share p of all solves it reached the best known value with
 at most t times the cost of the cheapest solver that did. Solves that no solver managed count below
 every line. The files may hold different solvers; each must have the same problems and starts.
@@ -59,25 +60,31 @@ def path(values, total, x, y, most):
 
 def draw(lines, total, title, cost, most=100.0):
     right, bottom = WIDTH - RIGHT, HEIGHT - BOTTOM
-    x = lambda t: LEFT + (right - LEFT) * math.log(t) / math.log(most)
-    y = lambda share: bottom - (bottom - TOP) * share
+
+    def x(ratio):
+        return LEFT + (right - LEFT) * math.log(ratio) / math.log(most)
+
+    def y(share):
+        return bottom - (bottom - TOP) * share
+
+    def text(across, down, words, *style):
+        return f'<text x="{across}" y="{down}"{"".join(style)}>{escape(words)}</text>'
+    middle, end = ' text-anchor="middle"', ' text-anchor="end"'
     out = [
         f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {WIDTH} {HEIGHT}" width="{WIDTH}" '
         f'height="{HEIGHT}" font-family="sans-serif" font-size="13" fill="#222">',
         f'<rect width="{WIDTH}" height="{HEIGHT}" fill="white"/>',
-        f'<text x="{LEFT}" y="24" font-size="15">{escape(title)}</text>',
+        text(LEFT, 24, title, ' font-size="15"'),
     ]
     for tenth in range(0, 11, 2):
         height = y(tenth / 10)
         out.append(f'<path d="M{LEFT} {height:.1f}H{right}" stroke="#ddd"/>')
-        out.append(f'<text x="{LEFT - 8}" y="{height + 4:.1f}" text-anchor="end">{tenth * 10} %</text>')
+        out.append(text(LEFT - 8, f"{height + 4:.1f}", f"{tenth * 10} %", end))
     for ratio in (1, 2, 5, 10, 20, 50, 100):
         out.append(f'<path d="M{x(ratio):.1f} {TOP}V{bottom}" stroke="#eee"/>')
-        out.append(f'<text x="{x(ratio):.1f}" y="{bottom + 18}" text-anchor="middle">{ratio}</text>')
-    out.append(
-        f'<text x="{(LEFT + right) / 2}" y="{HEIGHT - 12}" text-anchor="middle">'
-        f"{escape(cost)}, as a multiple of the cheapest solver's</text>"
-    )
+        out.append(text(f"{x(ratio):.1f}", bottom + 18, str(ratio), middle))
+    out.append(text((LEFT + right) / 2, HEIGHT - 12,
+                    f"{cost}, as a multiple of the cheapest solver's", middle))
     within = {s: sum(v <= most for v in values) for s, values in lines.items()}
     order = sorted(lines, key=lambda s: -within[s])
     for k, solver in enumerate(lines):
@@ -85,7 +92,7 @@ def draw(lines, total, title, cost, most=100.0):
         out.append(f'<path d="{path(lines[solver], total, x, y, most)}" fill="none" {style}/>')
         place = TOP + 12 + 22 * order.index(solver)
         out.append(f'<path d="M{right + 12} {place - 4}h26" {style}/>')
-        out.append(f'<text x="{right + 44}" y="{place}">{escape(solver)} {len(lines[solver])}</text>')
+        out.append(text(right + 44, place, f"{solver} {len(lines[solver])}"))
     out.append("</svg>")
     return "\n".join(out) + "\n"
 

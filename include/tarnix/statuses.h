@@ -86,8 +86,8 @@
     "fresh curvature.") \
   X(8, VRK_GRG_NO_QP_SOLUTION, "no QP point", \
     "the quadratic subproblem has no solution", \
-    "The quadratic subproblem has no solution. At a feasible point the usual cause is constraints " \
-    "that depend on each other, such as two equalities that are almost parallel.", \
+    "The quadratic subproblem has no solution. At a feasible point the usual cause is " \
+    "constraints that depend on each other, such as two equalities that are almost parallel.", \
     "Remove a constraint that follows from others. Otherwise scale the functions, or start " \
     "elsewhere.") \
   X(10, VRK_GRG_QP_FAILURE, "QP failed", \

@@ -73,7 +73,8 @@ py::tuple solve(const Problem& problem, Options options, const py::object& analy
   std::optional<Result> result;
   std::vector<double> designs, values;
   std::vector<Issue> issues;
-  const Problem described = problem;  // declarations of another thread do not reach a running solve
+  // Declarations of another thread do not reach a running solve.
+  const Problem described = problem;  // NOLINT(performance-unnecessary-copy-initialization)
   bool failed = false;
   {
     Unlocked outside;

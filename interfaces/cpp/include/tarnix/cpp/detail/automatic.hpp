@@ -291,6 +291,7 @@ class Automatic {
     std::stable_sort(order.begin(), order.end(),
                      [&](std::size_t a, std::size_t b) { return merit[a] < merit[b]; });
     std::vector<Design> sorted;
+    sorted.reserve(order.size());
     for (const std::size_t i : order) sorted.push_back(designs[i]);
     return sorted;
   }

@@ -48,14 +48,16 @@ class QuasiRandom {
   }
 
   void addAxis(int base) {
-    constexpr double finest = 1e-12;  // places that are worth less are left out
+    constexpr double finest = 1e-12;  // smaller places make no difference
     Axis axis{base, {}};
-    for (double unit = 1; unit > finest; unit /= base) {
+    double worth = 1;
+    while (worth > finest) {
       std::vector<int> place(static_cast<std::size_t>(base));
       std::iota(place.begin(), place.end(), 0);
       for (std::size_t i = place.size(); i > 1; --i)
         std::swap(place[i - 1], place[static_cast<std::size_t>(random() % i)]);
       axis.digits.insert(axis.digits.end(), place.begin(), place.end());
+      worth /= base;
     }
     axes_.push_back(std::move(axis));
   }
