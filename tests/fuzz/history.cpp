@@ -1,31 +1,22 @@
-// Any text as the history of a problem, whole or behind a sound beginning: it is read or refused,
-// and what was read and goes on is read again the same.
+// Any text as the history of a problem, whole or behind a valid beginning: it is read or refused,
+// and what was read and then continued reads back the same.
 
 #include "run/history.h"
 #include "input.h"
 #include "output/outcome.h"
 #include "problem/problem.h"
 #include "scratch.h"
+#include "unit/history_problem.h"
 
 using namespace tarnix::cli;
 
 namespace {
 
-const char* const text = R"(
-[variables]
-x = { start = 2, lower = 0, upper = 4 }
-y = { start = 2, lower = 0, upper = 4 }
-[objective]
-minimize = "x"
-[constraints]
-c = { value = "y", max = 3 }
-)";
-
 const ProblemFile& problem() {
   static const ProblemFile read = [] {
     Issues issues("p.toml");
-    ProblemFile p = readProblem(fuzz::write("p.toml", text), issues);
-    fuzz::require(issues.empty(), "the problem is sound");
+    ProblemFile p = readProblem(fuzz::write("p.toml", historyProblem), issues);
+    fuzz::require(issues.empty(), "the problem is valid");
     return p;
   }();
   return read;

@@ -7,27 +7,18 @@
 #include <limits>
 
 #include "base/text.h"
+#include "history_problem.h"
 #include "output/outcome.h"
 #include "support.h"
 
 namespace tarnix::cli {
 namespace {
 
-const char* const file = R"(
-[variables]
-x = { start = 2, lower = 0, upper = 4 }
-y = { start = 2, lower = 0, upper = 4 }
-[objective]
-minimize = "x"
-[constraints]
-c = { value = "y", max = 3 }
-)";
-
 class HistoryTest : public testing::Test {
  protected:
   Scratch scratch;
   Issues issues{"p.toml"};
-  const ProblemFile problem = problemOf(scratch, file, issues);
+  const ProblemFile problem = problemOf(scratch, historyProblem, issues);
   const std::filesystem::path path = scratch.path() / "p.history.jsonl";
 
   std::string content() const {
