@@ -1,8 +1,9 @@
 // tarnix-ampl: solves what AMPL, Pyomo, JuMP or CasADi wrote to a .nl file.
 
+#include <signal.h>
 #include <tarnix/tarnix.h>
+#include <unistd.h>
 
-#include <csignal>
 #include <cstdio>
 #include <limits>
 #include <memory>
@@ -17,6 +18,26 @@ tarnix::Stop interrupted;
 
 void interrupt(int) {
   interrupted.request();
+}
+
+// The solver library follows indices of the file without looking at them.
+extern "C" void fault(int) {
+  static const char words[] =
+      "tarnix-ampl: the .nl file is damaged: its expressions cannot be read or evaluated\n";
+  (void)!write(STDERR_FILENO, words, sizeof words - 1);
+  _exit(1);
+}
+
+// On a stack of its own, since expressions nested too deeply use up the other.
+void nameFaults() {
+  static char stack[65536];
+  const stack_t own = {stack, 0, sizeof stack};
+  sigaltstack(&own, nullptr);
+  struct sigaction action = {};
+  action.sa_handler = fault;
+  action.sa_flags = SA_ONSTACK;
+  for (const int signal : {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT})
+    sigaction(signal, &action, nullptr);
 }
 
 const std::string banner = "tarnix " VRK_VERSION_STRING;
@@ -44,14 +65,15 @@ int run(NlModel& model, NlOptions& options, char** argv) {
     end = nl_read(&model);
   }
   if (end != NL_DONE) return end == NL_EXIT ? nl_exit_status(&model) : 1;
-  std::signal(SIGINT, interrupt);
-  std::signal(SIGTERM, interrupt);
+  signal(SIGINT, interrupt);
+  signal(SIGTERM, interrupt);
   return finish(model, tarnix::ampl::solve(model, options, interrupted));
 }
 
 }  // namespace
 
 int main(int, char** argv) {
+  nameFaults();
   NlOptions options = {0, 200, 0, 1, 0, std::numeric_limits<double>::quiet_NaN(), 0, 1e-6};
   const std::unique_ptr<NlModel, void (*)(NlModel*)> model(nl_create(&options), nl_destroy);
   if (!model) {

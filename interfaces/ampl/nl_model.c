@@ -8,6 +8,7 @@
 #include <setjmp.h>
 #include <stdlib.h>
 #include <string.h>
+#include <tarnix/tarnix.h>
 
 #undef exit /* asl.h names it mainexit_ASL, which is ours, below */
 
@@ -104,6 +105,25 @@ static void readArguments(NlModel* model) {
 
 /* ---- reading ---- */
 
+/* Everything that is counted takes two bytes of the file at least. The library believes the counts,
+ * allocates for them and then runs through all of it. */
+static int fitsTheFile(const NlModel* model) {
+  const int counts[] = {n_var, n_con, n_obj, n_lcon, n_cc, nlc,   nlo,  nzc,   nzo,
+                        nlvb,  nlvc,  nlvo,  nfunc,  comb, combc, como, comc1, como1};
+  const long at = ftell(model->file);
+  if (at < 0 || fseek(model->file, 0, SEEK_END) != 0) return 1; /* a pipe */
+  const long room = ftell(model->file) / 2;
+  fseek(model->file, at, SEEK_SET);
+  for (size_t k = 0; k < sizeof counts / sizeof counts[0]; ++k)
+    if (counts[k] < 0 || counts[k] > room) return 0;
+  return nlvb <= n_var && nlvc <= n_var && nlvo <= n_var && nlc <= n_con && nlo <= n_obj;
+}
+
+static void damaged(const NlModel* model) {
+  fprintf(Stderr, "%s: %s is damaged: its counts do not fit\n", model->info.sname, filename);
+  mainexit_ASL(1);
+}
+
 static void readSizes(NlModel* model) {
   return_nofile = 1;
   model->file = jac0dim(model->stub, (fint)strlen(model->stub));
@@ -111,6 +131,7 @@ static void readSizes(NlModel* model) {
     fprintf(Stderr, "%s: there is no file %s.nl\n", model->info.sname, model->stub);
     mainexit_ASL(1);
   }
+  if (!fitsTheFile(model)) damaged(model);
 }
 
 static double* unset(NlModel* model, int count) {
@@ -126,10 +147,12 @@ static int isComplete(NlModel* model) {
     if (isnan(LUv[i]) || isnan(Uvx[i])) return 0;
   for (int k = 0; k < n_con; ++k) {
     if (isnan(LUrhs[k]) || isnan(Urhsx[k])) return 0;
-    for (const cgrad* c = Cgrad[k]; c != NULL; c = c->next) ++constraintEntries;
+    for (const cgrad* c = Cgrad[k]; c != NULL; c = c->next, ++constraintEntries)
+      if (c->varno < 0 || c->varno >= n_var || c->goff < 0 || c->goff >= nzc) return 0;
   }
   for (int k = 0; k < n_obj; ++k)
-    for (const ograd* o = Ograd[k]; o != NULL; o = o->next) ++objectiveEntries;
+    for (const ograd* o = Ograd[k]; o != NULL; o = o->next, ++objectiveEntries)
+      if (o->varno < 0 || o->varno >= n_var) return 0;
   return constraintEntries == (size_t)nzc && objectiveEntries == (size_t)nzo;
 }
 
@@ -201,6 +224,8 @@ const char* nl_refusal(const NlModel* model, int* code) {
   if (n_cc > 0) return "complementarity conditions cannot be solved for";
   *code = 512;
   if (n_lcon > 0) return "logical constraints cannot be solved for";
+  *code = 520;
+  if (n_var > VRK_MAX_VARIABLES) return "at most 100 variables can be solved for";
   return NULL;
 }
 

@@ -469,6 +469,46 @@ TEST(Ampl, BrokenFiles) {
   std::string wrong = m.text();
   wrong.replace(wrong.find("\no2\n"), 4, "\no99\n");
   EXPECT_EQ(run(wrong, "model").status, 1);
+  wrong = m.text();  // would be allocated and filled
+  wrong.replace(wrong.find("\n 2 1 1 "), 9, "\n 2 1000000000 1 ");
+  const Ended huge = run(wrong, "model");
+  EXPECT_EQ(huge.status, 1);
+  EXPECT_NE(huge.output.find("is damaged"), std::string::npos) << huge.output;
+}
+
+// Damaged in one place, at random: solved all the same, or ended with a status and words, never by
+// a signal. The numbers are those that do harm as counts and indices.
+TEST(Ampl, DamagedFiles) {
+  nl::Model m;
+  m.variables = {{0.9, 0, 1}, {0.5, 0, 1}};
+  m.constraints = {{x(0) * x(1), 0.25, infinity}, {x(0) + x(1), -infinity, 1.5}};
+  m.objective = x(0) * x(0) + exp(x(1));
+  std::vector<std::string> lines;
+  std::istringstream in(m.text());
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  std::uint32_t state = 1;
+  const auto random = [&state](std::size_t below) {
+    state = state * 1664525u + 1013904223u;
+    return static_cast<std::size_t>(state >> 8) % below;
+  };
+  const char* const harmful[] = {"-1", "100000", "-2147483648", "7", "o54", "v40", "n", "C9"};
+  for (int k = 0; k < 300; ++k) {
+    std::vector<std::string> damaged = lines;
+    std::string& line = damaged[random(lines.size())];
+    const std::string put = harmful[random(std::size(harmful))];
+    const auto blank = line.find(' ', 1);
+    if (blank == std::string::npos || random(3) == 0)
+      line = put;
+    else if (random(2) == 0)
+      line = line.substr(0, line.rfind(' ') + 1) + put;
+    else
+      line = ' ' + put + line.substr(blank);
+    std::string text;
+    for (const std::string& l : damaged) text += l + '\n';
+    const Ended r = run(text, "model timelimit=2");
+    EXPECT_TRUE(r.status == 0 || r.status == 1) << r.status << '\n' << text;
+    EXPECT_FALSE(r.output.empty()) << text;
+  }
 }
 
 }  // namespace
