@@ -1,4 +1,4 @@
-// What an evaluation and a gradient cost through the .nl driver, beside the C function of the same
+// What an evaluation and a gradient cost through the .nl driver, against the C function of the same
 // problem. Medians over rounds; every point differs from the one before, so that nothing is reused.
 
 #include <problems.h>

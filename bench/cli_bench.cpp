@@ -1,4 +1,4 @@
-// What the program costs beside an external command, and what two jobs gain:
+// What the program adds to the cost of an external command, and what two jobs gain:
 //     cli_bench PROGRAM [evaluations]
 // The bare start is the same command started with posix_spawn and waited for.
 #include <fcntl.h>

@@ -1,6 +1,6 @@
 % octave-cli --norc --path=build/release/interfaces/octave --path=interfaces/octave/inst
 %     bench/octave_bench.m
-% What an evaluation costs from Octave, and tarnix_fmincon beside Octave's sqp on the collection's
+% What an evaluation costs from Octave, and tarnix_fmincon compared with Octave's sqp on the collection's
 % design problems.
 1;
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """The run that docs/results.md shows is what the host prints: results_test.py PROGRAM PAGE.
 
-Last digits of tiny differences depend on the C library: those columns are left out, and an
+Last digits of tiny differences depend on the C library: those columns are not compared, and an
 objective counts as the same within 1e-5.
 """
 import pathlib

@@ -1,5 +1,5 @@
 /* A host application: opens the tarnix library at run time, solves published design problems with
- * every method that the library has, and prints what came out beside the published minima. */
+ * every method that the library has, and prints the results next to the published minima. */
 #define _POSIX_C_SOURCE 200809L /* dlopen, readlink; ignored by Windows */
 
 #include <errno.h>
@@ -102,7 +102,7 @@ static int lookUp(Handle handle, const char* name, void* function) {
 }
 #endif
 
-/* Tries the library beside this program, one folder up, and in the folder next to its own. */
+/* Tries the library in this program's folder, one folder up, and in the folder next to its own. */
 static Handle openNearProgram(void) {
   static const char* const places[] = {"", "../", "../" libraryFolder "/"};
   char program[2048], path[sizeof program + 64];

@@ -124,10 +124,10 @@ done
 umask 022
 for c in $PACKAGES; do
   from=$root/usr/share/doc/${package[$c]}
-  # The licence word by word, whatever its layout.
+  # The license word by word, whatever its layout.
   words() { tr -cs '[:alnum:]' '\n'; }
   cmp -s <(sed '1,/^Copyright/d' LICENSE | words | sed '/^$/d') \
-    <(sed '1,/^License:/d' "$from/copyright" | words | sed '/^$/d') || fail "licence of $c"
+    <(sed '1,/^License:/d' "$from/copyright" | words | sed '/^$/d') || fail "license of $c"
   cmp -s CHANGELOG.md <(zcat "$from/changelog.gz") || fail "changelog of $c"
   if command -v dpkg-parsechangelog >/dev/null; then
     zcat "$from/changelog.Debian.gz" >"$work/changelog"

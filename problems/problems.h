@@ -1,6 +1,6 @@
-/* The problem collection: published constrained minimisation problems with known minimisers.
+/* The problem collection: published constrained minimization problems with known minimisers.
  *
- *     minimise f(x)  subject to  eq(x) = 0,  ineq(x) <= 0,  lower <= x <= upper
+ *     minimize f(x)  subject to  eq(x) = 0,  ineq(x) <= 0,  lower <= x <= upper
  *
  * Every function may be called a little outside the box, as finite differences do. */
 #ifndef TARNIX_PROBLEMS_H

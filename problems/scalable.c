@@ -65,7 +65,7 @@ static EVALUATION(segments100) {
 }
 
 /* Chain of n links, 100 long together, hung between two points of equal height at distance 70;
- * x_i is the slope angle of link i. The mean height of the links' centres is least. */
+ * x_i is the slope angle of link i. The mean height of the links' centers is least. */
 static void hangingChain(int n, const double* x, double* f, double* eq) {
   const double link = 100.0 / n;
   double height = 0, span = 0;

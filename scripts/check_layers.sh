@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# check_layers.sh [SRC]: checks what each folder of the core includes: itself and what stands beside
-# it in the table, the public headers, the standard library; nothing else.
+# check_layers.sh [SRC]: checks what each folder of the core includes: itself, what its row of the
+# table names, the public headers, the standard library; nothing else.
 set -euo pipefail
 cd "${1:-$(dirname "${BASH_SOURCE[0]}")/../src}"
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # fuzz.sh SECONDS [NAME...]: feeds each program of tests/fuzz, built by the preset fuzz, with its
 # seeds and then with random changes of them, for so many seconds in all. New inputs that reach new
-# code are kept in build/fuzz/corpus; one that fails is kept beside it and named.
+# code are kept in build/fuzz/corpus; one that fails is kept next to it and named.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 seconds=$1

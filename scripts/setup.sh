@@ -87,7 +87,7 @@ may_install() {
 }
 
 # Installs what is missing when it may, else says how. Ends the script when a required package
-# stays away; goes on without an optional one.
+# stays away; continues without an optional one.
 install_missing() {
   local required optional root=()
   required=$(missing required)

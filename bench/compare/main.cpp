@@ -19,7 +19,7 @@ const char help[] =
     "tarnix_compare [option value]...\n"
     "  --solvers a,b,...      by default all: automatic, sqp, grg and the peers that were found\n"
     "  --problems a,b,...     by default the whole collection\n"
-    "  --starts k             random starts in the box beside the published one (0)\n"
+    "  --starts k             random starts in the box, after the published one (0)\n"
     "  --random-only 1        leaves the published starts out\n"
     "  --tolerance t          of tarnix (1e-5)\n"
     "  --peer-tolerance t     of the others (1e-7)\n"
@@ -225,7 +225,7 @@ int main(int argc, char** argv) {
       return 2;
     }
   for (const char* peer : {"cobyla", "slsqp", "ipopt"})
-    if (!known.count(peer)) std::printf("%s: not found when this was built, left out\n", peer);
+    if (!known.count(peer)) std::printf("%s: not found when this was built, skipped\n", peer);
 
   std::vector<Row> rows;
   for (const Solver& solver : all) {

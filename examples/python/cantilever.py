@@ -1,7 +1,7 @@
-"""The lightest stepped cantilever, analysed by a program that is started once per evaluation.
+"""The lightest stepped cantilever, analyzed by a program that is started once per evaluation.
 
 Threads start two of them side by side, and every finished evaluation is in the history, from which
-the solve goes on after whatever may happen to it. By hand: side i is proportional to the sixth root
+the solve continues after any interruption. By hand: side i is proportional to the sixth root
 of 61, 37, 19, 7, 1; the mass is 17.855 kg.
 """
 

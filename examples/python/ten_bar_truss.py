@@ -31,7 +31,7 @@ for bar, ((a, b), direction) in enumerate(zip(BARS, SPANS / LENGTHS[:, None])):
 STRETCH = STRETCH[:, :2 * FREE]
 
 
-def analyse(areas: Array) -> Tuple[Array, Array]:
+def analyze(areas: Array) -> Tuple[Array, Array]:
     """Weight in lb, ten stresses in psi and four sags in inches; and their derivatives by the
     areas, (15, 10)."""
     stiffness = (STRETCH.T * (YOUNG * areas / LENGTHS)) @ STRETCH
@@ -59,8 +59,8 @@ def truss() -> tarnix.Problem:
 
 
 if __name__ == "__main__":
-    with_gradients = truss().solve(analyse, gradient=True, check_gradients=True)
+    with_gradients = truss().solve(analyze, gradient=True, check_gradients=True)
     print(with_gradients)
-    by_differences = truss().solve(lambda x: analyse(x)[0])
+    by_differences = truss().solve(lambda x: analyze(x)[0])
     print(f"{with_gradients.evaluations} evaluations with gradients, "
           f"{by_differences.evaluations} with differences: {by_differences.objective:.2f} lb")

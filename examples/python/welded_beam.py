@@ -17,7 +17,7 @@ Array = np.ndarray[Any, np.dtype[np.float64]]
 LOAD, REACH, YOUNG, SHEAR = 6000.0, 14.0, 30e6, 12e6  # lb, in, psi, psi
 
 
-def analyse(x: tarnix.Design) -> Dict[str, float]:
+def analyze(x: tarnix.Design) -> Dict[str, float]:
     """Cost in dollars, stresses in psi, deflection in inches, buckling load in pounds."""
     h, length, t, b = x.weld_height, x.weld_length, x.width, x.thickness
     radius = math.sqrt(length**2 / 4 + ((h + t) / 2)**2)
@@ -56,7 +56,7 @@ def scipy_form() -> float:
     names = problem.description.variable_names
 
     def values(x: Array) -> Dict[str, float]:
-        return analyse(tarnix.Design(x, {name: i for i, name in enumerate(names)}))
+        return analyze(tarnix.Design(x, {name: i for i, name in enumerate(names)}))
 
     def margins(x: Array) -> Array:
         v = values(x)
@@ -71,6 +71,6 @@ def scipy_form() -> float:
 
 
 if __name__ == "__main__":
-    result = beam().solve(analyse)
+    result = beam().solve(analyze)
     print(result)
     print(f"in the form of SciPy: {scipy_form():.5f}")

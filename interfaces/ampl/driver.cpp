@@ -106,7 +106,7 @@ int limitCode(Reason reason) {
   }
 }
 
-// Codes by the table that modelling languages go by.
+// Codes by the table that modeling languages go by.
 int resultCode(const Result& r) {
   if (r.success) return 0;
   if (r.reason == Reason::unbounded) return 300;
@@ -146,7 +146,7 @@ std::string messageOf(const Result& r, int code, bool hasObjective) {
   return message;
 }
 
-// The layer's multipliers have the sign that modelling languages give to theirs: change of the
+// The layer's multipliers have the sign that modeling languages give to theirs: change of the
 // objective by the limit.
 void addMultipliers(const Result& r, const Translation& translation, Answer& answer) {
   if (!r.report) return;

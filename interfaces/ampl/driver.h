@@ -1,5 +1,5 @@
 #pragma once
-// From a .nl model to a problem of the C++ layer, and from a result to what modelling languages
+// From a .nl model to a problem of the C++ layer, and from a result to what modeling languages
 // expect.
 
 #include <string>

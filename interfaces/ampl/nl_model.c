@@ -73,7 +73,7 @@ static char* text(const char* words) { /* the library's tables do not say const 
   return (char*)words;
 }
 
-/* In alphabetical order, as the library wants it. */
+/* In alphabetical order, as the library requires. */
 static void describeOptions(NlModel* model, keyword* table) {
   NlOptions* o = model->options;
   const keyword all[] = {
@@ -250,7 +250,7 @@ const char* nl_constraint_name(NlModel* model, int i) {
   return con_name(i);
 }
 
-/* Modelling languages write large numbers where they mean none. */
+/* Modeling languages write large numbers where they mean none. */
 static double unlimited(double bound) {
   return fabs(bound) < 1e20 ? bound : copysign(INFINITY, bound);
 }

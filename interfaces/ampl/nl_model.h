@@ -25,7 +25,7 @@ typedef struct NlModel NlModel;
 enum NlEnd {
   NL_DONE,
   NL_FAULT, /* the library found one, and has written about it to standard error */
-  NL_EXIT   /* the library wanted to end the program: nl_exit_status */
+  NL_EXIT   /* the library asked to end the program: nl_exit_status */
 };
 
 NlModel* nl_create(NlOptions* options); /* null when there is no memory */
@@ -33,7 +33,7 @@ void nl_destroy(NlModel* model);
 
 /* Reads arguments and options, and finds the stub. */
 int nl_arguments(NlModel* model, char** argv, const char* banner);
-/* Reads the sizes; nl_refusal then tells what kind of problem it is. */
+/* Reads the sizes; nl_refusal then says whether it is of a kind that can be solved. */
 int nl_sizes(NlModel* model);
 /* Reads everything else. */
 int nl_read(NlModel* model);

@@ -56,7 +56,7 @@ module tarnix
   integer, parameter, public :: tarnix_method_sqp = 1
   integer, parameter, public :: tarnix_method_grg = 2
 
-  !> What stat holds when tarnix_solve has refused its arguments, or found no memory.
+  !> What stat holds when tarnix_solve was given invalid arguments, or found no memory.
   integer, parameter, public :: tarnix_bad_argument = 1
   integer, parameter, public :: tarnix_no_memory = 2
 
@@ -290,7 +290,7 @@ contains
   !!   difference_step in units of half the distance of the bounds; 1e-4 when absent
   !!   central         .true. for central differences
   !!   print_level     0 to 3; the trace goes to trace_unit, standard output when absent
-  !!   stat, errmsg    as of allocate: stat is 0, or tells that nothing was evaluated, for the
+  !!   stat, errmsg    as of allocate: stat is 0, or says that nothing was evaluated, for the
   !!                   reason in errmsg; without stat an error stops the program with that text
   subroutine tarnix_solve(analysis, x, lower, upper, result, equalities, inequalities, user, &
                           method, gradient, batch, max_iterations, tolerance, difference_step, &

@@ -1,4 +1,4 @@
-"""Builds the module with CMake, and puts the shared library beside it: a wheel needs no other.
+"""Builds the module with CMake, and puts the shared library next to it: a wheel needs no other.
 
     pip install --no-build-isolation ./interfaces/python
 

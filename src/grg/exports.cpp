@@ -16,7 +16,7 @@ using namespace tarnix::core;
 
 namespace {
 
-// The length of an array that these lists index, as far as they tell.
+// The length of an array that these lists index, as far as they show.
 int highestOf(ConstIndex list1, ConstIndex list2 = {}) {
   int32_t highest = 0;
   for (const ConstIndex& list : {list1, list2})

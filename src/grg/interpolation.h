@@ -15,7 +15,7 @@ struct StepValue {
 // zero.
 [[nodiscard]] bool parabolaVertex(const std::array<StepValue, 3>& at, double& vertex);
 
-// The three of four points (in order of s) to go on with: for a parabola those around the smallest
+// The three of four points (in order of s) to keep: for a parabola those around the smallest
 // value, otherwise all but the smallest step. False when the smallest value is an end point; its
 // three points are kept then.
 bool chooseThree(bool forParabola, const std::array<StepValue, 4>& from,

@@ -325,7 +325,7 @@ bool Saturation::restore(int rows, int nDep) {
   return newton.converged;
 }
 
-// Jacobian and inverse of the basis anew from the gradients, after a restoration has spoilt them.
+// Jacobian and inverse of the basis from the gradients again, after a restoration has spoilt them.
 bool Saturation::rebuildMatrices() {
   p.basis.fillJacobian(p.gradients);
   const int k = p.basis.nDep;

@@ -1,6 +1,6 @@
 #pragma once
 // The arrays of one search. The storage is claimed with the total that the method is known by; the
-// matrices and the row list, which have room for what a search takes up, stand beside it.
+// matrices and the row list, which have room for what a search takes up, are separate.
 
 #include "grg/line_search.h"
 

@@ -16,7 +16,7 @@ using namespace tarnix::core;
 
 namespace {
 
-// The length of an array that the caller does not tell.
+// The length of an array that the caller does not give.
 constexpr int untold = std::numeric_limits<int>::max();
 
 QpRows rowsOf(int n, int m, int m1, int nb, const double* A, int lda, const double* b,

@@ -118,7 +118,7 @@ inline void subtractColumns4(VectorView vector, const Columns4& a, ConstVector x
   }
 }
 
-// The same from the far end, where a back substitution goes on.
+// The same from the far end, where a back substitution continues.
 inline void subtractColumns4Down(VectorView vector, const Columns4& a,
                                  const std::array<double, 4>& x) {
   const int n = vector.size();

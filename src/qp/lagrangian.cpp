@@ -32,7 +32,7 @@ int lagrangianGradient(const ActiveRows& active, ConstVector g, ConstMatrix J, V
         multiplier = 0.0;
         missing = constraint;
       }
-      continue;  // a second-kind row always has a column; without one it is left out
+      continue;  // a second-kind row always has a column; without one it is skipped
     }
     const ConstVector gradient = J.column(column);
     for (int i = 1; i <= n; ++i) gl(i) += multiplier * gradient(i);

@@ -148,7 +148,7 @@ class SqpIteration {
     return std::nullopt;
   }
 
-  // The general rows are left out of a reformulated subproblem.
+  // A reformulated subproblem omits the general rows.
   QpEnd solveModel() {
     for (int i = 1; i <= mc; ++i) a.rhs(i) = -value(i);
     for (int i = 1; i <= n; ++i) {

@@ -16,7 +16,7 @@ struct Problem {
   int32_t m1;  // size of the first constraint group: where the second one starts
 };
 
-// What a host has offered beside its analysis; a function is null where it has not.
+// What a host has offered in addition to its analysis; a function is null where it has not.
 struct Hooks {
   tarnix_batch batch;
   void* batchUser;

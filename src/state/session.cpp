@@ -1,6 +1,6 @@
 #include "state/session.h"
 
-// All zero until the defaults are stored, so that a solve before that refuses on storage.
+// All zero until the defaults are stored, so that a solve before that fails for lack of storage.
 VRK_Settings VRK_settings;
 
 namespace tarnix::core {

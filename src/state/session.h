@@ -31,7 +31,7 @@ struct Session {
   VRK_Settings* const settings;
   Storage<double> doubles;
   Storage<int32_t> indices;
-  // Arrays beside the two storages, which have no mark and no capacity.
+  // Arrays outside the two storages, which have no mark and no capacity.
   Arena<double> privateDoubles;
   Arena<int32_t> privateIndices;
   Problem problem{};

@@ -100,7 +100,7 @@ class StorageFrame {
 using WorkFrame = StorageFrame<DoubleStorage>;
 using IndexFrame = StorageFrame<IndexStorage>;
 
-// Arrays beside the two storages, which no mark counts and no capacity limits: what the storages'
+// Arrays outside the two storages, which no mark counts and no capacity limits: what the storages'
 // totals have no place for.
 template <class T>
 class PrivateFrame {

@@ -1,5 +1,5 @@
 #pragma once
-// A claim on the work storage that reports its refusal.
+// A claim on the work storage that reports its failure.
 
 #include "state/work_storage.h"
 #include "trace/trace.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The layer check accepts a sound tree and refuses each of a list of planted faults.
+# The layer check accepts a valid tree and rejects each of a list of planted faults.
 set -euo pipefail
 check=$PWD/scripts/check_layers.sh
 tree=$(mktemp -d)
@@ -7,7 +7,7 @@ trap 'rm -rf "$tree"' EXIT
 cd "$tree"
 failed=0
 
-# plant FILE LINE: a sound tree with this line as the file's only content.
+# plant FILE LINE: a valid tree with this line as the file's only content.
 plant() {
   rm -rf src && mkdir -p src/{base,state,trace,eval,qp,sqp,grg,api}
   touch src/base/views.h src/state/settings.h src/api/driver.h src/{trace/trace,eval/eval,qp/qp}.h

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # design_host_test.sh PROGRAM: the host that opens the library at run time solves its designs, shows
-# one with its trace, and refuses what it does not know.
+# one with its trace, and rejects what it does not know.
 set -euo pipefail
 cd / # it finds the library wherever it is started
 

@@ -1,4 +1,4 @@
-// What a host offers beside its analysis: designs of a gradient pass at once, and gradients. Solves
+// What a host may offer as well: designs of a gradient pass at once, and gradients. Solves
 // and the exported routines give the same bits with the first, and with the second evaluate only
 // where something is missing.
 
@@ -298,12 +298,12 @@ TEST_F(HookedRoutines, FunctionsWithoutAColumnNeedNoGradient) {
 }
 
 // min (x1 - 3)^2 + x2^2 + x1 x2 with x1^2 + x2^2 <= 4 and x1 - x2 = 1 by exact gradients: no
-// evaluation but those of the search, and every point of a gradient has been analysed before.
+// evaluation but those of the search, and every point of a gradient has been analyzed before.
 TEST_F(Hooks, SolvesWithGradientsEvaluateOnlyInTheSearch) {
   struct Host {
-    std::vector<Values> analysed{}, differentiated{};
+    std::vector<Values> analyzed{}, differentiated{};
     static void analysis(void* user, double* x, double* f, double* h, double* g) {
-      if (user != nullptr) static_cast<Host*>(user)->analysed.push_back({x[0], x[1]});
+      if (user != nullptr) static_cast<Host*>(user)->analyzed.push_back({x[0], x[1]});
       *f = (x[0] - 3) * (x[0] - 3) + x[1] * x[1] + x[0] * x[1];
       *h = x[0] - x[1] - 1;
       *g = x[0] * x[0] + x[1] * x[1] - 4;
@@ -331,12 +331,12 @@ TEST_F(Hooks, SolvesWithGradientsEvaluateOnlyInTheSearch) {
     Host host;
     tarnix_session_gradient(own, Host::gradient, &host);
     solve(&host);
-    EXPECT_EQ(int(host.analysed.size()), VRK_get_nFunEval());
+    EXPECT_EQ(int(host.analyzed.size()), VRK_get_nFunEval());
     EXPECT_LT(VRK_get_nFunEval(), withDifferences);
     EXPECT_EQ(VRK_get_nIter(), int(host.differentiated.size()));
     for (const Values& x : host.differentiated) {
       double nearest = INFINITY;
-      for (const Values& y : host.analysed)
+      for (const Values& y : host.analyzed)
         nearest = std::min(nearest, std::fabs(x[0] - y[0]) + std::fabs(x[1] - y[1]));
       EXPECT_LE(nearest, 0) << method;
     }

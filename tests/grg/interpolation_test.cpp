@@ -75,7 +75,7 @@ TEST_F(Interpolation, CrossingOfTheTolerance) {
 
 TEST_F(Interpolation, BindingConstraints) {
   // Gradients of functions 1 to 14 by their angle with d in degrees; then along d and shorter than
-  // zeroTol, where they are not normalised.
+  // zeroTol, where they are not normalized.
   const double d[] = {0, 1}, degree = 3.14159265358979323846 / 180;
   Values G;
   for (const double angle : {180.0, 91.0, 90.9999, 90.0, 89.0, 0.0})

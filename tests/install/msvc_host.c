@@ -5,7 +5,7 @@
 #include <tarnix/routines.h>
 #include <tarnix/session.h>
 
-int _fltused = 0; /* what their linker wants to see where floating point is used */
+int _fltused = 0; /* what their linker requires where floating point is used */
 
 static void analysis(void* user, double* x, double* objective, double* equalities,
                      double* inequalities) {

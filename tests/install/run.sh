@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the build into a staging folder, moves the whole to another place, and builds and runs
 # hosts against it there.
-# Environment: BUILD (build folder), LIBDIR, and what consume.sh wants.
+# Environment: BUILD (build folder), LIBDIR, and what consume.sh requires.
 set -euo pipefail
 work=$BUILD/install_consumer
 rm -rf "$work"

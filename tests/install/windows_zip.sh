@@ -13,7 +13,7 @@ mkdir -p "$work/tarnix"
 tree=$work/tarnix
 (cd "$tree" && find . -type f | sort)
 
-echo "== DLLs that ours wants"
+echo "== DLLs that ours requires"
 wanted=$(objdump -p "$tree/bin/tarnix.dll" | awk '/DLL Name/ { print tolower($3) }' | sort)
 echo "$wanted"
 [[ $wanted == $'kernel32.dll\nmsvcrt.dll' ]] || { echo "not those of Windows alone"; exit 1; }
@@ -28,7 +28,7 @@ for host in consumer layer layer_header_only; do "$EMULATOR" "$work/host/$host.e
 
 echo "== another ABI"
 for tool in clang lld-link llvm-dlltool; do
-  command -v "$tool" >/dev/null || { echo "left out: $tool not found"; exit 0; }
+  command -v "$tool" >/dev/null || { echo "skipped: $tool not found"; exit 0; }
 done
 llvm-dlltool -m i386:x86-64 -d "$tree/lib/tarnix.def" -l "$work/tarnix.lib"
 clang --target=x86_64-pc-windows-msvc -ffreestanding -std=c11 -Wall -Werror -O1 \

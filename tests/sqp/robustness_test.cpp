@@ -158,7 +158,7 @@ TEST_P(Robustness, BadCallbacks) {
   EXPECT_EQ("", silence);
 }
 
-// After an exception at any evaluation the marks stand as before, and a sound solve has its bits.
+// After an exception at any evaluation the marks stand as before, and a regular solve has its bits.
 TEST_P(Robustness, ExceptionAtEachEvaluation) {
   int throwAt = 0, calls = 0;
   const auto run = [&](int at) {

@@ -639,7 +639,7 @@ TEST_F(Session, LeftByLongjmpAndDestroyed) {
   }
 }
 
-// A solve within a callback is left; the one around it goes on.
+// A solve within a callback is left; the one around it continues.
 TEST_F(Session, NestedSolveLeftByLongjmp) {
   for (const Method method : methods) {
     const Record alone = solved(named("HS43"), method);

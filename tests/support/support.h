@@ -16,7 +16,7 @@
 
 namespace support {
 
-// A value as the pointer that a routine wants, alive to the end of the full expression:
+// A value as the pointer that a routine takes, alive to the end of the full expression:
 // SQPFUN(by(2), x, f).
 template <class T>
 struct ByReference {

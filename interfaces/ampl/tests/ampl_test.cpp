@@ -313,7 +313,7 @@ TEST(Ampl, OddModels) {
     }
 }
 
-// Multipliers have the sign of modelling languages: change of the objective by the limit.
+// Multipliers have the sign of modeling languages: change of the objective by the limit.
 TEST(Ampl, Multipliers) {
   nl::Model m;  // area 2 x + 3 y at most 12, y at most 1: x y is largest at y = 1, x = 4.5
   m.variables = {{1, 0, 10}, {0.5, 0, 1}};
@@ -358,7 +358,7 @@ TEST(Ampl, CommandLine) {
       {"model timelimit=1e-9", "", 0, "time limit", false},
       {"model maxeval=1", "", 0, "evaluation limit", false},
       {"model method=simplex", "", 1, "automatic, sqp or grg", false},
-      {"model colour=3", "", 1, "Unknown keyword \"colour\"", false},
+      {"model color=3", "", 1, "Unknown keyword \"color\"", false},
       {"model tolerance=-1", "", 1, "'tolerance' has to be finite and positive", false},
       {"model tolerance=small", "", 1, "Bad character", false},
       {"missing", "", 1, "there is no file missing.nl", false},

@@ -183,7 +183,7 @@ TEST(MultiStart, EndsWithTargetStopAndException) {
   std::atomic<int> calls{0};
   EXPECT_THROW(c.problem.solve(
                    [&](const Point& x, Values& v) {
-                     if (++calls >= 100) throw std::runtime_error("licence");
+                     if (++calls >= 100) throw std::runtime_error("license");
                      Camel::evaluate(x, v);
                    },
                    starts(40, 3)),

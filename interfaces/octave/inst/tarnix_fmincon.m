@@ -3,7 +3,7 @@
 %      tarnix_fmincon (fun, x0, A, b, Aeq, beq, lb, ub, nonlcon, options)
 %  [...] = tarnix_fmincon (problem)
 %  minimizes fun (x) from x0 under A*x <= b, Aeq*x = beq, lb <= x <= ub and
-%  [c, ceq] = nonlcon (x) with c <= 0, ceq = 0. Arguments from A on may be left out or empty; the
+%  [c, ceq] = nonlcon (x) with c <= 0, ceq = 0. Arguments from A on are optional or may be empty; the
 %  struct has the fields objective, x0, Aineq, bineq, Aeq, beq, lb, ub, nonlcon, options.
 %
 %  options is a struct, or what optimset makes: TolFun, TolCon, MaxIter, MaxFunEvals, GradObj,

@@ -30,7 +30,7 @@ function [x, fval, exitflag, output, lambda, grad] = tarnix_solve (problem)
   upper = bounds (problem, 'ub', Inf, n);
   options = read_options (field (problem, 'options', struct ()));
 
-  % How many constraints there are, only an evaluation tells; within the bounds, as all others.
+  % The number of constraints is known only from an evaluation; within the bounds, as all others.
   point = reshape (min (max (x0(:), lower), upper), size (x0));
   [~, sizes] = values_of (problem.evaluate (point), []);
   evaluate = @(x) guarded (@() values_of (problem.evaluate (reshape (x, size (x0))), sizes));
@@ -216,7 +216,7 @@ function flag = exit_flag (r)
 end
 
 % Signs of that family: the gradient of f + lambda' c vanishes, and none of an inequality is
-% negative. The layer tells the change of f when a limit is raised.
+% negative. The layer gives the change of f when a limit is raised.
 function lambda = multipliers (all, n, sizes)
   at = 2 * n + sizes(1);
   lambda = struct ('lower', all(1:n), 'upper', -all(n+1:2*n), ...

@@ -6,7 +6,7 @@
 // limits is (m, 2), names a cell of n variables, the objective and m constraints. The functions are
 // handles that never fail: they give a struct with a message first, or [] when all is well, then
 //     values   = evaluate (x)       objective and constraints, in the order of limits
-//     slopes   = gradient (x)       (n, 1 + m), NaN where differences are wanted; may be []
+//     slopes   = gradient (x)       (n, 1 + m), NaN for a difference; may be []
 //     stop     = progress (iteration, evaluations, f, violation, x)       may be []
 // What goes wrong comes back in failure; tarnix_solve.m makes an error of it. An interrupt of the
 // host passes through as the exception that it is.

@@ -14,7 +14,7 @@ namespace tarnix::python {
 
 namespace py = pybind11;
 
-/// A solve runs without the lock of the interpreter, so that other threads of Python go on.
+/// A solve runs without the lock of the interpreter, so that other threads of Python run.
 class Unlocked {
  public:
   Unlocked() : state_(PyEval_SaveThread()) {}

@@ -118,5 +118,5 @@ class Evaluations:
                 f"{shown(x, self.reader.variables)}: {error}")
         if self.recorder:
             text += (f". What was finished is in {self.recorder.path}; a solve with resume=True "
-                     "and a new executor goes on from there")
+                     "and a new executor continues from there")
         return WorkerLost(text)

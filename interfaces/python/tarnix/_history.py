@@ -1,7 +1,7 @@
 """The file of finished evaluations, in the format of the program ``tarnix``.
 
 One JSON object per line with exact numbers; each ends with a check of what stands before it. A line
-is on its way to the disk before the solve goes on.
+is on its way to the disk before the solve continues.
 """
 
 from __future__ import annotations
@@ -55,7 +55,7 @@ class History(Course):
         The outcome, with the keys of ``tarnix solve --json``; None where the solve has not come to
         its end.
     description : Description
-        Names and limits as far as the file tells them.
+        Names and limits as far as the file has them.
     """
 
     def __init__(self, path: str) -> None:
@@ -70,7 +70,7 @@ class History(Course):
                 self._take(_parsed(line), line_number, records)
             except (ValueError, KeyError, TypeError, AttributeError):
                 raise HistoryError(f"{self.path}:{line_number}: damaged line, or no history; "
-                                   "remove it, or begin anew with another file") from None
+                                   "remove it, or start over with another file") from None
         records.sort(key=lambda r: r.get("run", 0))  # as they were begun
         self._tabulate(records)
         self.problem = str(self.header.get("problem", ""))
@@ -217,7 +217,7 @@ class Recorder:
             raise HistoryError(f"{self.path}: is no history, and is left as it is")
         if not resume and earlier.end is None and len(earlier.designs):
             raise HistoryError(f"{self.path}: an earlier solve did not come to its end; "
-                               "resume=True goes on with it, or remove the file")
+                               "resume=True continues it, or remove the file")
         if not resume:
             self._put_aside()
             return None
@@ -226,7 +226,7 @@ class Recorder:
         if changed:
             raise HistoryError(f"{self.path}: the values in it belong to another state of the "
                                f"problem. Changed: {', '.join(changed)}. Put that back, or begin "
-                               "anew with another file")
+                               "over with another file")
         for k, (x, values) in enumerate(zip(earlier.designs, earlier.function_values)):
             if k not in earlier.failed:
                 self.known[x.tobytes()] = values.tolist()

@@ -1,4 +1,4 @@
-"""Whole solves from many starts, side by side, and what they tell together."""
+"""Whole solves from many starts, in parallel, and what they show together."""
 
 from __future__ import annotations
 
@@ -47,7 +47,7 @@ class Multistart:
     unseen : float or None
         Expected number of minima that no start led to, after Boender and Rinnooy Kan (Bayesian
         stopping rules for multistart global optimization methods, Math. Programming 37, 1987); None
-        where the starts are too few to tell.
+        where there are too few starts to know.
     probability : float
         That no minimum is unseen, by the same model.
     """

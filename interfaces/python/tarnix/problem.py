@@ -16,7 +16,7 @@ from .result import Description, Result
 
 
 class Progress:
-    """What a running solve tells its callback at the start of every iteration.
+    """What a running solve passes to its callback at the start of every iteration.
 
     Attributes
     ----------
@@ -164,7 +164,7 @@ class Problem:
                 f"{len(d.variables)} variables, {len(d.functions) - 1} constraints>")
 
     def check(self, **options: Any) -> List[Issue]:
-        """Every fault that `solve` would refuse; empty for a sound problem."""
+        """Every fault that `solve` would raise; empty for a valid problem."""
         return InvalidProblem(self._core.check(_options(options))).issues
 
     # ---- solve ------------------------------------------------------------------------------
@@ -192,10 +192,10 @@ class Problem:
             instead. Values are in the units of the limits; NaN says that a design has none.
         gradient : callable or True, optional
             ``gradient(x)`` returns derivatives: ``{"mass": {"width": 7.8}}``, rows by variables,
-            or an array of shape (functions, variables). What is left out, or NaN, is found by
+            or an array of shape (functions, variables). What is missing, or NaN, is found by
             differences. True: the analysis returns ``(values, gradients)``.
         method : {"automatic", "sqp", "grg"}
-            `automatic` begins with SQP and goes on with GRG and finer differences while that pays.
+            `automatic` begins with SQP, then uses GRG and finer differences while that pays.
         tolerance : float
             Violation at which a constraint still counts as satisfied, and decrease of the objective
             that is not worth another iteration, relative to their scales.
@@ -233,7 +233,7 @@ class Problem:
             File that gets a line per finished evaluation, which ``tarnix report`` draws and `load`
             reads. That of an earlier solve is renamed.
         resume : bool
-            Goes on with the history where there is one: no evaluation in it is repeated, and the
+            Continues the history where there is one: no evaluation in it is repeated, and the
             solve ends at the same bits as one that was never interrupted.
 
         Returns

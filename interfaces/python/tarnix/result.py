@@ -62,7 +62,7 @@ class ActiveLimit(Record):
 
 
 class Report(Record):
-    """What one gradient pass tells about the final point."""
+    """What one gradient pass reveals about the final point."""
 
     active: List[ActiveLimit]
     gradient: Array  #: of the objective, by variable; 0 for fixed ones

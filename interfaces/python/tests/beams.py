@@ -18,14 +18,14 @@ def column():
     return p
 
 
-def analyse_column(x):
+def analyze_column(x):
     d, t = x["diameter"], x["wall"]
     return {"cost": 9.8 * d * t + 2 * d, "stress": 2500 / (math.pi * d * t),
             "buckling load": math.pi**3 * 0.85e6 * d * t * (d * d + t * t) / (8 * 250.0**2)}
 
 
 def column_array(x):
-    return list(analyse_column({"diameter": x[0], "wall": x[1]}).values())
+    return list(analyze_column({"diameter": x[0], "wall": x[1]}).values())
 
 
 def column_from_arrays():

@@ -13,7 +13,7 @@ import numpy as np
 import pytest
 
 import tarnix
-from beams import analyse_column, column, column_array, column_from_arrays
+from beams import analyze_column, column, column_array, column_from_arrays
 from workers import gone_at, many_valleys, slow_column, valleys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -32,8 +32,8 @@ def test_the_bits_are_those_of_a_solve_alone(make, tmp_path):
         for options in ({}, {"method": "grg"}, {"differences": "central", "keep_inside": True}):
             alone = column_from_arrays().solve(column_array, **options)
             assert same(column_from_arrays().solve(slow_column, executor=pool, **options), alone)
-        named = column().solve(analyse_column, executor=pool, history=tmp_path / "h.jsonl")
-        assert same(named, column().solve(analyse_column))
+        named = column().solve(analyze_column, executor=pool, history=tmp_path / "h.jsonl")
+        assert same(named, column().solve(analyze_column))
         assert len(tarnix.load(tmp_path / "h.jsonl").designs) <= named.evaluations
 
 

@@ -11,7 +11,7 @@ import numpy as np
 import pytest
 
 import tarnix
-from beams import analyse_column, column, column_array, column_from_arrays
+from beams import analyze_column, column, column_array, column_from_arrays
 
 PROGRAM = os.environ.get("TARNIX_PROGRAM")  # set by CTest where the program is built
 needs_program = pytest.mark.skipif(not PROGRAM, reason="the program is not built")
@@ -97,7 +97,7 @@ def test_what_does_not_fit_is_refused(tmp_path):
     with pytest.raises(tarnix.HistoryError, match="Changed: analysis"):
         column_from_arrays().solve(whole, history=path, resume=True)
     with pytest.raises(tarnix.HistoryError, match="Changed: analysis, functions, variables"):
-        column().solve(analyse_column, history=path, resume=True)
+        column().solve(analyze_column, history=path, resume=True)
     other = tmp_path / "damaged.jsonl"
     other.write_text("".join(lines[:3]) + lines[3].replace("1", "2") + "".join(lines[4:]))
     with pytest.raises(tarnix.HistoryError, match=r"damaged.jsonl:4: damaged"):
@@ -147,10 +147,10 @@ def test_two_solves_do_not_write_to_one_file(tmp_path):
 
     def analysis(x):
         with pytest.raises(tarnix.HistoryError, match="another solve"):
-            column().solve(analyse_column, history=path)
+            column().solve(analyze_column, history=path)
         with pytest.raises(tarnix.HistoryError, match="another solve"):
             column().solve(analysis, history=path, resume=True)
-        return analyse_column(x)
+        return analyze_column(x)
 
     assert column().solve(analysis, history=path, max_evaluations=2).evaluations == 2
 
@@ -168,7 +168,7 @@ def test_values_that_json_does_not_know(tmp_path):
 
 
 def test_the_course_as_numbers_and_as_a_figure(tmp_path):
-    r = column().solve(analyse_column)
+    r = column().solve(analyze_column)
     best = r.best_so_far()
     assert np.nanmin(best) == best[-1] == r.best.values[0]
     assert (r.violations()[r.point.evaluation - 1]) == pytest.approx(r.point.violation, abs=1e-15)
@@ -184,7 +184,7 @@ def test_a_figure_is_drawn():
     matplotlib.use("Agg")
     from matplotlib import pyplot
 
-    r = column().solve(analyse_column)
+    r = column().solve(analyze_column)
     figure = r.plot()
     objective, violation, variables = figure.axes
     assert objective.lines[0].get_ydata().tolist() == r.function_values[:, 0].tolist()
@@ -196,12 +196,12 @@ def test_a_notebook_shows_the_table():
     p = tarnix.problem.from_arrays([1.0, 3], 0, [2, 3], constraint_upper=[-1.0], names=["<a>", "b"])
     html = p.solve(lambda x: [x.sum(), 1 + x[0]])._repr_html_()
     assert "&lt;a&gt;" in html and "VIOLATED" in html and "<a>" not in html
-    html = column().solve(analyse_column)._repr_html_()
+    html = column().solve(analyze_column)._repr_html_()
     assert html.count("<tr>") == 5 and "1 % more: cost -0.1" in html and "active" in html
 
 
 def test_the_outcome_is_json_with_the_keys_of_the_program():
-    outcome = column().solve(analyse_column).to_dict()
+    outcome = column().solve(analyze_column).to_dict()
     assert json.loads(json.dumps(outcome)) == outcome
     assert outcome["constraints"][1]["min"] == 2500 and "max" not in outcome["constraints"][1]
 
@@ -214,7 +214,7 @@ def test_the_program_draws_a_history_of_python(tmp_path):
     page = tmp_path / "column.report.html"
     subprocess.run([PROGRAM, "report", path], check=True)
     assert "9 evaluations" in page.read_text() and "not come to its end" in page.read_text()
-    column().solve(analyse_column, history=tmp_path / "names.jsonl")
+    column().solve(analyze_column, history=tmp_path / "names.jsonl")
     subprocess.run([PROGRAM, "report", tmp_path / "names.jsonl"], check=True)
     shown = (tmp_path / "names.report.html").read_text()
     for words in ("Solved", "buckling load", "26.4994", "diameter", "2 .. 14", "&gt;= 2500"):

@@ -11,7 +11,7 @@ import numpy as np
 import pytest
 
 import tarnix
-from beams import analyse_column, column, column_array, column_from_arrays
+from beams import analyze_column, column, column_array, column_from_arrays
 
 
 class Broken(Exception):
@@ -24,8 +24,8 @@ def failing(after):
     def analysis(x):
         calls.append(x)
         if len(calls) == after:
-            raise Broken("the simulator has no licence")
-        return analyse_column(x)
+            raise Broken("the simulator has no license")
+        return analyze_column(x)
 
     return analysis
 
@@ -33,10 +33,10 @@ def failing(after):
 @pytest.mark.parametrize("after", [1, 2, 9])
 def test_an_exception_arrives_as_it_was(after):
     analysis = failing(after)
-    with pytest.raises(Broken, match="no licence") as caught:
+    with pytest.raises(Broken, match="no license") as caught:
         column().solve(analysis)
     assert "analysis" in [frame.name for frame in traceback.extract_tb(caught.value.__traceback__)]
-    assert column().solve(analyse_column).success
+    assert column().solve(analyze_column).success
 
 
 @pytest.mark.parametrize("where", ["gradient", "callback", "trace"])
@@ -45,8 +45,8 @@ def test_an_exception_of_the_other_callables(where):
         raise Broken(where)
 
     with pytest.raises(Broken, match=where):
-        column().solve(analyse_column, **{where: fail}, print_level=2 if where == "trace" else 0)
-    assert column().solve(analyse_column).success
+        column().solve(analyze_column, **{where: fail}, print_level=2 if where == "trace" else 0)
+    assert column().solve(analyze_column).success
 
 
 def test_an_interrupt_ends_the_solve_at_once():
@@ -56,12 +56,12 @@ def test_an_interrupt_ends_the_solve_at_once():
         calls.append(1)
         if len(calls) == 5:
             os.kill(os.getpid(), signal.SIGINT)
-        return analyse_column(x)
+        return analyze_column(x)
 
     with pytest.raises(KeyboardInterrupt):
         column().solve(analysis)
     assert len(calls) == 5
-    assert column().solve(analyse_column).success
+    assert column().solve(analyze_column).success
 
 
 def test_an_interrupt_is_noticed_between_calls_of_c_functions():
@@ -75,14 +75,14 @@ def test_an_interrupt_is_noticed_between_calls_of_c_functions():
 
 
 def test_solves_in_threads_are_those_that_run_alone():
-    alone = [column().solve(analyse_column, method=m) for m in ("sqp", "grg", "automatic")]
+    alone = [column().solve(analyze_column, method=m) for m in ("sqp", "grg", "automatic")]
     results = {}
     barrier = threading.Barrier(3)
 
     def work(k, method):
         barrier.wait()
         for _ in range(20):
-            results[k] = column().solve(analyse_column, method=method)
+            results[k] = column().solve(analyze_column, method=method)
 
     threads = [threading.Thread(target=work, args=(k, m))
                for k, m in enumerate(("sqp", "grg", "automatic"))]
@@ -151,7 +151,7 @@ def test_a_value_that_is_no_number_is_named(value, words):
 
     def analysis(x):
         calls.append(x)
-        answer = analyse_column(x)
+        answer = analyze_column(x)
         if x.wall != 0.5:
             answer["stress"] = value
         return answer
@@ -179,12 +179,12 @@ def test_an_answer_of_another_shape_is_named(answer, words):
     ([[1, 2]], "1 functions")])
 def test_a_gradient_of_another_shape_is_named(gradient, words):
     with pytest.raises(tarnix.BadValue, match=words):
-        column().solve(analyse_column, lambda x: gradient)
+        column().solve(analyze_column, lambda x: gradient)
 
 
 def test_values_that_are_not_finite_are_told():
     def analysis(x):
-        answer = analyse_column(x)
+        answer = analyze_column(x)
         if x.wall < 0.3:
             answer["stress"] = math.nan
         return answer

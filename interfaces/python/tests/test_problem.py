@@ -7,11 +7,11 @@ import numpy as np
 import pytest
 
 import tarnix
-from beams import BEST_COLUMN, analyse_column, column, column_array, column_from_arrays
+from beams import BEST_COLUMN, analyze_column, column, column_array, column_from_arrays
 
 
 def fill(x, values):
-    answer = analyse_column(x)
+    answer = analyze_column(x)
     values.cost = answer["cost"]
     values["stress"] = answer["stress"]
     values[2] = answer["buckling load"]
@@ -22,14 +22,14 @@ def fill_array(x, values):
 
 
 class Host:
-    def analyse(self, x):
-        return analyse_column({"diameter": x.diameter, "wall": x[1]})
+    def analyze(self, x):
+        return analyze_column({"diameter": x.diameter, "wall": x[1]})
 
 
 def test_every_form_of_the_analysis_gives_the_same_bits():
     named = [column().solve(form) for form in (
-        analyse_column, fill, Host().analyse, lambda x: list(analyse_column(x).values()),
-        lambda x: dict(analyse_column(x), extra="ignored"))]
+        analyze_column, fill, Host().analyze, lambda x: list(analyze_column(x).values()),
+        lambda x: dict(analyze_column(x), extra="ignored"))]
     arrays = [column_from_arrays().solve(form) for form in (
         column_array, fill_array, lambda x: tuple(column_array(x)),
         lambda x: np.array(column_array(x)), lambda x: np.array(column_array(x))[:, None],
@@ -44,8 +44,8 @@ def test_every_form_of_the_analysis_gives_the_same_bits():
 
 
 def test_the_result_tells_the_truth_by_name():
-    r = column().solve(analyse_column)
-    assert r["cost"] == r.values["cost"] == r.objective == analyse_column(r.x)["cost"]
+    r = column().solve(analyze_column)
+    assert r["cost"] == r.values["cost"] == r.objective == analyze_column(r.x)["cost"]
     assert list(r.x) == ["diameter", "wall"] and r.x.wall == r.x[1] == r["wall"]
     assert {limit.name for limit in r.report.active} == {"stress", "buckling load"}
     assert len(r.designs) == len(r.function_values) == r.evaluations
@@ -75,12 +75,12 @@ def known_gradient(x):
 
 
 @pytest.mark.parametrize("gradient, analysis", [
-    (known_gradient, analyse_column),
-    (True, lambda x: (analyse_column(x), known_gradient(x))),
+    (known_gradient, analyze_column),
+    (True, lambda x: (analyze_column(x), known_gradient(x))),
     (lambda x: np.array([[9.8 * x.wall + 2, 9.8 * x.diameter], [math.nan] * 2, [math.nan] * 2]),
-     analyse_column)])
+     analyze_column)])
 def test_gradients_in_every_form(gradient, analysis):
-    plain = column().solve(analyse_column)
+    plain = column().solve(analyze_column)
     r = column().solve(analysis, gradient, check_gradients=True)
     assert r.success and r.objective == pytest.approx(plain.objective, rel=1e-6)
 
@@ -95,7 +95,7 @@ def test_all_derivatives_take_no_differences():
 
 def test_a_wrong_gradient_is_named():
     with pytest.raises(tarnix.InvalidProblem) as caught:
-        column().solve(analyse_column, lambda x: {"cost": [1, 1]}, check_gradients=True)
+        column().solve(analyze_column, lambda x: {"cost": [1, 1]}, check_gradients=True)
     assert all("cost" in issue.message for issue in caught.value.issues)
 
 
@@ -112,19 +112,19 @@ def test_faults_are_named_before_anything_is_evaluated():
     assert pickle.loads(pickle.dumps(caught.value)).issues == caught.value.issues
     for wrong in ({"method": "newton"}, {"tolerance": "small"}, {"start": {"b": 1}}):
         with pytest.raises((ValueError, TypeError), match=next(iter(wrong))):
-            p.solve(analyse_column, **wrong)
+            p.solve(analyze_column, **wrong)
     with pytest.raises(TypeError, match="'width'"):
         p.variable("width", "wide")
 
 
 def test_limits_target_stop_and_callback():
-    assert column().solve(analyse_column, max_evaluations=5).reason == "evaluation limit"
-    assert column().solve(analyse_column, max_time=1e-9).reason == "time limit"
-    reached = column().solve(analyse_column, target=30)
+    assert column().solve(analyze_column, max_evaluations=5).reason == "evaluation limit"
+    assert column().solve(analyze_column, max_time=1e-9).reason == "time limit"
+    reached = column().solve(analyze_column, target=30)
     assert reached.reason == "target reached" and reached.success and reached["cost"] <= 30
     stop = tarnix.Stop()
     stop.request()
-    assert column().solve(analyse_column, stop=stop).reason == "stopped"
+    assert column().solve(analyze_column, stop=stop).reason == "stopped"
 
     seen = []
 
@@ -133,17 +133,17 @@ def test_limits_target_stop_and_callback():
         if progress.iteration == 3:
             raise StopIteration
 
-    r = column().solve(analyse_column, callback=watch)
+    r = column().solve(analyze_column, callback=watch)
     assert r.reason == "stopped" and [p.iteration for p in seen] == [1, 2, 3]
     assert seen[-1].best.diameter == seen[-1].best["diameter"] and seen[-1].method == "SQP"
 
 
 def test_start_and_bounds():
-    started = column().solve(analyse_column, start={"wall": 0.3}, max_evaluations=1)
+    started = column().solve(analyze_column, start={"wall": 0.3}, max_evaluations=1)
     assert started.designs[0] == pytest.approx([8, 0.3])
     with pytest.raises(tarnix.InvalidProblem, match="outside its bounds"):
-        column().solve(analyse_column, start=[100, 0.3])
-    r = column().solve(analyse_column, keep_inside=True, start=[100, 0.3], move_start_inside=True)
+        column().solve(analyze_column, start=[100, 0.3])
+    r = column().solve(analyze_column, keep_inside=True, start=[100, 0.3], move_start_inside=True)
     assert r.success and r.description.inside(r.designs).all()
     free = tarnix.problem.from_arrays([4.0]).solve(lambda x: (x[0] + 250)**2)
     assert free.success and free.point.x == pytest.approx([-250], rel=1e-4)
@@ -160,8 +160,8 @@ def test_a_maximum_and_a_range():
 
 
 def test_the_trace_goes_where_python_prints(capsys):
-    column().solve(analyse_column, print_level=2, method="sqp")
+    column().solve(analyze_column, print_level=2, method="sqp")
     shown = capsys.readouterr().out
     pieces = []
-    column().solve(analyse_column, print_level=2, method="sqp", trace=pieces.append)
+    column().solve(analyze_column, print_level=2, method="sqp", trace=pieces.append)
     assert len(shown.splitlines()) > 5 and "".join(pieces) == shown

@@ -19,7 +19,7 @@
 
 namespace tarnix::detail {
 
-/// Minimises one slack t, with every constraint allowed to be violated by t of its scale. Where
+/// Minimizes one slack t, with every constraint allowed to be violated by t of its scale. Where
 /// that ends above the tolerance, the constraints that hold t up contradict each other; one that
 /// can be left out without a feasible design appearing is none of them.
 class Elastic {

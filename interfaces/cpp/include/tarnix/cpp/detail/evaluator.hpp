@@ -158,7 +158,7 @@ class Evaluator {
   const std::optional<NotFinite>& firstNotFinite() const { return firstNotFinite_; }
   std::int64_t notFiniteCount() const { return notFinite_; }
 
-  /// The objective as the core minimises it: smaller is better.
+  /// The objective as the core minimizes it: smaller is better.
   double coreObjective(const Design& design) const { return c_.rows[0].of(design.values[0]); }
 
  private:

@@ -16,9 +16,9 @@
 namespace tarnix::detail {
 
 /// Fits the multipliers of the active limits to the gradients. In core variables, the projection
-///     minimise  g'd + d'd / 2   subject to  a'd <= 0 (or = 0)  over the active limits
+///     minimize  g'd + d'd / 2   subject to  a'd <= 0 (or = 0)  over the active limits
 /// has the least-squares multipliers as its own, and what they leave over of g as -d. Gradients
-/// are normalised, for the QP solver's tolerances are absolute.
+/// are normalized, for the QP solver's tolerances are absolute.
 class ReportPass {
  public:
   ReportPass(const Description& description, const CoreProblem& core, double tolerance,

@@ -13,7 +13,7 @@
 namespace tarnix::detail {
 
 /// The variables and functions as the core sees them: fixed variables taken out, the objective
-/// minimised, every constraint as h = 0 or g <= 0, all relative to their scales.
+/// minimized, every constraint as h = 0 or g <= 0, all relative to their scales.
 struct CoreProblem {
   struct Row {
     std::size_t function;
