@@ -8,7 +8,8 @@
 %
 %  options is a struct, or what optimset makes: TolFun, TolCon, MaxIter, MaxFunEvals, GradObj,
 %  GradConstr, Display (off, final, iter), OutputFcn, FinDiffType, ObjectiveLimit; of its own
-%  Algorithm (automatic, sqp, grg), MaxTime, DifferenceStep, HonorBounds, PrintLevel.
+%  Algorithm (automatic, sqp, grg), MaxTime, DifferenceStep, Accuracy, Effort,
+%  HonorBounds, PrintLevel.
 %
 %  exitflag: 1 solved, 2 feasible but not known to be optimal, 0 limit of iterations or evaluations,
 %  -1 stopped, -2 no feasible point found, -3 unbounded. lambda has the fields lower, upper,

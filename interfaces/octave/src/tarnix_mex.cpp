@@ -134,6 +134,8 @@ tarnix::Options optionsOf(const mxArray* array) {
   if (evaluations > 0) o.maxEvaluations = evaluations;
   fields.read("tolerance", o.tolerance);
   fields.read("differenceStep", o.differenceStep);
+  fields.read("accuracy", o.accuracy);
+  fields.read("effort", o.effort);
   fields.read("maxIterations", o.maxIterations);
   fields.read("maxTime", o.maxTime);
   fields.read("target", o.target);
@@ -214,11 +216,20 @@ Array activeOf(const tarnix::Result& r, std::size_t n, std::size_t m) {
   return active;
 }
 
+mxArray* conflictOf(const tarnix::Result& r) {
+  const std::size_t count = r.conflict ? r.conflict->constraints.size() : 0;
+  mxArray* const names = mxCreateCellMatrix(1, count);
+  for (std::size_t k = 0; k < count; ++k)
+    mxSetCell(names, k, mxCreateString(r.conflict->constraints[k].c_str()));
+  return names;
+}
+
 mxArray* resultOf(const tarnix::Result& r) {
   const std::size_t n = r.point.x.size(), m = r.description->functions.size() - 1;
-  const char* names[] = {"x",           "values",    "success",     "feasible", "reason",
-                         "method",      "status",    "message",     "advice",   "iterations",
-                         "evaluations", "violation", "multipliers", "gradient", "optimality"};
+  const char* names[] = {"x",           "values",         "success",     "feasible", "reason",
+                         "method",      "status",         "message",     "advice",   "iterations",
+                         "evaluations", "violation",      "multipliers", "gradient", "optimality",
+                         "noise",       "differenceStep", "conflict"};
   mxArray* const s = mxCreateStructMatrix(1, 1, sizeof names / sizeof names[0], names);
   const auto number = [&](const char* field, double value) {
     mxSetField(s, 0, field, mxCreateDoubleScalar(value));
@@ -241,6 +252,9 @@ mxArray* resultOf(const tarnix::Result& r) {
   mxSetField(s, 0, "multipliers", activeOf(r, n, m).release());
   mxSetField(s, 0, "gradient",
              column(r.report ? r.report->gradient : std::vector<double>()).release());
+  number("noise", r.noise);
+  number("differenceStep", r.differenceStep);
+  mxSetField(s, 0, "conflict", conflictOf(r));
   number("optimality", r.report ? r.report->optimality : std::nan(""));
   return s;
 }

@@ -80,6 +80,18 @@ end
 function flags ()
   [~, ~, flag] = tarnix_fmincon (@(x) x, 1, [], [], [], [], [], [], @(x) deal (x^2 + 1, []));
   assert (flag, -2);
+  both = @(x) deal ([x(1) + x(2) - 1; 3 - x(1) - x(2); x(1) - 9], []);
+  [~, ~, flag, out] = tarnix_fmincon (@distance, [1; 1], [], [], [], [], [0; 0], [2; 2], both);
+  assert (flag, -2);
+  assert (out.conflict, {'c(1)', 'c(2)'});
+
+  rough = @(x) (sum ((x - 0.3) .^ 2) + 1) * (1 + 1e-5 * sin (1e9 * sum (x .* [1.37; 2.91])));
+  unit = {[], [], [], [], [0; 0], [1; 1], []};
+  [x, ~, ~, out] = tarnix_fmincon (rough, [0.9; 0.1], unit{:});
+  assert (x, [0.3; 0.3], 0.05);
+  assert (out.noise > 1e-6 && out.noise < 1e-4 && out.differencestep > 1e-3);
+  [~, ~, ~, out] = tarnix_fmincon (rough, [0.9; 0.1], unit{:}, struct ('Accuracy', 1e-5));
+  assert (out.noise, 1e-5);
   [~, ~, flag] = tarnix_fmincon (@(x) x, 1);
   assert (flag, -3);
   [~, ~, flag] = tarnix_fmincon (@distance, [9; 9], [], [], [], [], [], [], [], ...

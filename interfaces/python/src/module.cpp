@@ -55,6 +55,11 @@ void setDifferences(Options& o, const std::string& text) {
   o.differences = choice(text, choices);
 }
 
+void setWarm(Options& o, const std::optional<py::dict>& warm) {
+  o.warm.reset();
+  if (warm) o.warm = warmStartOf(*warm);
+}
+
 /// The array owns what the vector held.
 py::array_t<double> table(std::vector<double>&& values, std::size_t columns) {
   auto held = std::make_unique<std::vector<double>>(std::move(values));
@@ -128,6 +133,9 @@ void bindOptions(py::module_& module) {
       .def_readwrite("starts", &Options::starts)
       .def_readwrite("seed", &Options::seed)
       .def_readwrite("effort", &Options::effort)
+      .def_readwrite("accuracy", &Options::accuracy)
+      .def_property(
+          "warm", [](const Options& o) { return o.warm.has_value(); }, setWarm)
       .def_readwrite("max_iterations", &Options::maxIterations)
       .def_readwrite("max_evaluations", &Options::maxEvaluations)
       .def_property(

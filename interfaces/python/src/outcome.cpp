@@ -1,5 +1,7 @@
 #include "outcome.h"
 
+#include <pybind11/stl.h>
+
 #include <vector>
 
 #include "calls.h"
@@ -61,7 +63,32 @@ py::dict toDict(const Report& report) {
   return d;
 }
 
+py::dict toDict(const Conflict& conflict) {
+  py::dict d;
+  d["point"] = toDict(conflict.point);
+  d["violation"] = conflict.violation;
+  d["constraints"] = py::cast(conflict.constraints);
+  d["minimal"] = conflict.minimal;
+  return d;
+}
+
+py::dict toDict(const WarmStart& warm) {
+  py::dict d;
+  d["x"] = arrayOf(warm.x);
+  d["values"] = arrayOf(warm.values);
+  d["jacobian"] = arrayOf(warm.jacobian);
+  d["multipliers"] = arrayOf(warm.multipliers);
+  d["noise"] = warm.noise;
+  return d;
+}
+
 }  // namespace
+
+WarmStart warmStartOf(const py::dict& d) {
+  const auto vector = [&d](const char* name) { return d[name].cast<std::vector<double>>(); };
+  return {vector("x"), vector("values"), vector("jacobian"), vector("multipliers"),
+          d["noise"].cast<double>()};
+}
 
 py::dict toDict(const Description& description) {
   py::list variables, functions;
@@ -93,6 +120,11 @@ py::dict toDict(const Result& r) {
   d["stages"] = stages;
   d["search_lower"] = arrayOf(r.searchLower);
   d["search_upper"] = arrayOf(r.searchUpper);
+  d["noise"] = r.noise;
+  d["difference_step"] = r.differenceStep;
+  d["tolerance"] = r.tolerance;
+  d["conflict"] = r.conflict ? py::object(toDict(*r.conflict)) : py::object(py::none());
+  d["warm"] = toDict(r.warm());
   d["iterations"] = r.iterations;
   d["evaluations"] = r.evaluations;
   d["seconds"] = r.seconds;

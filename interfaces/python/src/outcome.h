@@ -10,4 +10,7 @@ namespace tarnix::python {
 pybind11::dict toDict(const Result& result);
 pybind11::dict toDict(const Description& description);
 
+/// What toDict has made of Result::warm.
+WarmStart warmStartOf(const pybind11::dict& warm);
+
 }  // namespace tarnix::python

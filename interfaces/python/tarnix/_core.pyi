@@ -24,6 +24,8 @@ class Options:
     max_evaluations: Optional[int]
     max_time: Optional[float]
     effort: float
+    accuracy: float
+    warm: Any
     target: Optional[float]
     stop: Optional[Stop]
     starts: int

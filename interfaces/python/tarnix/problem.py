@@ -176,6 +176,7 @@ class Problem:
               start: Union[None, Sequence[float], Mapping[str, float]] = None,
               max_iterations: int = 200, max_evaluations: Optional[int] = None,
               max_time: Optional[float] = None, target: Optional[float] = None, effort: float = 4,
+              accuracy: float = 0, warm: Optional[Result] = None,
               stop: Optional[Stop] = None, callback: Optional[Callable[[Progress], Any]] = None,
               report: bool = True, print_level: int = 0,
               trace: Optional[Callable[[str], Any]] = None, executor: Any = None,
@@ -214,6 +215,11 @@ class Problem:
             In place of the declared one.
         effort : float
             Evaluations that the automatic method may spend on further starts, in units of n + 1.
+        accuracy : float
+            Relative accuracy of the values, where it is known: their noise is then not estimated.
+        warm : Result, optional
+            Of a similar problem, such as one whose limit was a little different: the automatic
+            method starts from that end, its multipliers and derivatives, instead of from `start`.
         max_iterations, max_evaluations, max_time, target : optional
             Limits: iterations of every stage, calls of the analysis, seconds of wall clock, an
             objective that is good enough.
@@ -258,17 +264,21 @@ class Problem:
             difference_step=difference_step, keep_inside=keep_inside,
             move_start_inside=move_start_inside, check_gradients=check_gradients, start=start,
             max_iterations=max_iterations, max_evaluations=max_evaluations, max_time=max_time,
-            target=target, effort=effort, stop=stop, callback=callback, report=report,
-            print_level=print_level, trace=trace, executor=executor, history=history, resume=resume)
+            target=target, effort=effort, accuracy=accuracy, warm=warm, stop=stop,
+            callback=callback, report=report, print_level=print_level, trace=trace,
+            executor=executor, history=history, resume=resume)
 
     def _solve(self, analysis: Callable[..., Any], arguments: Optional[Tuple[Any, ...]],
                gradient: Any, *,
                callback: Optional[Callable[[Progress], Any]] = None,
                trace: Optional[Callable[[str], Any]] = None, start: Any = None,
                executor: Any = None, history: Any = None, resume: bool = False,
-               **given: Any) -> Result:
+               warm: Optional[Result] = None, **given: Any) -> Result:
         """The same; an analysis with further arguments, or none, is called as it is."""
-        options = _options(dict(given, start=self._start(start)))
+        if not (warm is None or isinstance(warm, Result)):
+            raise TypeError(f"option 'warm' must be a Result, not {warm!r}")
+        options = _options(dict(given, start=self._start(start),
+                                warm=None if warm is None else warm.warm))
         if not callable(analysis):
             raise TypeError(f"the analysis is no function: {analysis!r}")
         if options.print_level > 0 and trace is None:
@@ -358,7 +368,7 @@ class _Job:
         entries, designs, values = _core.solve(
             self.core, self.options, self.call, self.arguments, batch, self.reader, self.gradient,
             self.progress, self.trace)
-        return Result(entries, designs, values, described, self.options.tolerance)
+        return Result(entries, designs, values, described)
 
     def run_recorded(self, described: Description, analysis: Any, executor: Any, history: Any,
                      resume: bool) -> Result:

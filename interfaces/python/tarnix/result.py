@@ -75,6 +75,18 @@ class Report(Record):
         super().__init__(dict(entries, active=active))
 
 
+class Conflict(Record):
+    """What contradicts a feasible design, where none was found."""
+
+    point: Point  #: least violated design
+    violation: float  #: there, of the worst constraint, relative to its scale
+    constraints: List[str]  #: that cannot hold together within the bounds
+    minimal: bool  #: each is needed: without it the others can be met
+
+    def __init__(self, entries: Dict[str, Any]) -> None:
+        super().__init__(dict(entries, point=Point(entries["point"])))
+
+
 class Description(Record):
     """Names and limits of a problem."""
 
@@ -139,6 +151,11 @@ class Result(Course):
         The runs of the methods.
     report : Report or None
         Active limits with their multipliers, and sensitivities.
+    conflict : Conflict or None
+        Constraints that cannot hold together, where no feasible design was found.
+    noise, difference_step : float, float
+        Noise of the values relative to their size, 0 where none was found, and the step of the
+        differences in units of half the ranges.
     iterations, evaluations, seconds : int, int, float
         Over all stages; calls of the analysis; wall clock.
     search_lower, search_upper : numpy.ndarray
@@ -148,7 +165,7 @@ class Result(Course):
     description : Description
         Names and limits of the problem.
     tolerance : float
-        The tolerance of the solve.
+        Violation that counts as none: that of the solve, or what noise leaves of it.
     """
 
     success: bool
@@ -162,6 +179,10 @@ class Result(Course):
     best: Optional[Point]
     stages: List[Stage]
     report: Optional[Report]
+    conflict: Optional[Conflict]
+    noise: float
+    difference_step: float
+    warm: Dict[str, Any]
     iterations: int
     evaluations: int
     seconds: float
@@ -173,15 +194,16 @@ class Result(Course):
     tolerance: float
 
     def __init__(self, entries: Dict[str, Any], designs: Array, values: Array,
-                 description: Description, tolerance: float) -> None:
+                 description: Description) -> None:
         self.__dict__.update(entries)
         self.__dict__["summary_text"] = pythonic(self.__dict__.pop("summary"))
         self.point = Point(entries["point"])
         self.best = Point(entries["best"]) if entries["best"] else None
         self.stages = [Stage(stage) for stage in entries["stages"]]
         self.report = Report(entries["report"]) if entries["report"] else None
+        self.conflict = Conflict(entries["conflict"]) if entries["conflict"] else None
         self.designs, self.function_values = designs, values
-        self.description, self.tolerance = description, tolerance
+        self.description = description
         self.advice = pythonic(self.advice)
         self._tell_not_finite()
 

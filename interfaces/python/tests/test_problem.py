@@ -165,3 +165,51 @@ def test_the_trace_goes_where_python_prints(capsys):
     pieces = []
     column().solve(analyze_column, print_level=2, method="sqp", trace=pieces.append)
     assert len(shown.splitlines()) > 5 and "".join(pieces) == shown
+
+
+def test_a_similar_problem_starts_warm():
+    def limited(load):
+        p = tarnix.Problem()
+        p.variable("diameter", 8, 2, 14)
+        p.variable("wall", 0.5, 0.2, 0.8)
+        p.minimize("cost")
+        p.at_most("stress", 500)
+        p.at_least("buckling load", load)
+        return p
+
+    first = limited(2500).solve(analyse_column)
+    cold = limited(2525).solve(analyse_column)
+    warm = limited(2525).solve(analyse_column, warm=pickle.loads(pickle.dumps(first)))
+    assert warm.success and warm.objective == pytest.approx(cold.objective, rel=1e-5)
+    assert warm.evaluations <= cold.evaluations / 2
+    with pytest.raises(TypeError, match="must be a Result"):
+        column().solve(analyse_column, warm=first.x)
+    other = tarnix.Problem()
+    other.variable("x", 1, 0, 2)
+    other.minimize("f")
+    with pytest.raises(tarnix.InvalidProblem, match="warm"):
+        other.solve(lambda x: [x.x], warm=first)
+
+
+def test_contradicting_constraints_are_named():
+    p = tarnix.problem.from_arrays(
+        [1, 1], 0, 2, constraint_lower=[3, None, None], constraint_upper=[None, 1, 9],
+        constraint_names=["a", "b", "c"])
+    r = p.solve(lambda x: [x[0], x[0] + x[1], x[0] + x[1], x[0]])
+    assert not r.feasible and sorted(r.conflict.constraints) == ["a", "b"] and r.conflict.minimal
+    assert r.conflict.violation == pytest.approx(1, rel=1e-3)  # 3 - s and s - 1 are equal at s = 2
+    assert column().solve(analyse_column).conflict is None
+
+
+def test_noise_is_found_and_accuracy_replaces_the_search():
+    def rough(x):
+        jitter = math.sin(1e9 * float(np.sum(np.asarray(x) * [1.37, 2.91]))) * 1e-5
+        return [(float(np.sum((np.asarray(x) - 0.3) ** 2)) + 1) * (1 + jitter)]
+
+    p = tarnix.problem.from_arrays([0.9, 0.1], 0, 1)
+    found = p.solve(rough)
+    assert 1e-6 < found.noise < 1e-4 and found.difference_step > 1e-3
+    known = p.solve(rough, accuracy=1e-5)
+    assert known.noise == 1e-5
+    for r in (found, known):
+        assert r.point.x == pytest.approx([0.3, 0.3], abs=0.05)
