@@ -5,6 +5,7 @@ import pathlib
 import re
 import sys
 
+from pygments.lexers.special import TextLexer
 from sphinx.util.nodes import make_refnode
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
@@ -91,5 +92,6 @@ def other_folders(app, env, node, content):
 
 
 def setup(app):
+    app.add_lexer("csv", TextLexer)
     app.connect("html-page-context", inline_figures)
     app.connect("missing-reference", other_folders)

@@ -7,6 +7,7 @@
 #               two processors half an hour, hence not part of a plain ./check
 #   python      flake8 and mypy
 #   spelling    codespell
+#   yaml        every YAML file parses, and what the forges' runners call is there
 # or `quick` for all but tidy. A tool that is missing is named and its check skipped.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit
@@ -107,7 +108,23 @@ check_spelling() {
       --ignore-words-list "$ignored,minimise,maximise"
 }
 
-quick=(columns shell format python spelling)
+check_yaml() {
+  local status=0 called
+  if have python3 && python3 -c 'import yaml' 2>/dev/null; then
+    files '*.yml' '*.yaml' '*.cff' .clang-format .clang-tidy | xargs python3 -c 'import sys, yaml
+for name in sys.argv[1:]:
+    with open(name) as stream:
+        list(yaml.safe_load_all(stream))' || status=1
+  else
+    skip yaml python3-yaml
+  fi
+  for called in $(files '*.yml' '*.yaml' | xargs grep -ohE '\./[a-z][a-z./]*|scripts/[a-z_./]+'); do
+    [[ -x $called ]] || { echo "a runner calls $called, which is not there" && status=1; }
+  done
+  return $status
+}
+
+quick=(columns shell format python spelling yaml)
 checks=("$@")
 if [[ $# == 0 ]]; then checks=("${quick[@]}" tidy); fi
 if [[ ${1-} == quick ]]; then checks=("${quick[@]}" "${@:2}"); fi

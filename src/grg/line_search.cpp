@@ -197,8 +197,7 @@ LineSearch::Next LineSearch::nextStep() {
   }
   if (fits_ == 0 && step_ <= bestStep_) return Next::stop;
   if (pairCount_ < 3 && std::isfinite(p.minimized())) return fitParabola();
-  ++fits_;
-  if ((fits_ >= 2 && step_ >= fittedLimit) || fits_ >= maxFits) {
+  if (++fits_ >= maxFits) {
     if (tracing(2)) trace::message("TERMINATE= PARAB WORSE");
     return Next::stop;
   }

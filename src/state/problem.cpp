@@ -65,7 +65,6 @@ void callBatch(ConstMatrix X, MatrixView F) {
 
 bool callGradient(ConstVector x, MatrixView gradients) {
   const Hooks& hooks = session().hooks;
-  if (hooks.gradient == nullptr) return false;
   for (int j = 1; j <= gradients.columns(); ++j)
     std::ranges::fill(gradients.column(j), std::numeric_limits<double>::quiet_NaN());
   const SessionKept kept;

@@ -42,7 +42,8 @@ double halfRange(int i);
 void callAnalysis(VectorView x, VectorView f);
 // Column k of F gets the values at column k of X. Only where the host has offered it.
 void callBatch(ConstMatrix X, MatrixView F);
-// Gradients (n, functions) in physical units, NaN where the host left them; false when it has none.
+// The same for gradients (n, functions) in physical units, NaN where the host left them; false when
+// it gave none here.
 bool callGradient(ConstVector x, MatrixView gradients);
 
 }  // namespace tarnix::core
