@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <exception>
 #include <iostream>
 #include <new>
 #include <string>
@@ -21,6 +22,20 @@ void openStandardStreams() {
     descriptor = open("/dev/null", O_RDWR);
   } while (descriptor >= 0 && descriptor < 3);
   if (descriptor >= 0) close(descriptor);
+}
+
+// A library that allocates where nothing may fail ends here: with the message, and no trace of what
+// was begun, for the guard of the runs ends them.
+[[noreturn]] void endAtOnce() {
+  const char* text = "error: internal\n";
+  try {
+    if (const auto cause = std::current_exception()) std::rethrow_exception(cause);
+  } catch (const std::bad_alloc&) {
+    text = "error: out of memory\n";
+  } catch (...) {
+  }
+  writeAll(STDERR_FILENO, text);
+  _exit(exitInternal);
 }
 
 int run(int argc, char** argv) {
@@ -45,6 +60,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::set_terminate(endAtOnce);
   openStandardStreams();
   blockSignals();
   // File names, units and messages of simulators reach a terminal through these.

@@ -16,6 +16,10 @@ std::string rounded(double value, int digits) {
   return text;
 }
 
+std::string counted(long count, const std::string& what) {
+  return std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+}
+
 std::string limitText(const std::optional<double>& min, const std::optional<double>& max) {
   if (min && max)
     return *min == *max ? "= " + rounded(*max) : rounded(*min) + " .. " + rounded(*max);

@@ -12,6 +12,9 @@ std::string shortest(double value);
 // For people: so many significant digits.
 std::string rounded(double value, int digits = 6);
 
+// "1 run", "2 runs"
+std::string counted(long count, const std::string& what);
+
 // "<= 5", ">= 2", "2 .. 5", "= 3"; at least one limit is given.
 std::string limitText(const std::optional<double>& min, const std::optional<double>& max);
 

@@ -192,7 +192,8 @@ int check(const ProblemArguments& arguments, bool run, int jobs, bool json) {
   const OptionsTable& o = problem.options;
   text += "\nmethod " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
           (o.centralDifferences ? "central" : "forward") + " differences of " +
-          rounded(o.differenceStep) + " half ranges\n";
+          (o.differenceStep > 0 ? rounded(o.differenceStep) + " half ranges\n"
+                                : "a step that suits the noise of the values\n");
   std::cout << text << "history: " << places.history.string() << "\n";
   return exitSolved;
 }

@@ -65,6 +65,10 @@ class CommandLine {
       std::cout << app.help();
       return exitBadProblem;
     }
+    if (std::string(argv[1]) == "help") {
+      std::cout << app.help();
+      return exitSolved;
+    }
     if (const std::string word = argv[1];
         word[0] != '-' && std::find(names.begin(), names.end(), word) == names.end()) {
       std::cerr << "error: there is no command '" << clipped(word) << "'" << suggestion(word, names)
@@ -76,12 +80,31 @@ class CommandLine {
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-      return app.exit(error) == 0 ? exitSolved : exitBadProblem;
+      return told(error, argc, argv);
     }
     return chosen();
   }
 
  private:
+  // Help, or what is wrong with the words: an unknown option with the nearest one.
+  int told(const CLI::ParseError& error, int argc, char** argv) const {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    const auto chosenOnes = app.get_subcommands();
+    const CLI::App& sub = chosenOnes.empty() ? app : *chosenOnes[0];
+    std::vector<std::string> known;
+    for (const CLI::Option* option : sub.get_options())
+      for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
+    std::string text = error.what();
+    for (int i = 1; i < argc; ++i) {
+      const std::string word(argv[i]), option = word.substr(0, word.find('='));
+      if (option.rfind("--", 0) == 0 && std::find(known.begin(), known.end(), option) == known.end())
+        text = "unknown option '" + clipped(option) + "'" + suggestion(option, known);
+    }
+    const std::string command = chosenOnes.empty() ? "tarnix" : "tarnix " + sub.get_name();
+    std::cerr << "error: " << text << "; see " << command << " --help\n";
+    return exitBadProblem;
+  }
+
   CLI::App* add(const char* name, const char* description, std::function<int()> action) {
     CLI::App* sub = app.add_subcommand(name, description);
     sub->callback([this, action] { chosen = action; });

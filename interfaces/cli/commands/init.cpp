@@ -44,7 +44,7 @@ buckles  = { value = "stress / buckling", max = 1 }
 method = "automatic"        # sqp, grg, or automatic: the one, then the other where that pays
 tolerance = 1e-4            # of constraints and objective, relative to their scales
 differences = "forward"     # or central: twice the evaluations, closer to the optimum
-difference_step = 1e-4      # in units of half the range of a variable
+# difference_step = 1e-4    # in half the range of a variable; otherwise by the noise of the values
 inside_bounds = false       # true: no evaluation steps beyond a bound, not even by a difference
 max_iterations = 200        # of one method
 # max_evaluations = 1000
@@ -93,7 +93,7 @@ strength = { value = "stress", max = 160, unit = "MPa" }
 slender  = { value = "height / width", max = 2.5 }
 
 [options]
-difference_step = 1e-3      # well above the noise of the program
+# accuracy = 1e-6           # of the results, relative; otherwise a few runs show it
 )toml";
 
 const char* const templateStarter = R"text(width   {{width}}

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 
@@ -26,14 +27,21 @@ std::vector<std::pair<std::string, std::string>> suggestions(const ProblemFile& 
                                                              const Probe& p) {
   std::vector<std::pair<std::string, std::string>> keys;
   const auto differs = [](double a, double b) { return std::abs(std::log(a / b)) > std::log(2.5); };
-  if (differs(p.step, problem.options.differenceStep))
+  const OptionsTable& o = problem.options;
+  if (o.differenceStep > 0 && differs(p.step, o.differenceStep))
     keys.emplace_back("options.difference_step", shortest(p.step));
+  // Where the file leaves the step to the method, the noise says it all, and saves a look at it.
+  const bool left = o.differenceStep == 0 && p.noise > 1e-11;
+  if (left && (o.accuracy == 0 || differs(p.noise, o.accuracy)))
+    keys.emplace_back("options.accuracy", rounded(p.noise, 1));
+  const double usual = o.differenceStep > 0 ? p.step : std::clamp(std::sqrt(p.noise), 1e-7, 0.05);
   if (p.central && !problem.options.centralDifferences)
     keys.emplace_back("options.differences", "\"central\"");
   if (p.tolerance > problem.options.tolerance)
     keys.emplace_back("options.tolerance", shortest(p.tolerance));
   for (const ProbedVariable& v : p.variables)
-    if (differs(v.step, p.step)) keys.emplace_back(v.name + ".difference_step", shortest(v.step));
+    if (std::abs(std::log(v.step / usual)) > std::log(o.differenceStep > 0 ? 2.5 : 30))
+      keys.emplace_back(v.name + ".difference_step", shortest(v.step));
   const double longest = std::max(p.seconds, p.secondsBeside);
   if (problem.command->timeout == 0)
     keys.emplace_back("command.timeout", rounded(std::max(10.0, 20 * longest), 1));

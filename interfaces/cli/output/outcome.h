@@ -66,12 +66,20 @@ struct CatalogueOutcome {
   int solves = 0;
 };
 
+// Constraints that cannot hold together within the bounds.
+struct ConflictOutcome {
+  double violation = 0;  // the least that was found, in units of the scales
+  std::vector<std::string> constraints;
+  bool minimal = false;  // without any one of them the others can hold
+};
+
 // The final design run once more, alone, and compared.
 struct Verification {
   bool same = false;      // to the last bit
   bool agrees = false;    // within the tolerance
   std::string text;       // what differs
   std::string directory;  // of that run; empty when it is not kept
+  bool disturbed{};       // not this design differs, but one that was run side by side with another
 };
 
 struct Outcome {
@@ -88,6 +96,9 @@ struct Outcome {
   std::optional<int> iterations;
   std::vector<StageOutcome> stages;
   double tolerance = 0;
+  std::optional<double> noise;           // of the values, relative to their size; absent: none
+  std::optional<double> differenceStep;  // in half ranges
+  std::optional<ConflictOutcome> conflict;
   std::optional<long> evaluations, runs, replayed;  // runs: of a command
   std::optional<long> failed;                       // of the runs
   std::string lastFailure;
@@ -97,9 +108,13 @@ struct Outcome {
   std::optional<double> seconds;
 };
 
-// The outcome as it would be if the solve ended at this design.
+// The outcome as it would be if the solve ended at this design. The tolerance is that of the file,
+// or one that noise has made larger.
 Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& design,
-                  const std::string& reason);
+                  const std::string& reason, double tolerance = 0);
+
+// In a sentence.
+std::string conflictText(const ConflictOutcome& conflict);
 
 Json toJson(const Outcome& outcome);
 Outcome outcomeFrom(const Json& json);

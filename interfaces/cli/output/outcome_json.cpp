@@ -62,6 +62,12 @@ void fieldsOf(Fields& fields, Part& o, const CatalogueOutcome*) {
 }
 
 template <class Fields, class Part>
+void fieldsOf(Fields& fields, Part& o, const ConflictOutcome*) {
+  fields("violation", o.violation), fields("constraints", o.constraints);
+  fields("minimal", o.minimal);
+}
+
+template <class Fields, class Part>
 void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("problem", o.problem), fields("success", o.success), fields("feasible", o.feasible);
   fields("reason", o.reason), fields("objective", o.objective), fields("violation", o.violation);
@@ -70,7 +76,9 @@ void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("advice", o.advice), fields("error", o.error), fields("iterations", o.iterations);
   fields("stages", o.stages), fields("verification", o.verification);
   fields("minima", o.minima), fields("catalogue", o.catalogue);
-  fields("tolerance", o.tolerance), fields("evaluations", o.evaluations), fields("runs", o.runs);
+  fields("tolerance", o.tolerance), fields("noise", o.noise);
+  fields("difference_step", o.differenceStep), fields("conflict", o.conflict);
+  fields("evaluations", o.evaluations), fields("runs", o.runs);
   fields("failed", o.failed), fields("last_failure", o.lastFailure);
   fields("replayed", o.replayed), fields("seconds", o.seconds);
 }
@@ -97,6 +105,7 @@ class Writer {
   static Json written(int value) { return value; }
   static Json written(long value) { return value; }
   static Json written(double value) { return exact(value); }
+  static Json written(const std::string& value) { return value; }
   template <class Part>
   static Json written(const Part& part) {
     Writer inner;

@@ -37,11 +37,11 @@ std::string headLines(const Outcome& o) {
                                    : "NOT SOLVED") +
                      " (" + o.reason + ")\n";
   if (!o.method.empty())
-    text += "  " + o.method + ": " + o.meaning + "; " + std::to_string(o.iterations.value_or(0)) +
-            " iterations\n";
+    text += "  " + o.method + ": " + o.meaning + "; " +
+            counted(o.iterations.value_or(0), "iteration") + "\n";
   if (o.evaluations) {
-    text += "  " + std::to_string(*o.evaluations) + " evaluations";
-    if (o.runs) text += ", for them " + std::to_string(*o.runs) + " runs of the command";
+    text += "  " + counted(*o.evaluations, "evaluation");
+    if (o.runs) text += ", for them " + counted(*o.runs, "run") + " of the command";
     if (o.replayed.value_or(0) > 0)
       text += ", " + std::to_string(*o.replayed) + " from the history";
     char seconds[32];
@@ -49,8 +49,10 @@ std::string headLines(const Outcome& o) {
     text += seconds;
   }
   if (o.failed.value_or(0) > 0)
-    text += "  " + std::to_string(*o.failed) + (*o.failed == 1 ? " run" : " runs") +
-            " failed; the last: " + o.lastFailure + "\n";
+    text += "  " + counted(*o.failed, "run") + " failed; the last: " + o.lastFailure + "\n";
+  if (o.noise && o.differenceStep)
+    text += "  Noise of the values " + rounded(*o.noise, 1) + " of their size; difference step " +
+            rounded(*o.differenceStep, 1) + " half ranges\n";
   if (o.verification)
     text +=
         o.verification->same
@@ -80,13 +82,14 @@ std::string rest(const ConstraintOutcome& c, const std::string& objective, doubl
 }  // namespace
 
 Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& design,
-                  const std::string& reason) {
+                  const std::string& reason, double tolerance) {
   Outcome outcome;
+  tolerance = std::max(tolerance, problem.options.tolerance);
   outcome.problem = problem.title.empty() ? problem.file.filename().string() : problem.title;
   outcome.reason = reason;
-  outcome.tolerance = problem.options.tolerance;
+  outcome.tolerance = tolerance;
   if (!design) return outcome;
-  outcome.feasible = design->violation <= problem.options.tolerance;
+  outcome.feasible = design->violation <= tolerance;
   outcome.violation = design->violation;
   const ObjectiveEntry& goal = problem.objective;
   outcome.objective = {goal.name, goal.maximize ? "maximize" : "minimize", design->values[0],
@@ -95,8 +98,20 @@ Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& d
     outcome.variables.push_back(outcomeOf(problem.variables[i], design->x[i]));
   for (std::size_t j = 0; j < problem.constraints.size(); ++j)
     outcome.constraints.push_back(
-        outcomeOf(problem.constraints[j], design->values[j + 1], problem.options.tolerance));
+        outcomeOf(problem.constraints[j], design->values[j + 1], tolerance));
   return outcome;
+}
+
+std::string conflictText(const ConflictOutcome& conflict) {
+  std::string names;
+  for (const std::string& name : conflict.constraints)
+    names += (names.empty() ? "'" : ", '") + name + "'";
+  const std::string least = "; the least violation found is " + rounded(conflict.violation, 3) +
+                            " of the scales.";
+  if (conflict.constraints.size() == 1)
+    return "Within these bounds nothing meets " + names + " alone" + least;
+  return names + " contradict each other within these bounds" +
+         (conflict.minimal ? ": without any one of them the others can be met" : "") + least;
 }
 
 std::string table(const Outcome& o) {

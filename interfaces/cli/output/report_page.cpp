@@ -313,7 +313,8 @@ class SolveSection {
     const OptionsTable& o = problem.options;
     add("options", "method " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
                        (o.centralDifferences ? "central" : "forward") + " differences of " +
-                       rounded(o.differenceStep) + " half ranges");
+                       (o.differenceStep > 0 ? rounded(o.differenceStep) + " half ranges"
+                                             : "a step that suits the noise of the values"));
     std::string hashes;
     for (const auto& [part, hash] : fingerprint(problem)) hashes += hash + "  " + part + "\n";
     add("contents", hashes);

@@ -36,8 +36,13 @@ bool assigns(const std::string& text) {
 }
 
 // What the user may have meant with an expression that is none.
-std::string hintFor(const std::string& text, const mu::Parser& parser) {
+std::string hintFor(const std::string& text, const mu::ParserError& error,
+                    const mu::Parser& parser) {
+  const std::string product = "; a product is written with *";
+  if (error.GetCode() == mu::ecUNEXPECTED_VAR) return product;
   if (text.find("**") != std::string::npos) return "; a power is written ^";
+  for (const char* sign : {"\u00d7", "\u00b7", ")("})
+    if (text.find(sign) != std::string::npos) return product;
   std::vector<std::string> functions;
   for (const auto& [name, unused] : parser.GetFunDef()) functions.push_back(name);
   const auto letter = [](char c) {
@@ -56,7 +61,7 @@ std::string hintFor(const std::string& text, const mu::Parser& parser) {
       while (end < text.size() && (digit(text[end]) || text[end] == '.')) ++end;
       const std::size_t next = std::min(text.find_first_not_of(' ', end), text.size());
       if (next < text.size() && letter(text[next]) && (next > end || text[next] != 'e'))
-        return "; a product is written with *";
+        return product;
     }
     i = std::max(end, i + 1);
   }
@@ -142,12 +147,12 @@ bool Model::compile(const Expression& expression, Formula& formula, std::vector<
     formula.parser->Eval(count);
     if (count != 1)
       return wrong("\"" + clipped(expression.text) + "\" holds " + std::to_string(count) +
-                   " expressions separated by commas");
+                   " expressions separated by commas; a decimal point is written 1.5");
   } catch (const mu::ParserError& error) {
     std::string text = error.GetMsg();
     while (!text.empty() && (text.back() == '.' || text.back() == ' ')) text.pop_back();
     return wrong(clipped(text, 200) + " in \"" + clipped(expression.text) + "\"" +
-                 hintFor(expression.text, *formula.parser));
+                 hintFor(expression.text, error, *formula.parser));
   }
   return true;
 }
@@ -180,6 +185,19 @@ void Model::orderQuantities(const std::vector<std::vector<std::size_t>>& uses, I
   for (std::size_t i = 0; i < quantities.size(); ++i) visit(visit, i);
 }
 
+// Whether a result or a variable that is not fixed enters, by way of quantities too.
+bool Model::varies(const Formula& formula) const {
+  if (!formula.parser || formula.usesResults) return true;
+  for (const auto& [name, unused] : formula.parser->GetUsedVar()) {
+    const auto slot =
+        static_cast<std::size_t>(std::find(names.begin(), names.end(), name) - names.begin());
+    if (slot < quantitiesBegin ? problem.variables[slot].lower < problem.variables[slot].upper
+                               : slot >= resultsBegin || varies(quantities[slot - quantitiesBegin]))
+      return true;
+  }
+  return false;
+}
+
 void Model::warnUnused(const std::vector<std::string>& filledIn, Issues& issues) const {
   const auto check = [&](const std::string& kind, const std::string& name, int line) {
     const auto slot =
@@ -190,7 +208,7 @@ void Model::warnUnused(const std::vector<std::string>& filledIn, Issues& issues)
   for (const VariableEntry& v : problem.variables) check("variable", v.name, v.line);
   for (const QuantityEntry& q : problem.quantities) check("quantity", q.name, q.value.line);
   for (const ResultEntry& r : problem.results) check("result", r.name, r.line);
-  if (outputs[0].parser && outputs[0].parser->GetUsedVar().empty())
+  if (!varies(outputs[0]))
     issues.warn(problem.objective.value.line, "objective: it is constant");
 }
 

@@ -45,6 +45,7 @@ class Model {
   bool compile(const Expression& expression, Formula& formula, std::vector<std::size_t>& uses,
                Issues& issues);
   void orderQuantities(const std::vector<std::vector<std::size_t>>& uses, Issues& issues);
+  bool varies(const Formula& formula) const;
   void load(std::span<const double> x);
 
   const ProblemFile& problem;

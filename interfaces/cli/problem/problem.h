@@ -117,7 +117,10 @@ struct OptionsTable {
   int maxEvaluations = 0;  // 0: no limit, as below
   double maxSeconds = 0;
   double tolerance = 1e-4;
-  double differenceStep = 1e-4;
+  double differenceStep = 0;  // 0: what suits the noise of the values
+  double accuracy = 0;        // of the values, relative, where it is known
+  // Share of half the range in which the command is given the coarsest variable; 0: in all digits.
+  double resolution = 0;
   bool centralDifferences = false;
   bool insideBounds = false;
   std::optional<double> target;

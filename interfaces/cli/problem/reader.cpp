@@ -261,7 +261,10 @@ class Reader {
     options.maxEvaluations = section.count("max_evaluations", 1).value_or(0);
     options.maxSeconds = section.positive("max_seconds").value_or(0);
     options.tolerance = section.positive("tolerance").value_or(options.tolerance);
-    options.differenceStep = readStep(section).value_or(options.differenceStep);
+    options.differenceStep = readStep(section).value_or(0);
+    options.accuracy = section.positive("accuracy").value_or(0);
+    if (options.accuracy >= 1)
+      section.issue("accuracy", "'accuracy' is a share of the values: below 1");
     options.centralDifferences =
         section.choice("differences", {"forward", "central"}).value_or(0) == 1;
     options.insideBounds = section.flag("inside_bounds").value_or(false);
@@ -311,7 +314,9 @@ int lineOfDeepKey(const std::string& content) {
 // What the user may have meant with a line that is no TOML.
 std::string syntaxHint(const std::string& description) {
   const std::pair<const char*, const char*> hints[] = {
+      {"expected decimal digit", "; a decimal point has digits on both sides: 0.5, 1.0"},
       {"saw ','", "; numbers have a decimal point: 0.1, not 0,1"},
+      {"saw '\\n'", "; a table in braces stands in one line"},
       {"could not determine value type", "; an expression stands in quotes"},
       {"utf-8", "; convert the file to UTF-8, for instance with iconv -f latin1 -t utf-8"},
       {"escape sequence", "; a regex stands in single quotes, where \\ is nothing special"}};

@@ -147,15 +147,23 @@ std::string TextTemplate::filled(std::span<const double> numbers,
     if (part.index >= numberCount) {
       const std::string& text = texts[part.index - numberCount];
       result += kind == Kind::shell ? quoted(text, part.quote) : text;
-    } else if (part.format.empty()) {
-      result += shortest(numbers[part.index]);
     } else {
-      char text[1400];  // a %999.999f of the largest double fits
-      std::snprintf(text, sizeof text, part.format.c_str(), numbers[part.index]);
-      result += text;
+      result += written(part, numbers[part.index]);
     }
   }
   return result;
+}
+
+std::string TextTemplate::written(const Part& part, double number) {
+  if (part.format.empty()) return shortest(number);
+  char text[1400];  // a %999.999f of the largest double fits
+  std::snprintf(text, sizeof text, part.format.c_str(), number);
+  return text;
+}
+
+void TextTemplate::addPlaces(std::span<const double> numbers, std::string& text) const {
+  for (const Part& part : parts)
+    if (part.index < numberCount) text += written(part, numbers[part.index]) + ' ';
 }
 
 std::vector<int> TextTemplate::placeLines() const {

@@ -21,6 +21,8 @@ class TextTemplate {
                Kind kind = Kind::plain);
 
   std::string filled(std::span<const double> numbers, std::span<const std::string> texts) const;
+  // Of the places alone what they become.
+  void addPlaces(std::span<const double> numbers, std::string& text) const;
   // Numbers of the lines with a place, from 1 on.
   std::vector<int> placeLines() const;
   bool usesNumbers() const;
@@ -40,6 +42,7 @@ class TextTemplate {
   static void readPlace(std::string inner, const std::vector<std::string>& names, int line,
                         const Complain& complain, Part& part);
   void noteQuotes();
+  static std::string written(const Part& part, double number);
   static std::string quoted(const std::string& text, Quote quote);
 
   std::vector<Part> parts;

@@ -19,7 +19,10 @@ class Advice {
   std::string text() {
     tellViolation();
     tellNotFinite();
-    if (!result.success) tellReason();
+    if (result.conflict)
+      say(conflictText(*outcomeOf(problem, result).conflict));
+    else if (!result.success)
+      tellReason();
     return all;
   }
 
@@ -83,7 +86,7 @@ class Advice {
       add("scale = " + rounded(typicalSize(value)) + " in [objective]");
     if (o.method != "automatic") add("method = \"automatic\" in [options]");
     if (!o.centralDifferences) add("differences = \"central\"");
-    if (problem.command) add("another difference_step");
+    if (problem.command && result.noise == 0) add("another difference_step");
     if (!problem.constraints.empty())
       add("a 'scale' for each constraint that is about the size of its usual changes");
     add("another start");

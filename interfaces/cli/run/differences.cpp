@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "run/layer.h"
+
 namespace tarnix::cli {
 
 namespace {
@@ -14,7 +16,7 @@ struct Pair {
 Pair pairFor(const ProblemFile& problem, std::size_t i, double x) {
   const VariableEntry& v = problem.variables[i];
   const OptionsTable& o = problem.options;
-  const double step = v.differenceStep.value_or(o.differenceStep) * (v.upper - v.lower) / 2;
+  const double step = v.differenceStep.value_or(plainStep(o)) * (v.upper - v.lower) / 2;
   const bool above = !o.insideBounds || x + step <= v.upper,
              below = !o.insideBounds || x - step >= v.lower;
   if (o.centralDifferences && above && below) return {i, x - step, x + step};

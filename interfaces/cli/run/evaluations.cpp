@@ -98,9 +98,19 @@ Record Evaluations::recordOf(const Run& run, const RunOutcome& outcome) const {
 }
 
 std::vector<Record> Evaluations::copies(std::span<const double> x) {
-  for (int job = 0; job < jobs; ++job) startRun(x, 1);
+  return repeated(Designs(static_cast<std::size_t>(jobs), {x.begin(), x.end()}));
+}
+
+void Evaluations::repeatAll(const Designs& designs) {
+  for (const Record& record : repeated(designs)) history->appendVerification(record);
+}
+
+// As they end.
+std::vector<Record> Evaluations::repeated(const Designs& designs) {
   std::vector<Record> records;
-  while (!runs.empty()) {
+  const Designs besideBefore = beside;
+  for (std::size_t first = 0; first < designs.size() || !runs.empty();) {
+    while (first < designs.size() && running() < jobs) startRun(designs[first++], 1);
     wait();
     std::erase_if(runs, [&](Run& run) {
       const auto outcome = simulator->finished(run);
@@ -108,6 +118,7 @@ std::vector<Record> Evaluations::copies(std::span<const double> x) {
       return outcome.has_value();
     });
   }
+  beside = besideBefore;  // those of the solve
   return records;
 }
 

@@ -65,6 +65,9 @@ class Evaluations {
   // failed.
   Record repeat(std::span<const double> x, std::filesystem::path& directory);
 
+  // Runs designs once more, side by side, into the history.
+  void repeatAll(const Designs& designs);
+
   // As many runs of one design side by side as there are jobs, outside the history.
   std::vector<Record> copies(std::span<const double> x);
 
@@ -110,6 +113,7 @@ class Evaluations {
     Clock::time_point from;
   };
 
+  std::vector<Record> repeated(const Designs& designs);
   Record recordOf(const Run& run, const RunOutcome& outcome) const;
   std::string failureText(const Run& run, const RunOutcome& outcome) const;
   void compute(std::span<const double> x);

@@ -51,9 +51,15 @@ void addContent(const fs::path& path, bool link, Hash& hash) {
   }
 }
 
-// Files beside the problem file that the words name: {{dir}}/x and ./x.
+// Whether a name in a text for the shell is that of a file that the command writes: behind > or >>.
+bool isWritten(const std::string& word, std::size_t at) {
+  while (at > 0 && std::string(" \t'\"").find(word[at - 1]) != std::string::npos) --at;
+  return at > 0 && word[at - 1] == '>';
+}
+
+// Files next to the problem file that the words name: {{dir}}/x and ./x.
 std::set<fs::path> scripts(const ProblemFile& problem) {
-  std::set<fs::path> found;
+  std::set<fs::path> found, written;
   for (const std::string& word : problem.command->words) {
     for (const std::string mark : {"{{dir}}/", "./"})
       for (std::size_t at = word.find(mark); at != std::string::npos;
@@ -66,9 +72,12 @@ std::set<fs::path> scripts(const ProblemFile& problem) {
             std::min(word.find_first_of(" \t\n'\"`;&|<>()$", begin), word.size());
         const fs::path path = problem.directory / word.substr(begin, end - begin);
         std::error_code error;
-        if (fs::is_regular_file(path, error)) found.insert(path.lexically_normal());
+        if (!fs::is_regular_file(path, error)) continue;
+        const bool own = problem.command->shell && isWritten(word, at);
+        (own ? written : found).insert(path.lexically_normal());
       }
   }
+  for (const fs::path& path : written) found.erase(path);
   return found;
 }
 

@@ -239,6 +239,7 @@ void History::parseHeader(std::string_view line, const ProblemFile& problem) con
     changed += (changed.empty() ? "" : ", ") + part;
   };
   const Json& parts = entry.at("parts");
+  if (!parts.is_object()) throw std::invalid_argument("parts");
   const Fingerprint now = fingerprint(problem);
   for (const auto& [part, hash] : now)
     if (!parts.contains(part) || parts.at(part) != hash) change(part);
@@ -263,8 +264,9 @@ void History::parseLine(std::string_view line, const ProblemFile& problem) {
     return;
   }
   if (entry.contains("iteration")) {
-    marks.push_back(
-        {entry.value("method", std::string()), entry.at("iteration").get<int>(), known.size()});
+    const Json& number = entry.at("iteration");
+    if (!number.is_number_integer()) throw std::invalid_argument("iteration");
+    marks.push_back({entry.value("method", std::string()), number.get<int>(), known.size()});
     return;
   }
   highestRun = std::max(highestRun, runNumber(entry, problem));

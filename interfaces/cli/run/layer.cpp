@@ -1,5 +1,6 @@
 #include "run/layer.h"
 
+#include <algorithm>
 #include <cmath>
 #include <tarnix/tarnix.hpp>
 
@@ -26,6 +27,23 @@ tarnix::Problem layerProblem(const ProblemFile& problem, double objectiveScale) 
   return p;
 }
 
+namespace {
+
+// Values that are given in steps are as exact as a quarter of one, in the mean; what is finer than
+// this is no more than rounding.
+double printedNoise(const OptionsTable& options) {
+  constexpr double fine = 1e-9;
+  return options.resolution > fine ? options.resolution / 4 : 0;
+}
+
+}  // namespace
+
+double plainStep(const OptionsTable& options) {
+  if (options.differenceStep > 0) return options.differenceStep;
+  const double noise = std::max(options.accuracy, printedNoise(options));
+  return std::clamp(std::sqrt(noise), 1e-4, 0.05);
+}
+
 tarnix::Options layerOptions(const OptionsTable& options) {
   tarnix::Options o;
   o.method = options.method == "grg"   ? Method::grg
@@ -33,7 +51,8 @@ tarnix::Options layerOptions(const OptionsTable& options) {
                                        : Method::automatic;
   o.tolerance = options.tolerance;
   o.differences = options.centralDifferences ? Differences::central : Differences::forward;
-  o.differenceStep = options.differenceStep;
+  o.differenceStep = o.method == Method::automatic ? options.differenceStep : plainStep(options);
+  if (options.differenceStep == 0) o.accuracy = std::max(options.accuracy, printedNoise(options));
   o.keepInside = options.insideBounds;
   o.maxIterations = options.maxIterations;
   o.target = options.target;
@@ -51,13 +70,18 @@ std::vector<std::string> layerIssues(const ProblemFile& problem) {
 
 Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
   Outcome outcome =
-      outcomeAt(problem, BestDesign{r.point.x, r.point.values, r.point.violation}, name(r.reason));
+      outcomeAt(problem, BestDesign{r.point.x, r.point.values, r.point.violation}, name(r.reason),
+                r.tolerance);
   outcome.success = r.success;
   outcome.feasible = r.feasible;
   outcome.method = name(r.method);
   outcome.status = r.status;
   outcome.meaning = r.meaning;
   outcome.iterations = r.iterations;
+  if (r.noise > 0) outcome.noise = r.noise;
+  outcome.differenceStep = r.differenceStep;
+  if (r.conflict)
+    outcome.conflict = {r.conflict->violation, r.conflict->constraints, r.conflict->minimal};
   for (const Stage& stage : r.stages)
     outcome.stages.push_back({name(stage.settings.method), name(stage.settings.differences),
                               stage.status, stage.meaning, stage.iterations, stage.evaluations});
@@ -69,7 +93,7 @@ Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
     outcome.minima->unsuccessful = r.minima->unsuccessful;
     outcome.minima->unseen = r.minima->unseen;
   }
-  if (!r.report) return outcome;
+  if (!r.report || !r.feasible) return outcome;  // of a design that is none nothing has a price
   for (const ActiveLimit& limit : r.report->active) {
     if (limit.multiplier == 0) continue;
     const auto tell = [&](auto& entries) {

@@ -16,6 +16,8 @@ struct Result;
 namespace tarnix::cli {
 
 tarnix::Problem layerProblem(const ProblemFile& problem, double objectiveScale);
+// Step of the differences in half ranges where the automatic method does not choose it.
+double plainStep(const OptionsTable& options);
 tarnix::Options layerOptions(const OptionsTable& options);
 
 // What the layer would refuse.

@@ -31,7 +31,8 @@ class Scanner {
       if (at('#')) return whole > 0 ? NumberFault::notFinite : NumberFault::notANumber;
       fraction = digits();
     }
-    if (whole + fraction == 0 || !exponent()) return NumberFault::notANumber;
+    const bool point = plain.find('.') != std::string::npos;
+    if (whole + fraction == 0 || !exponent(point)) return NumberFault::notANumber;
     if (at(',') && place + 1 < text.size() && digit(text[place + 1]))
       return NumberFault::decimalComma;
     if (!endsHere()) return NumberFault::notANumber;
@@ -63,8 +64,9 @@ class Scanner {
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
     return word == "nan" || word == "inf";
   }
-  // With a letter, or with a sign alone, as Fortran writes exponents of three digits.
-  bool exponent() {
+  // With a letter, or with a sign alone, as Fortran writes exponents of three digits behind a
+  // fraction: 1.5-1 is a difference.
+  bool exponent(bool point) {
     const bool letter =
         place < text.size() && std::string_view("eEdD").find(text[place]) != std::string_view::npos;
     if (letter)
@@ -73,7 +75,8 @@ class Scanner {
       return true;
     plain += 'e';
     if (at('+') || at('-')) take();
-    return digits() > 0;
+    const std::size_t count = digits();
+    return letter ? count > 0 : point && count == 3;
   }
   bool endsHere() {
     if (place == text.size()) return true;

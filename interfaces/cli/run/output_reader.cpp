@@ -36,6 +36,15 @@ std::optional<std::string_view> valueOfKey(std::string_view line, const std::str
   return trimmed(line.substr(1));
 }
 
+// Whether a word stands where a number was to be: one with a comma, or the stars of a field that was
+// too narrow. It is no heading, to be passed over for the number above it.
+bool meantAsNumber(std::string_view word) {
+  if (word.find_first_not_of('*') == word.npos) return true;
+  if (word[0] == '+' || word[0] == '-') word.remove_prefix(1);
+  if (!word.empty() && word[0] == '.') word.remove_prefix(1);
+  return !word.empty() && word[0] >= '0' && word[0] <= '9';
+}
+
 // The word of a number from 1 on, where it is a number: headings have words in the same place.
 std::optional<std::string_view> columnOf(std::string_view line, int column) {
   std::string_view word;
@@ -48,7 +57,7 @@ std::optional<std::string_view> columnOf(std::string_view line, int column) {
   }
   double value = 0;
   const NumberFault fault = readNumber(word, value);
-  if (fault == NumberFault::notANumber) return {};
+  if (fault == NumberFault::notANumber && !meantAsNumber(word)) return {};
   return word;
 }
 
@@ -214,7 +223,9 @@ void OutputReader::scanJson(const std::filesystem::path& path, const std::string
     if (entry.file != file || entry.json.empty()) continue;
     try {
       const auto& value = json.at(nlohmann::json::json_pointer(entry.json));
-      const auto take = [&](const nlohmann::json& one) { found[i].take(entry, one.dump()); };
+      const auto take = [&](const nlohmann::json& one) {
+        found[i].take(entry, one.is_structured() ? one.type_name() : one.dump());
+      };
       if (!value.is_array())
         take(value);
       else
@@ -233,7 +244,8 @@ bool OutputReader::scan(const std::filesystem::path& directory, const std::strin
                                   [&](const Rule& rule) { return rule.entry.file == file; });
   const std::string result = "result '" + first->entry.name + "'";
   if (!lines.exists())
-    reason = "no file '" + file + "' was written, which holds " + result;
+    reason = file.empty() ? "standard output is not there any more: no " + result
+                          : "no file '" + file + "' was written, which holds " + result;
   else if (!lines.size())
     reason = "'" + file + "' is no regular file: no " + result;
   else if (*lines.size() == 0)

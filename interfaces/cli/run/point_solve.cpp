@@ -1,7 +1,7 @@
 #include "run/point_solve.h"
 
 #include <algorithm>
-#include <tarnix/tarnix.hpp>
+#include <utility>
 
 #include "run/layer.h"
 #include "run/layer_solve.h"
@@ -21,16 +21,15 @@ bool better(const Outcome& a, const Outcome& b) {
 
 }  // namespace
 
-Outcome PointSolve::from(const std::vector<double>& design) {
-  std::vector<double> start;
-  for (const VariableEntry& v : problem.variables) start.push_back(v.start);
-  std::vector<double> first = design.empty() ? start : design;
-  for (std::size_t i = 0; i < first.size(); ++i)
-    first[i] = std::clamp(first[i], problem.variables[i].lower, problem.variables[i].upper);
-  Outcome outcome = solvedFrom(first);
-  if (!outcome.success && first != start) {
-    Outcome other = solvedFrom(start);
-    if (better(other, outcome)) outcome = std::move(other);
+Outcome PointSolve::from(const std::optional<End>& neighbor) {
+  Outcome outcome = solved(neighbor ? &*neighbor : nullptr);
+  if (neighbor && !outcome.success) {
+    const auto first = std::exchange(ended, {});
+    Outcome other = solved(nullptr);
+    if (better(other, outcome))
+      outcome = std::move(other);
+    else
+      ended = first;
   }
   outcome.evaluations = asked;
   return outcome;
@@ -57,32 +56,38 @@ std::vector<std::vector<double>> PointSolve::answers(const Evaluations::Designs&
   return values;
 }
 
-Outcome PointSolve::solvedFrom(std::vector<double> start) {
-  tarnix::Options layer = layerOptions(problem.options);
-  layer.start = std::move(start);
-  if (problem.options.maxEvaluations > 0) layer.maxEvaluations = problem.options.maxEvaluations;
-  if (problem.options.maxSeconds > 0)
-    layer.maxTime = std::chrono::duration<double>(problem.options.maxSeconds);
+// The first evaluation of the solve, which gives the objective its scale.
+double PointSolve::scaleAtStart(tarnix::Options layer) {
+  if (problem.objective.scale) return *problem.objective.scale;
   double first = 0;
   const auto one = [&](const Point& x, Values& v) {
     const auto f = answers({{x.begin(), x.end()}})[0];
     std::copy(f.begin(), f.end(), v.begin());
     first = f[0];
   };
+  layer.maxEvaluations = 1;
+  layer.report = false;
+  layer.starts = 1;
+  layerProblem(problem, 1).solve(one, layer);
+  --asked;  // the solve asks for it again
+  return typicalSize(first);
+}
+
+Outcome PointSolve::solved(const End* neighbor) {
+  tarnix::Options layer = layerOptions(problem.options);
+  if (problem.options.maxEvaluations > 0) layer.maxEvaluations = problem.options.maxEvaluations;
+  if (problem.options.maxSeconds > 0)
+    layer.maxTime = std::chrono::duration<double>(problem.options.maxSeconds);
+  if (neighbor) layer.warm = neighbor->warm, layer.starts = 1;
   try {
-    tarnix::Options look = layer;
-    look.maxEvaluations = 1;
-    look.report = false;
-    look.starts = 1;
-    layerProblem(problem, 1).solve(one, look);
-    --asked;  // the solve asks for it again
-    const double scale = problem.objective.scale.value_or(typicalSize(first));
+    const double scale = neighbor ? neighbor->scale : scaleAtStart(layer);
     const tarnix::Result result =
         solveLayer(problem, scale, layer,
                    [&](const Evaluations::Designs& designs) { return answers(designs); });
     const bool failedThere =
         std::find(penalized.begin(), penalized.end(), result.point.x) != penalized.end();
     const bool worse = best && !result.feasible && !(result.point.violation <= best->violation);
+    if (result.feasible && !failedThere) ended = End{result.warm(), scale};
     if (!failedThere && !worse) return outcomeOf(problem, result);
     Outcome outcome = outcomeAt(problem, best, name(result.reason));
     outcome.advice = outcomeOf(problem, result).advice;

@@ -1,7 +1,9 @@
 // A solve whose runs come from a pool that it shares with others: a point of a sweep.
 #pragma once
 
+#include <optional>
 #include <string>
+#include <tarnix/tarnix.hpp>
 #include <vector>
 
 #include "output/outcome.h"
@@ -17,22 +19,30 @@ class PointSolve {
   PointSolve(Setup& setup, Evaluations* runs, SharedPool& shared)
       : problem(setup.problem), model(*setup.model), store(runs), pool(shared) {}
 
-  // Solves from a design, which is moved into the bounds; an empty one stands for the file's start.
-  // When that is no success it solves from the file's start too, and the better end counts.
-  Outcome from(const std::vector<double>& design);
+  // Solves from the end of another solve, where one is given. When that is no success, or there is
+  // none, it solves from the file's start, and the better end counts.
+  struct End {
+    tarnix::WarmStart warm;
+    double scale;  // of the objective
+  };
+  Outcome from(const std::optional<End>& neighbor);
+  // What the end tells a solve of a similar problem; absent where a limit does not hold.
+  const std::optional<End>& end() const { return ended; }
 
  private:
   struct RunFailed {
     std::string reason;
   };
   std::vector<std::vector<double>> answers(const Evaluations::Designs& designs);
-  Outcome solvedFrom(std::vector<double> start);
+  Outcome solved(const End* neighbor);
+  double scaleAtStart(tarnix::Options layer);
 
   ProblemFile& problem;
   Model& model;
   Evaluations* store;
   SharedPool& pool;
   std::optional<BestDesign> best;
+  std::optional<End> ended;
   std::vector<std::vector<double>> penalized;  // designs whose runs have failed
   long asked = 0;
 };

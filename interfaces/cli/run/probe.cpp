@@ -207,6 +207,8 @@ class Prober {
       const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*centre)[q]))
                                   : problem.constraints[j - 1].scale;
       noise = std::max(noise, result.values[q].noise / scale);
+      result.noise = std::max(
+          result.noise, result.values[q].noise / std::max(scale, std::abs(result.values[q].value)));
     }
     // Ten deviations: a decrease that small is none.
     result.tolerance = std::max(problem.options.tolerance, noise > 0 ? toOneDigit(10 * noise) : 0);

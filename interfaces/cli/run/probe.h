@@ -36,6 +36,7 @@ struct Probe {
 
   // Suggestions.
   double step = 0;       // of all variables
+  double noise = 0;      // of the noisiest function, relative to its size or scale
   bool central = false;  // forward differences would have noticeable errors
   double tolerance = 0;  // as it is, or raised above the noise
 };

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -26,6 +27,7 @@ sigset_t waited;  // by the program, SIGCHLD too
 sigset_t maskAtStart;
 
 std::set<pid_t> children;  // runs and guards, of all objects: no orphans of a run
+int runsUnderWay = 0;      // of all objects
 
 const char* const markName = "TARNIX_RUN_MARK=";
 
@@ -121,6 +123,22 @@ struct Launch {
   _exit(0);
 }
 
+// Why a file that may be executed does not start.
+std::string hintFor(int error, const std::filesystem::path& program) {
+  if (error == ENOEXEC) return " (a script begins with a line such as #!/bin/sh)";
+  std::error_code ignored;
+  if (error != ENOENT || !std::filesystem::exists(program, ignored)) return {};
+  std::ifstream stream(program);
+  std::string line;
+  std::getline(stream, line);
+  if (line.rfind("#!", 0) != 0) return {};
+  const bool carriageReturn = line.back() == '\r';
+  if (carriageReturn) line.pop_back();
+  return carriageReturn ? " (its lines end as on Windows, and '" + line.substr(2) +
+                              "\\r' is no program: dos2unix mends it)"
+                        : " (its first line names a program that is not there: " + line + ")";
+}
+
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
   std::vector<char*> result;
   for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
@@ -185,8 +203,8 @@ void checkSignals() {
 }
 
 std::string Ending::text() const {
-  if (exited) return "exit status " + std::to_string(status);
-  return "killed by signal " + std::to_string(status) + " (" + strsignal(status) + ")";
+  if (exited) return "ended with exit status " + std::to_string(status);
+  return "was killed by signal " + std::to_string(status) + " (" + strsignal(status) + ")";
 }
 
 ProcessTrees::ProcessTrees() {
@@ -235,11 +253,13 @@ pid_t ProcessTrees::start(const LaunchPlan& plan) {
   const pid_t child = startProcess(launch);
   if (child < 0) fail("cannot start a process");
   trees[child] = lastTree;
+  ++runsUnderWay;
   children.insert(child);
   if (launch.error != 0) {
     finish(child);
     errno = launch.error;
-    fail("cannot start '" + plan.program.string() + "' in '" + plan.directory.string() + "'");
+    fail("cannot start '" + plan.program.string() + "' in '" + plan.directory.string() + "'" +
+         hintFor(launch.error, plan.program));
   }
   return child;
 }
@@ -267,20 +287,35 @@ bool ProcessTrees::gone(pid_t process) const {
   return marked(markOf(process)).empty();  // an ended process has no environment any more
 }
 
-// Children that are neither runs nor the guard are orphans of a run. Ended ones are reaped.
-bool ProcessTrees::orphansLeft() const {
+// Children that are neither runs nor a guard are orphans of a run; none: not known. Ended ones are
+// reaped.
+std::optional<std::vector<pid_t>> ProcessTrees::orphans() {
   const int file = open("/proc/thread-self/children", O_RDONLY | O_CLOEXEC);
-  if (file < 0) return true;  // not known
+  if (file < 0) return {};
   std::string list;
   char piece[4096];
   for (ssize_t count; (count = read(file, piece, sizeof piece)) > 0;)
     list.append(piece, static_cast<std::size_t>(count));
   close(file);
   std::istringstream numbers(list);
-  bool left = false;
+  std::vector<pid_t> left;
   for (pid_t child; numbers >> child;)
-    if (!children.count(child)) left = waitpid(child, nullptr, WNOHANG) == 0 || left;
+    if (!children.count(child) && waitpid(child, nullptr, WNOHANG) == 0) left.push_back(child);
   return left;
+}
+
+// Of the run with this mark. One that has dropped its environment bears none: which run it belongs
+// to is known when there is no other, and then it goes too.
+void ProcessTrees::killOrphans(const std::string& mark) {
+  for (int round = 0; round < 1000; ++round) {
+    const auto left = orphans();
+    if (left && left->empty()) return;
+    killMarked(mark);
+    if (!left || runsUnderWay > 1) break;
+    for (const pid_t id : *left) kill(id, SIGKILL);
+    usleep(1000);
+  }
+  orphans();
 }
 
 // The number of the group stays taken until the process is reaped: nothing else can be hit.
@@ -292,15 +327,12 @@ void ProcessTrees::finish(pid_t process) {
   while (waitid(P_PID, static_cast<id_t>(process), &info, WEXITED | WNOWAIT) != 0 &&
          errno == EINTR) {
   }
-  if (orphansLeft()) {
-    killMarked(mark);
-    orphansLeft();
-  }
+  killOrphans(mark);
   if (Group* place = std::find(groups, groups + mostGroups, process); place != groups + mostGroups)
     *place = 0;
   while (waitpid(process, nullptr, 0) < 0 && errno == EINTR) {
   }
-  trees.erase(process);
+  runsUnderWay -= static_cast<int>(trees.erase(process));
   children.erase(process);
 }
 

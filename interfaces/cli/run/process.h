@@ -67,7 +67,8 @@ class ProcessTrees {
   using Group = std::atomic<pid_t>;  // 0: a free place
   static constexpr std::size_t mostGroups = 1024;
 
-  bool orphansLeft() const;
+  static std::optional<std::vector<pid_t>> orphans();
+  static void killOrphans(const std::string& mark);
   std::string markOf(pid_t process) const;
 
   Group* groups = nullptr;

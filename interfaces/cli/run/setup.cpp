@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iostream>
+#include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
@@ -15,26 +16,77 @@ namespace tarnix::cli {
 
 namespace {
 
-// A step of the differences that a template's format or rounding swallows gives differences of
-// zero.
-void warnSwallowedSteps(const ProblemFile& problem, Simulator& simulator, Issues& issues) {
-  std::vector<double> x;
-  for (const VariableEntry& v : problem.variables) x.push_back(v.start);
-  const Simulator::Preview start = simulator.preview(x);
-  const std::vector<std::string> used = simulator.filledIn();
-  for (std::size_t i = 0; i < x.size(); ++i) {
+// The steps in which a command is given a variable, near the start, in half ranges: formats have
+// few digits, and a double near a large number too. 0 where they are finer than anything matters.
+class Resolution {
+ public:
+  static constexpr double never = 2;
+
+  Resolution(const ProblemFile& p, const Simulator* s) : problem(p), simulator(s) {
+    for (const VariableEntry& v : p.variables) x.push_back(v.start);
+  }
+
+  double of(std::size_t i) {
     const VariableEntry& v = problem.variables[i];
-    if (v.lower == v.upper || std::find(used.begin(), used.end(), v.name) == used.end()) continue;
-    const double step =
-        v.differenceStep.value_or(problem.options.differenceStep) * (v.upper - v.lower) / 2;
-    x[i] = v.start + step;
-    const Simulator::Preview moved = simulator.preview(x);
-    x[i] = v.start;
-    if (moved.words == start.words && moved.files == start.files &&
-        moved.environment == start.environment)
-      issues.warn(v.line, "variable '" + v.name + "': a difference step of " + rounded(step, 3) +
+    const double half = (v.upper - v.lower) / 2;
+    const double sign = v.start + half <= v.upper ? half : -half;  // into the box
+    const double first = change(i, sign, 0);
+    if (first == 0 || first == never) return first;
+    const double second = change(i, sign, first);
+    return second == never ? never : second - first;
+  }
+
+ private:
+  std::string at(std::size_t i, double move) {
+    const double start = std::exchange(x[i], x[i] + move);
+    const std::string text = simulator ? simulator->given(x) : shortest(x[i]);
+    x[i] = start;
+    return text;
+  }
+
+  // The first share of half the range behind one where another number is given.
+  double change(std::size_t i, double half, double behind) {
+    const std::string before = at(i, behind * half);
+    constexpr double finest = 1e-10;
+    double low = behind, high = behind + finest;
+    for (double by = finest; at(i, high * half) == before; high = behind + by) {
+      if (by > 1) return never;
+      low = high, by *= 4;
+    }
+    if (low == behind && behind == 0) return 0;
+    for (int k = 0; k < 12; ++k) {
+      const double middle = low + (high - low) / 2;
+      (at(i, middle * half) == before ? low : high) = middle;
+    }
+    return high;
+  }
+
+  const ProblemFile& problem;
+  const Simulator* const simulator;
+  std::vector<double> x;
+};
+
+// Notes the coarsest resolution, and warns where nothing, or not the step of the file, shows in it.
+void findResolution(ProblemFile& problem, const Simulator* simulator, Issues& issues) {
+  const std::vector<std::string> used =
+      simulator ? simulator->filledIn() : std::vector<std::string>();
+  for (std::size_t i = 0; i < problem.variables.size(); ++i) {
+    const VariableEntry& v = problem.variables[i];
+    if (v.lower == v.upper) continue;
+    const bool named = !simulator || std::find(used.begin(), used.end(), v.name) != used.end();
+    const double share = Resolution(problem, simulator).of(i), half = (v.upper - v.lower) / 2;
+    if (!named && share == Resolution::never) continue;  // for expressions, which take all digits
+    const double step = v.differenceStep.value_or(problem.options.differenceStep);
+    constexpr double coarse = 1e-3;
+    if (step > 0 && step < share)
+      issues.warn(v.line, "variable '" + v.name + "': a difference step of " +
+                              rounded(step * half, 3) +
                               " does not show in what the command is given; write more digits, or "
                               "raise difference_step");
+    else if (share > coarse)
+      issues.warn(v.line, "variable '" + v.name + "': the command is given it in steps of " +
+                              rounded(share * half, 3) + "; write more digits");
+    problem.options.resolution = std::max(problem.options.resolution, std::min(share, 1.0));
   }
 }
 
@@ -51,7 +103,7 @@ Setup::Setup(const fs::path& file, const Overrides& overrides, bool warn) {
     for (const std::string& message : layerIssues(problem)) issues.add(0, message);
   if (issues.empty()) {
     model->warnUnused(simulator ? simulator->filledIn() : std::vector<std::string>(), issues);
-    if (simulator) warnSwallowedSteps(problem, *simulator, issues);
+    findResolution(problem, simulator.get(), issues);
   }
   warnings = issues.text();
   if (!issues.empty()) throw Failure(exitBadProblem, warnings);
@@ -68,8 +120,14 @@ void moveStart(Setup& setup, const Places& places, const std::string& where) {
   History history(where == "best" ? places.history : fs::path(where));
   history.read(setup.problem);
   std::optional<BestDesign> best;
-  for (const Record& record : history.records())
-    keepBest(setup.problem, record, judge(setup.problem, *setup.model, record), best);
+  for (const Record& record : history.records()) {
+    const Judged judged = judge(setup.problem, *setup.model, record);
+    keepBest(setup.problem, record, judged, best);
+    // Near an optimum of zero the value at the start says nothing of the size of values: the scale
+    // is that of the solve before.
+    if (judged.measured && !setup.problem.objective.scale)
+      setup.problem.objective.scale = typicalSize(judged.values[0]);
+  }
   if (!best)
     throw Failure(exitFiles, history.path().string() + ": no measured design within the bounds");
   for (std::size_t i = 0; i < best->x.size(); ++i) setup.problem.variables[i].start = best->x[i];
@@ -110,6 +168,14 @@ fs::path putAside(const fs::path& path, const std::string& extension) {
   return aside;
 }
 
+// An empty one is no loss. A link leads to where the user has room: it stays, and so does what is
+// there, for a number that is taken is not used again.
+void putRunsAside(const fs::path& runs) {
+  std::error_code ignored;
+  if (fs::is_symlink(runs, ignored)) return;
+  if (!fs::remove(runs, ignored)) putAside(runs, ".runs");
+}
+
 void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
   std::string content;
   if (!problem.command || !readFile(places.history, content)) return;
@@ -124,8 +190,7 @@ void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
                                  ": an earlier solve did not come to its end. Go on with 'tarnix "
                                  "resume', or begin anew with 'tarnix solve --fresh'");
   putAside(places.history, ".jsonl");
-  std::error_code ignored;
-  if (!fs::remove(places.runs, ignored)) putAside(places.runs, ".runs");  // an empty one is no loss
+  putRunsAside(places.runs);
   putAside(places.best, ".best");
 }
 

@@ -44,6 +44,9 @@ Overrides goOnWith(const Places& places, const Overrides& overrides);
 // come to its end or fresh is set; throws Failure otherwise.
 void makeRoom(const ProblemFile& problem, const Places& places, bool fresh);
 
+// Makes room for the directories of other runs.
+void putRunsAside(const std::filesystem::path& runs);
+
 // Renames a file or directory to the next free of NAME.1.EXTENSION, NAME.2.EXTENSION and so on,
 // where it is there. Its new name.
 std::filesystem::path putAside(const std::filesystem::path& path, const std::string& extension);

@@ -4,8 +4,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <set>
-#include <thread>
+#include <utility>
 
 namespace tarnix::cli {
 
@@ -38,24 +39,36 @@ void SharedPool::noteError(std::exception_ptr cause) {
   if (!error) error = std::move(cause);
 }
 
-void SharedPool::serve(const std::vector<std::function<void()>>& works) {
-  active = works.size();
+void SharedPool::add(Work work) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  works.push_front(std::move(work));
+}
+
+void SharedPool::runWork(const Work& work) {
+  try {
+    work();
+  } catch (const Abandoned&) {
+    // The cause is known.
+  } catch (...) {
+    noteError(std::current_exception());
+  }
+  const std::lock_guard<std::mutex> lock(mutex);
+  --active;
+  wake();
+}
+
+// A thread takes one work: a thousand points do not stand side by side.
+void SharedPool::startThreads() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  for (; !works.empty() && active < mostThreads && !error; works.pop_front(), ++active)
+    threads.emplace_back([this, work = std::move(works.front())] { runWork(work); });
+}
+
+void SharedPool::serve(std::vector<Work> given, std::size_t threadLimit) {
+  works.assign(std::make_move_iterator(given.begin()), std::make_move_iterator(given.end()));
+  mostThreads = threadLimit;
   ending = false;
   error = nullptr;
-  std::vector<std::thread> threads;
-  for (const auto& work : works)
-    threads.emplace_back([this, &work] {
-      try {
-        work();
-      } catch (const Abandoned&) {
-        // The cause is known.
-      } catch (...) {
-        noteError(std::current_exception());
-      }
-      const std::lock_guard<std::mutex> lock(mutex);
-      --active;
-      wake();
-    });
   try {
     serveAll();
     hearNews();
@@ -68,15 +81,17 @@ void SharedPool::serve(const std::vector<std::function<void()>>& works) {
     answered.notify_all();
   }
   for (std::thread& thread : threads) thread.join();
+  threads.clear();
   if (error) std::rethrow_exception(error);
 }
 
 void SharedPool::serveAll() {
   for (;;) {
     checkSignals();
+    startThreads();
     {
       const std::lock_guard<std::mutex> lock(mutex);
-      if (active == 0 || error) return;
+      if ((active == 0 && works.empty()) || error) return;
     }
     if (hearNews() || advanceRequests()) continue;
     if (onTick) onTick();

@@ -3,10 +3,12 @@
 #pragma once
 
 #include <condition_variable>
+#include <deque>
 #include <exception>
 #include <functional>
 #include <list>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "run/evaluations.h"
@@ -30,9 +32,13 @@ class SharedPool {
   // Has something done by the thread that serves.
   void tell(std::function<void()> what);
 
-  // Runs the works side by side, a thread each, and serves them until all have come to their end.
-  // Throws what ends the program, and what a work has thrown; all works have ended by then.
-  void serve(const std::vector<std::function<void()>>& works);
+  using Work = std::function<void()>;
+  // Runs the works side by side, so many threads at most, in their order, and serves them until all
+  // have come to their end. Throws what ends the program, and what a work has thrown; all works have
+  // ended by then.
+  void serve(std::vector<Work> works, std::size_t mostThreads = 64);
+  // For a work: has another one run, before those that wait.
+  void add(Work work);
 
   std::function<void()> onTick;  // now and then while runs are waited for
 
@@ -44,6 +50,8 @@ class SharedPool {
     bool done = false;
   };
 
+  void startThreads();
+  void runWork(const Work& work);
   void serveAll();
   bool advanceRequests();
   bool hearNews();
@@ -51,12 +59,15 @@ class SharedPool {
   void wake() const;
 
   const int most;
+  std::size_t mostThreads = 0;
+  std::list<std::thread> threads;  // of the thread that serves
   std::mutex mutex;
   std::condition_variable answered;
   // Guarded by the mutex.
   std::list<Request*> waiting;
   std::vector<std::function<void()>> news;
-  std::size_t active = 0;  // works
+  std::deque<Work> works;  // that wait for a thread
+  std::size_t active = 0;  // works that have one
   bool ending = false;
   std::exception_ptr error;
 };

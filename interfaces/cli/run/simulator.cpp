@@ -199,7 +199,10 @@ void Simulator::askToEnd(Run& run, const std::string& reason) {
 }
 
 bool Simulator::outputTooLarge(const Run& run) const {
-  for (const char* name : {"stdout.txt", "stderr.txt"}) {
+  std::vector<std::string> names{"stdout.txt", "stderr.txt"};
+  for (const ResultEntry& result : problem.results)
+    if (!result.file.empty()) names.push_back(result.file);
+  for (const std::string& name : names) {
     std::error_code error;
     const std::uintmax_t size = fs::file_size(run.directory / name, error);
     if (!error && size > command.outputLimit) return true;
@@ -217,7 +220,7 @@ void Simulator::look(Run& run) {
   if (now - run.looked < std::chrono::milliseconds(200)) return;
   run.looked = now;
   if (outputTooLarge(run))
-    askToEnd(run, "the command was ended, as it printed more than output_limit allows, " +
+    askToEnd(run, "the command was ended, as it wrote more than output_limit allows, " +
                       shortest(static_cast<double>(command.outputLimit) / 1e6) + " MB");
 }
 
@@ -237,7 +240,7 @@ bool Simulator::hasEnded(Run& run, RunOutcome& outcome) {
     const auto& accepted = command.acceptedStatus;
     if (!ending->exited ||
         std::find(accepted.begin(), accepted.end(), ending->status) == accepted.end()) {
-      outcome.reason = "the command ended with " + ending->text();
+      outcome.reason = "the command " + ending->text();
       return true;
     }
   }
@@ -319,6 +322,15 @@ std::vector<std::string> Simulator::filledIn() const {
     if (used) names.push_back(model.inputNames()[i]);
   }
   return names;
+}
+
+std::string Simulator::given(std::span<const double> x) const {
+  const std::vector<double> numbers = model.inputs(x);
+  std::string text;
+  for (const TextTemplate& word : words) word.addPlaces(numbers, text);
+  for (const auto* list : {&templates, &environment})
+    for (const Filled& file : *list) file.text.addPlaces(numbers, text);
+  return text;
 }
 
 Simulator::Preview Simulator::preview(std::span<const double> x) {

@@ -74,6 +74,9 @@ class Simulator {
   };
   Preview preview(std::span<const double> x);
 
+  // All numbers that a run at a design is given, as they are written.
+  std::string given(std::span<const double> x) const;
+
  private:
   struct Filled {
     std::string to;

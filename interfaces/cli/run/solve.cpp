@@ -84,7 +84,9 @@ class Solve {
 
   Outcome attempt(int& exitCode) {
     try {
-      Outcome outcome = measured(callLayer());
+      const tarnix::Result result = callLayer();
+      Outcome outcome = measured(result);
+      challenge(result, outcome);
       judgeCatalogue(outcome);
       exitCode = outcome.success ? exitSolved : exitNotSolved;
       return outcome;
@@ -232,6 +234,8 @@ class Solve {
       Outcome other = outcomeAt(problem, best, outcome.reason);
       other.method = outcome.method, other.meaning = outcome.meaning;
       other.iterations = outcome.iterations, other.stages = outcome.stages;
+      other.noise = outcome.noise, other.differenceStep = outcome.differenceStep;
+      other.conflict = outcome.conflict;
       other.advice = penalized ? "The method came to its end where the run fails; this is the best "
                                  "design measured. Narrow the bounds to where the command works."
                                : outcome.advice;
@@ -243,6 +247,37 @@ class Solve {
         last > 0 && last >= evaluations.counts().asked - pass)
       dropMultipliers(outcome);
     return outcome;
+  }
+
+  // Where no value moves with a variable, its slope is zero or the step of the differences too small
+  // for the digits of the values: designs further away tell.
+  void challenge(const tarnix::Result& result, Outcome& outcome) {
+    if (!outcome.success || !result.report || !problem.command || catalogue) return;
+    const std::vector<double>&x = result.point.x, &slopes = result.report->jacobian;
+    constexpr double further = 0.01;  // half ranges
+    Evaluations::Designs designs;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+      const VariableEntry& v = problem.variables[i];
+      bool moves = v.lower == v.upper;
+      for (std::size_t k = i; k < slopes.size(); k += x.size()) moves = moves || slopes[k] != 0;
+      for (const double side : {-further, further}) {
+        designs.push_back(x);
+        designs.back()[i] = std::clamp(x[i] + side * (v.upper - v.lower) / 2, v.lower, v.upper);
+        if (moves || designs.back() == x) designs.pop_back();
+      }
+    }
+    const double sign = problem.objective.maximize ? -1 : 1, value = result.objective();
+    const auto all = evaluations.atAll(designs);
+    if (std::none_of(all.begin(), all.end(), [&](const std::vector<double>& f) {
+          return violation(problem, f) <= outcome.tolerance &&
+                 sign * (f[0] - value) < -outcome.tolerance * scale;
+        }))
+      return;
+    outcome.success = false;
+    outcome.reason = "the differences do not show a slope";
+    outcome.advice =
+        "Close by are better designs: the values have too few digits for this difference_step; "
+        "raise it, or leave it and the method to be chosen automatically.";
   }
 
   static void dropMultipliers(Outcome& outcome) {
@@ -298,6 +333,7 @@ class Solve {
     const Verification other = compared(*recordAt(history.records(), x), again);
     if (other.agrees) return;
     v.same = v.agrees = false;
+    v.disturbed = true;
     v.text = other.text +
              "; runs side by side disturb each other: do they share a file? "
              "--jobs 1 avoids it";
@@ -354,7 +390,9 @@ class Solve {
 
   static void conclude(Verification v, Outcome& outcome, int& exitCode) {
     if (!v.agrees) {
-      if (outcome.success) outcome.reason = "the final design does not repeat";
+      if (outcome.success)
+        outcome.reason = v.disturbed ? "runs side by side disturb each other"
+                                     : "the final design does not repeat";
       outcome.success = false;
       outcome.advice =
           "The command gives other results for the same design; no optimum can be "

@@ -55,7 +55,7 @@ History openStudy(const ProblemFile& problem, const Places& places, const std::s
       throw Failure(exitFiles,
                     places.history.string() + ": another " + study + " is writing to it");
     putAside(places.history, ".history.jsonl");
-    if (!fs::remove(places.runs, ignored)) putAside(places.runs, ".runs");
+    putRunsAside(places.runs);
   }
   History history(places.history);
   if (!fs::exists(places.history, ignored)) {

@@ -105,11 +105,14 @@ class Sweep {
   SweepResult run(const std::function<void(const SweepPoint&)>& told) {
     const auto begun = Clock::now();
     try {
-      std::size_t deepest = 0;
-      for (std::size_t k = 0; k < points.size(); ++k) deepest = std::max(deepest, depth(k));
-      for (std::size_t wave = 0; wave <= deepest; ++wave) solveWave(wave, told);
-      for (Point& point : points) verify(point);
-      for (const auto& store : stores) verifyBeside(*store);
+      for (std::size_t k = 0; k < points.size(); ++k)
+        if (parent(k) != k) points[parent(k)].next.push_back(k);
+      const auto first = std::find_if(points.begin(), points.end(), [&](const Point& point) {
+        return parent(static_cast<std::size_t>(&point - points.data())) ==
+               static_cast<std::size_t>(&point - points.data());
+      });
+      pool.serve({workOf(static_cast<std::size_t>(first - points.begin()), told)});
+      verifyAll();
     } catch (const Interrupted& interrupted) {
       result.signal = interrupted.signal;
     }
@@ -128,7 +131,8 @@ class Sweep {
     std::vector<double> at;
     std::unique_ptr<Setup> setup;
     Store* store = nullptr;
-    std::vector<double> start;  // of the neighbors further out as well
+    std::vector<std::size_t> next;  // whose start is the end of this one
+    std::optional<PointSolve::End> start;
     std::optional<Outcome> outcome;
   };
 
@@ -151,13 +155,6 @@ class Sweep {
     return at;
   }
   std::size_t middle(std::size_t axis) const { return (axes[axis].values.size() - 1) / 2; }
-  std::size_t depth(std::size_t point) const {
-    std::size_t steps = 0;
-    const auto at = indices(point);
-    for (std::size_t a = 0; a < axes.size(); ++a)
-      steps += at[a] > middle(a) ? at[a] - middle(a) : middle(a) - at[a];
-    return steps;
-  }
   // The neighbor towards the middle, along the last axis first.
   std::size_t parent(std::size_t point) const {
     const auto at = indices(point);
@@ -199,50 +196,56 @@ class Sweep {
     return store;
   }
 
-  void solveWave(std::size_t wave, const std::function<void(const SweepPoint&)>& told) {
-    std::vector<std::function<void()>> works;
-    for (std::size_t k = 0; k < points.size(); ++k) {
-      if (depth(k) != wave) continue;
+  // Solves a point, then lets its neighbors further out begin.
+  SharedPool::Work workOf(std::size_t k, const std::function<void(const SweepPoint&)>& told) {
+    return [this, k, &told] {
       Point& point = points[k];
-      if (wave > 0) point.start = points[parent(k)].start;
-      works.push_back([this, &point, &told] {
-        Evaluations* const store = point.store ? point.store->evaluations.get() : nullptr;
-        point.outcome = PointSolve(*point.setup, store, pool).from(point.start);
-        if (point.outcome->feasible) {
-          point.start.clear();
-          for (const VariableOutcome& v : point.outcome->variables) point.start.push_back(v.value);
-        }
-        pool.tell([&point, &told] { told({point.at, point.outcome}); });
-      });
+      Evaluations* const store = point.store ? point.store->evaluations.get() : nullptr;
+      PointSolve solve(*point.setup, store, pool);
+      point.outcome = solve.from(point.start);
+      for (const std::size_t other : point.next) {
+        points[other].start = solve.end() ? solve.end() : point.start;
+        pool.add(workOf(other, told));
+      }
+      pool.tell([&point, &told] { told({point.at, point.outcome}); });
+    };
+  }
+
+  // The design of a success is run once more: runs side by side may disturb each other. So are two
+  // that were side by side, alone; when these differ no point can be trusted.
+  void verifyAll() {
+    std::map<Store*, Evaluations::Designs> again;
+    for (const Point& point : points) {
+      if (!point.store || !point.outcome->success) continue;
+      const std::vector<double> x = designOf(*point.outcome);
+      const auto& done = point.store->history.verifications();
+      const auto same = [&](const Record& record) { return record.x == x; };
+      if (std::none_of(done.begin(), done.end(), same)) again[point.store].push_back(x);
     }
-    serveSome(works);
+    for (auto& [store, designs] : again) store->evaluations->repeatAll(designs);
+    for (Point& point : points) judge(point);
+    for (const auto& store : stores) verifyBeside(*store);
   }
 
-  // Threads are cheap, though not for a thousand points at once.
-  void serveSome(const std::vector<std::function<void()>>& works) {
-    constexpr std::size_t most = 64;
-    for (std::size_t first = 0; first < works.size(); first += most)
-      pool.serve(
-          {works.begin() + static_cast<std::ptrdiff_t>(first),
-           works.begin() + static_cast<std::ptrdiff_t>(std::min(first + most, works.size()))});
-  }
-
-  // The design of a success is run once more, alone: runs side by side may disturb each other.
-  void verify(Point& point) {
+  void judge(Point& point) const {
     if (!point.store || !point.outcome->success) return;
-    std::vector<double> x;
-    for (const VariableOutcome& v : point.outcome->variables) x.push_back(v.value);
-    Store& store = *point.store;
-    const auto& done = store.history.verifications();
+    const std::vector<double> x = designOf(*point.outcome);
+    const auto& done = point.store->history.verifications();
     const auto place =
         std::find_if(done.begin(), done.end(), [&](const Record& record) { return record.x == x; });
-    const Record again = place != done.end() ? *place : repeated(store, x);
-    if (agrees(point.setup->problem, *point.setup->model, store, again)) return;
+    if (place != done.end() &&
+        agrees(point.setup->problem, *point.setup->model, *point.store, *place))
+      return;
     point.outcome->success = false;
     point.outcome->reason = "the design does not repeat";
   }
 
-  // So are two that were side by side. When these differ no point can be trusted.
+  static std::vector<double> designOf(const Outcome& outcome) {
+    std::vector<double> x;
+    for (const VariableOutcome& v : outcome.variables) x.push_back(v.value);
+    return x;
+  }
+
   void verifyBeside(Store& store) {
     for (const auto& x : store.evaluations->sideBySide()) {
       if (agrees(store.setup.problem, *store.setup.model, store, repeated(store, x))) continue;

@@ -32,9 +32,9 @@ struct SweepResult {
   int signal = 0;  // that ended it
 };
 
-// Begins in the middle and goes outwards, each point from the design of its neighbor; points at
-// the same distance from the middle are solved side by side. The points and their order, and so the
-// answer, are the same for any number of jobs. Told: of every point that is done.
+// Begins in the middle and works outwards, each point from the end of its neighbor as soon as that
+// is known, so that the branches are solved side by side. What a point starts from, and so the
+// answer, is the same for any number of jobs. Told: of every point that is done.
 SweepResult sweep(const std::filesystem::path& file, const std::filesystem::path& output,
                   const Overrides& overrides, const std::vector<Axis>& axes,
                   const StudyOptions& options, const std::function<void(const SweepPoint&)>& told);

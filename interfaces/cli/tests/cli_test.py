@@ -440,6 +440,43 @@ r = {{ value = "w / (h - 1)", min = 2 }}
         self.assertIn("'c' was not finite", result["advice"])
         self.assertRegex(result["advice"], "inside_bounds = true|Narrow the bounds")
 
+    def testValuesWithFewDigits(self):
+        """What is given or printed with few digits moves by steps, which are no slopes of zero."""
+        awk = "awk -v \"x=$(head -1 in)\" -v \"y=$(tail -1 in)\" 'BEGIN { printf \"f = FORMAT\\n\", 1 + (x - 2)^2 + (y - 1)^2 + x * y / 5 }'"
+        for given, printed in (("%12.5E", "%.17g"), ("%8.3f", "%.17g"), ("", "%.5g"), ("%.4f", "%.6g"),
+                               ("%.6f", "%.17g"), ("", "%.3f")):
+            for method in ("automatic", "sqp"):
+                with self.subTest(given=given, printed=printed, method=method):
+                    colon = ":" if given else ""
+                    self.write("in.t", f"{{{{x{colon}{given}}}}}\n{{{{y{colon}{given}}}}}\n")
+                    file = self.quadratic(awk.replace("FORMAT", printed),
+                                          extra='templates = [{ from = "in.t", to = "in" }]')
+                    text = file.read_text().replace('"sh", "{{dir}}/sim.sh", "{{x}}", "{{y}}"',
+                                                    '"sh", "{{dir}}/sim.sh"')
+                    file.write_text(text + f'[options]\nmethod = "{method}"\n')
+                    run = tarnix("solve", "-q", "--fresh", "--json", file)
+                    result = json.loads(run.stdout)
+                    # The least value is 1.3535; where the method says success, it is there.
+                    if result["success"] or method == "automatic":
+                        self.assertAlmostEqual(result["objective"]["value"], 1.35354, delta=2e-3)
+                    if method == "automatic":
+                        self.assertTrue(result["success"], result)
+                        self.assertLess(1e-6, result["difference_step"])
+
+    def testWhatTheCommandWritesIsNoPartOfIt(self):
+        file = self.write("p.toml", ONE.replace("RUN", json.dumps("echo {{x}} >> {{dir}}/log; echo f = {{x}}"))
+                          .replace("EXTRA", ""))
+        self.assertEqual(tarnix("solve", file).returncode, 0)
+        self.assertEqual(tarnix("resume", file).returncode, 0)
+
+    def testConflictsAreNamed(self):
+        file = self.write("q.toml", PLAIN + 'd = { value = "q", max = 0.5 }\ne = { value = "x - y", max = 9 }\n')
+        result = self.result("solve", file, code=1)
+        self.assertEqual(sorted(result["conflict"]["constraints"]), ["c", "d"])
+        self.assertTrue(result["conflict"]["minimal"])
+        self.assertFalse([c for c in result["constraints"] if "per_percent" in c])
+        self.assertRegex(tarnix("solve", "-q", file).stdout, "'c', 'd' contradict each\\s+other within")
+
     def testLimitsCountRuns(self):
         file = self.quadratic("echo f = $1", extra="")
         file.write_text(file.read_text() + "[options]\nmax_evaluations = 4\n")
@@ -494,10 +531,12 @@ class Signals(Case):
                 time.sleep(0.01)
             self.assertEqual(sleepers(), b"")
             self.assertEqual((self.dir / "saved").exists(), number == signal.SIGTERM)
-        # At a run's own end too what it has left behind goes.
-        file = self.one(f"setsid sleep {mark} & echo f = {{{{x}}}}")
-        self.assertEqual(tarnix("solve", "--fresh", file).returncode, 0)
-        self.assertEqual(sleepers(), b"")
+        # At a run's own end too what it has left behind goes, with no environment to know it by.
+        for leave in ("setsid", "env -i setsid", "env -i setsid env -i setsid"):
+            for jobs in (1, 2):
+                file = self.one(f"{leave} sleep {mark} & echo f = {{{{x}}}}")
+                self.assertEqual(tarnix("solve", "--fresh", "-j", jobs, file).returncode, 0)
+                self.assertEqual(sleepers(), b"", leave)
 
     def testClosedAndFullStreams(self):
         file = self.one("echo f = {{x}}")
@@ -541,7 +580,33 @@ class Attack(Case):
         file = self.one("yes {{x}}", "output_limit = 1\nkill_grace = 1")
         run = tarnix("solve", file)
         self.assertEqual(run.returncode, 3)
-        self.assertIn("it printed more than output_limit allows, 1 MB", run.stderr)
+        self.assertIn("it wrote more than output_limit allows, 1 MB", run.stderr)
+
+    def testEndlessFilesAndDeepJson(self):
+        file = self.one("cat /dev/zero > out; # {{x}}", "output_limit = 1\nkill_grace = 0")
+        file.write_text(file.read_text().replace('key = "f"', 'key = "f", file = "out"'))
+        self.assertIn("more than output_limit allows, 1 MB", tarnix("run", file).stderr)
+        self.write("deep", "[" * 1000000 + "]" * 1000000)
+        file = self.one("cat {{dir}}/deep; # {{x}}")
+        file.write_text(file.read_text().replace('key = "f"', 'json = "/0"'))
+        run = tarnix("run", file)
+        self.assertEqual(run.returncode, 3, run.stderr)
+        self.assertIn("is not a number", run.stderr)
+
+    def testRunsInALinkedPlaceStayThere(self):
+        disk = self.dir / "disk"
+        disk.mkdir()
+        (self.dir / "p.runs").symlink_to(disk)
+        for command in ("solve", "solve", "doe"):
+            self.assertEqual(tarnix(command, "--fresh", self.one("echo f = {{x}}")).returncode, 0)
+            self.assertTrue((self.dir / "p.runs").is_symlink())
+
+    def testScriptsThatDoNotStart(self):
+        for text, hint in (("echo f = $1\n", "a script begins with a line such as #!/bin/sh"),
+                           ("#!/no/such\n", "names a program that is not there: #!/no/such"),
+                           ("#!/bin/sh\r\necho\r\n", "dos2unix")):
+            self.write("sim", text, 0o755)
+            self.assertIn(hint, tarnix("run", self.one(["./sim", "{{x}}"])).stderr)
 
     def testDirectoryNamesRunNothing(self):
         place = self.dir / "d; touch X #"
@@ -589,8 +654,7 @@ name = "\\u001b[31mcost"
 
 
 class OutOfMemory(Case):
-    """Failing allocations, one at a time, end in a message. Some libraries swallow them, and one
-    allocates where nothing may fail; these are few."""
+    """Failing allocations, one at a time, end in a message, but for those that libraries swallow."""
 
     def sample(self, file, step):
         hook = os.environ.get("TARNIX_FAILING_NEW")
@@ -616,14 +680,11 @@ class OutOfMemory(Case):
                 self.assertIn("error: out of memory", ended.stderr)
             elif code == whole.returncode:
                 self.assertEqual(table(ended.stdout), table(whole.stdout), at)
-            elif code == -signal.SIGABRT:
-                self.assertIn("bad_alloc", ended.stderr)
             else:
                 self.assertRegex(ended.stderr, "^error: ", at)
         count = sum(codes.values())
         self.assertGreater(count, 40)
         self.assertGreater(codes[5], 0.9 * count, codes)
-        self.assertLessEqual(codes[-signal.SIGABRT], 0.06 * count, codes)
 
     def testExpressions(self):
         self.sample(EXAMPLES / "welded_beam.toml", 97)
@@ -831,7 +892,17 @@ class WrongProblems(Case):
                 ('value = "q"', 'value = "x"', 0, "warning: .*5: quantity 'q': nothing uses it"),
                 ('value = "q"', 'value = "q >= 1"', 0, "warning: .*9: constraint 'c': a comparison is 0 or 1"),
                 ('"\\(x - 2.*"', '"3"', 0, "warning: .*objective: it is constant"),
-                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}"), 0, "variable 'x': a difference step of 0.0002 does not"),
+                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}") + "[options]\ndifference_step = 1e-4\n", 0,
+                 "variable 'x': a difference step of 0.0002 does not"),
+                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}"), 0,
+                 "variable 'x': the command is given it in steps of 0.1; write more digits"),
+                ("lower = 0, upper = 4", "lower = 1, upper = 1.0000000000001", 0,
+                 "variable 'x': the command is given it in"),
+                ("x \\+ y", "x y", 2, "a product is written with \\*"),
+                ("x \\+ y", "(x)(y)", 2, "a product is written with \\*"),
+                ('"x \\+ y"\n.*\n.*', '"2 * 3"\n[objective]\nminimize = "q + 1"', 0,
+                 "warning: .*objective: it is constant"),
+                ("start = 1", "start = 1.", 2, "2: syntax: .*digits on both sides: 0.5, 1.0"),
         ]:
             with self.subTest(message=message):
                 file = self.dir / "p.toml"
@@ -964,7 +1035,7 @@ class Keys(Case):
             "[command]\nrun = " + json.dumps(["sh", "{{dir}}/meet.sh", "{{run}}"] +
                                              [f"{{{{{n}}}}}" for n in names]) +
             '\n[results]\nf = { key = "f" }\n[objective]\nminimize = "f"\n'
-            "[options]\nmax_evaluations = 41\n")
+            "[options]\ndifference_step = 1e-4\nmax_evaluations = 41\n")
         run = tarnix("solve", "-q", "-j64", file)
         self.assertEqual(run.returncode, 1, run.stderr)
         self.assertEqual(len(designs(self.dir / "p.history.jsonl")), 41)

@@ -89,6 +89,7 @@ TEST_F(HistoryTest, WhatDoesNotFitTheProblemIsRefused) {
       {"no number", R"({"x":[1,"two"],"f":[1,2])"},
       {"nested", deep.c_str()},
       {"an end that is none", R"({"end":7)"},
+      {"an iteration beyond all numbers", R"({"iteration":1e99)"},
       {"an end of wrong types", R"({"end":{"variables":7})"},
   };
   for (const Damage& c : cases) {

@@ -69,7 +69,8 @@ TEST(OutputReader, WhatIsNoNumberIsRefused) {
       {"*******", notANumber}, {"1,5", "decimal comma"}, {"1,234.5", "decimal comma"},
       {"1.#IND", notFinite},   {"1.#INF", notFinite},    {"-1.#QNAN", notFinite},
       {"NaN", notFinite},      {"-inf", notFinite},      {"Infinity", notFinite},
-      {"1e400", notFinite},    {"-nan(ind)", notFinite},
+      {"1e400", notFinite},    {"-nan(ind)", notFinite}, {"1+2", notANumber},
+      {"1.5-1", notANumber},   {"15-101", notANumber},   {"1.5-1010", notANumber},
   };
   for (const Refusal& c : cases) {
     SCOPED_TRACE(c.text);
@@ -172,6 +173,7 @@ TEST(OutputReader, PicksOneOfSeveral) {
       {"key = 'f', pick = 4", "only 3 matches"},
       {"key = 'f', after = 'END'", "no line holds 'END'"},
       {"column = 9", "no number in column 9"},
+      {"column = 2", "no number in column 2"},
       {"column = 'sxx'", "no column is called 'sxx'"},
       {"column = 'f = 2'", "no cell below 'f = 2'"},
       {"json = '/a'", "is no JSON"}};
@@ -184,6 +186,12 @@ TEST(OutputReader, PicksOneOfSeveral) {
   EXPECT_TRUE(
       std::isnan(valueIn("f = 1\nf = 1,5\nf = 2\n", entryOf("key = 'f', pick = 'sum'"), reason)));
   EXPECT_NE(reason.find("'1,5'"), std::string::npos) << reason;
+  // Nor does a field that overflowed, or a number of another form, leave the one above it.
+  for (const char* word : {"*****", "1'234.5", "-1_0", ".5x", "1.2.3"}) {
+    reason.clear();
+    const std::string output = "node stress\n1 2.5\n2 " + std::string(word) + "\n";
+    EXPECT_TRUE(std::isnan(valueIn(output, entryOf("column = 2"), reason))) << word;
+  }
   reason.clear();  // a cell that is no number is no reason to take the one above it
   EXPECT_TRUE(std::isnan(valueIn("a,b\n1,2\n1,failed\n", entryOf("column = 'b'"), reason)));
 }

@@ -42,7 +42,9 @@ class NoiseProbe {
   /// A column of host values for each of the first points of the line.
   void measureTo(std::size_t count) {
     const std::size_t n = c_.free.size(), nf = d_.functions.size();
-    for (std::size_t k = values_.size() / nf; k < count; ++k) {
+    const std::size_t known = values_.size() / nf;
+    std::vector<double> points;
+    for (std::size_t k = known; k < count; ++k) {
       std::vector<double> point = x_;
       for (std::size_t i = 0; i < n; ++i) {
         // Towards the middle, so that the line stays in the box.
@@ -50,8 +52,12 @@ class NoiseProbe {
         const double by = spacing_ * static_cast<double>(k) * c_.half(i);
         point[i] += x_[i] > middle ? -by : by;
       }
-      evaluator_.measureAt(point);
-      const std::vector<double> values = evaluator_.last().values;
+      points.insert(points.end(), point.begin(), point.end());
+    }
+    if (points.empty()) return;
+    evaluator_.measureAt(points);
+    for (std::size_t k = known; k < count; ++k) {
+      const std::vector<double> values = evaluator_.measuredAt(k - known).values;
       values_.insert(values_.end(), values.begin(), values.end());
     }
   }
@@ -104,8 +110,12 @@ class NoiseProbe {
       const double noise = std::sqrt(gamma * square / static_cast<double>(difference.size()));
       if (order == 2 || (order > 2 && noise < least)) least = noise;
     }
+    if (spacing_ == tuning::noiseSpacing) return least;
     // On a line that is not short the differences of a smooth function are small beside its slope.
-    return spacing_ > tuning::noiseSpacing && least < tuning::noiseShare * slope ? 0 : least;
+    // It was flat on a shorter one, though: it moves by steps, no smaller than what it did not show
+    // there.
+    if (least < tuning::noiseShare * slope) least = 0;
+    return std::max(least, slope / tuning::noiseSpacingGrowth);
   }
 
   const Description& d_;
