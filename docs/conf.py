@@ -46,13 +46,27 @@ napoleon_use_ivar = True
 napoleon_use_param = False
 
 # --- HTML: furo has a dark side and folds on narrow screens; without it, alabaster -------------
-html_theme = "furo" if importlib.util.find_spec("furo") else "alabaster"
+FURO = importlib.util.find_spec("furo")
+html_theme = "furo" if FURO else "alabaster"
 html_title = f"tarnix {release}"
 html_static_path = ["_static"]
 html_css_files = ["tarnix.css"]
 html_copy_source = False
 html_show_sphinx = False
 highlight_language = "none"
+
+
+def dark_colors(style):
+    """Debian 12's furo has dark colors but does not follow the reader's preference with them."""
+    if "prefers-color-scheme" in style:
+        return {}
+    dark = re.search(r'body\[data-theme="dark"\] {([^}]*--[^}]*)}', style)
+    return dict(re.findall(r"--([\w-]+): ([^;]+);", dark[1])) if dark else {}
+
+
+if FURO:
+    STYLES = pathlib.Path(FURO.origin).parent / "theme/furo/static/styles/furo.css"
+    html_theme_options = {"dark_css_variables": dark_colors(STYLES.read_text())}
 
 # --- Manual pages, from the same pages ----------------------------------------------------------
 man_pages = [
