@@ -62,6 +62,14 @@ def outcome_of(result: Result, problem: str, **counts: int) -> Dict[str, Any]:
     stages = [{"method": s.method, "differences": s.differences, "status": s.status,
                "meaning": s.meaning, "iterations": s.iterations, "evaluations": s.evaluations}
               for s in result.stages]
+    found: Dict[str, Any] = {}
+    if result.noise > 0:
+        found["noise"] = result.noise
+    found["difference_step"] = result.difference_step
+    if result.conflict:
+        found["conflict"] = {"violation": exact(result.conflict.violation),
+                             "constraints": result.conflict.constraints,
+                             "minimal": result.conflict.minimal}
     return {
         "version": 1, "problem": problem, "success": result.success, "feasible": result.feasible,
         "reason": result.reason,
@@ -71,5 +79,5 @@ def outcome_of(result: Result, problem: str, **counts: int) -> Dict[str, Any]:
         "violation": exact(result.point.violation), "variables": entries[:n],
         "constraints": entries[n:], "method": result.method, "status": result.status,
         "meaning": result.meaning, "advice": result.advice, "iterations": result.iterations,
-        "stages": stages, "tolerance": result.tolerance, "evaluations": result.evaluations,
-        **counts, "seconds": result.seconds}
+        "stages": stages, "tolerance": result.tolerance, **found,
+        "evaluations": result.evaluations, **counts, "seconds": result.seconds}

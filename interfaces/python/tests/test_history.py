@@ -204,6 +204,10 @@ def test_the_outcome_is_json_with_the_keys_of_the_program():
     outcome = column().solve(analyze_column).to_dict()
     assert json.loads(json.dumps(outcome)) == outcome
     assert outcome["constraints"][1]["min"] == 2500 and "max" not in outcome["constraints"][1]
+    assert outcome["difference_step"] > 0 and not {"noise", "conflict"} & outcome.keys()
+    p = tarnix.problem.from_arrays([1.0], 0, 2, constraint_upper=[-1.0], constraint_names=["a"])
+    conflict = p.solve(lambda x: [x[0], x[0]]).to_dict()["conflict"]
+    assert conflict == {"violation": 1.0, "constraints": ["a"], "minimal": True}
 
 
 @needs_program
