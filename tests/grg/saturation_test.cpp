@@ -64,6 +64,8 @@ const Row rows[] = {
     {"bound", 2, 1, 0, equal, 0, .5, .25, -1, 1, held, 0, 0, 1, .25},
     {"bound within zeroTol of the step", 2, 1, 0, equal,
      0, .25, .25, 0, 0, "STPDEL ERROR IN GRGSAT, BND\n", 0, 0, 1, .25 - 5e-8},
+    {"bound at the step", 2, 1, 0, equal,
+     0, .25, .25, 0, 0, "STPDEL ERROR IN GRGSAT, BND\n", 0, 0, 1, .25},
     {"bound beyond it", 2, 1, 0, [](auto x, auto f) { *f = 0, f[1] = x[1] - 2e-7 * x[0]; },
      0, .5, .5, 0, 0, "", 0, 0, 2e-7, 1.5e-7},
     {"bound at a crossing", 2, 1, 1, [](auto x, auto f) { equal(x, f), f[2] = x[0] - .25 + tol; },
@@ -87,6 +89,21 @@ const Row rows[] = {
      0, .5, any, -1, 6, crossing2 + "CONVERGE FAIL, GRGNR, NEW CONSTRAINT\n", -1},
 };
 // clang-format on
+
+// GRSSAT takes 2n + 1 doubles; what it then does takes more.
+TEST_F(GrgSaturation, StorageOneCellShort) {
+  for (const int32_t capacity : {2, 3}) {
+    VRK_setDefaults();
+    Along a({1}, 0, 1, [](auto x, auto f) { *f = 0, f[1] = x[0] - .25; });
+    VRK_settings.dblStorageCapacity = capacity;
+    VRK_set_print(1);
+    const std::string exceeded = "ERROR:  DOUBLE PRECISION STORAGE EXCEEDED         ";
+    EXPECT_EQ(captured([&] { a.saturate(0, .5, false); }),
+              capacity == 2 ? exceeded + "3\n" : crossing2 + exceeded + "4\n");
+    EXPECT_EQ(std::tuple(a.terminate, a.second), std::tuple(-1, capacity == 2 ? 0 : -1));
+    EXPECT_EQ(VRK_settings.dblStorageUsed, 0);
+  }
+}
 
 TEST_F(GrgSaturation, StepFlagsAndMessages) {
   for (const Row& row : rows)

@@ -215,4 +215,18 @@ TEST_F(QpSteps, AddAndDropAtEveryPosition) {
   }
 }
 
+// With H = I the pivot of the row (1, 0) is 1.
+TEST_F(QpSteps, PivotAtTheToleranceIsTaken) {
+  Qp q(2, 1, 1);
+  q.general(1, {1, 0}, 0.0);
+  for (const double tolerance : {1.0, 1.0 + 1e-15}) {
+    VRK_settings.zeroTol = tolerance;
+    Chain c(q);
+    VRK_settings.zeroTol = tolerance;
+    c.aim(1);
+    c.change(1, 1.0, 1);
+    EXPECT_EQ(std::tuple(c.nact, c.failure), tolerance > 1 ? std::tuple(0, -1) : std::tuple(1, 0));
+  }
+}
+
 }  // namespace
