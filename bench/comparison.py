@@ -16,6 +16,7 @@ import shutil
 import statistics
 import subprocess
 import sys
+import textwrap
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 NAMES = {"automatic": "tarnix, `automatic`", "sqp": "tarnix, SQP", "grg": "tarnix, GRG",
@@ -87,7 +88,7 @@ def main():
     lines = ["| | solved | false claims of success | evaluations, median |", "|---|---|---|---|"]
     lines += [f"| {name} | {loose} of {solves} | {false} | {median:g} |"
               for name, solves, loose, false, median in sorted(rows, key=lambda row: -row[2])]
-    lines += ["", *qp_lines(options.build),
+    lines += ["", *(textwrap.fill(line, 100) for line in qp_lines(options.build)),
               f"{compiler(options.build)}, {processor()}, {datetime.date.today()}."]
     text = "\n".join(lines) + "\n"
     print(text)
