@@ -76,7 +76,7 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
   text += "  and reads\n" + resultsText(setup.problem, measured);
   text += "  timeout: " + (command.timeout > 0 ? rounded(command.timeout) + " s" : "none");
   const char* const policies[] = {"the solve stops", "the run is repeated, then the solve stops",
-                                  "the solve goes on with a penalty"};
+                                  "the solve continues with a penalty"};
   text += std::string("; when a run fails ") + policies[static_cast<int>(command.onFailure)] + "\n";
   if (measured) text += "  the run took " + rounded(measured->seconds, 3) + " s\n";
   return text;
@@ -191,9 +191,9 @@ int check(const ProblemArguments& arguments, bool run, int jobs, bool json) {
   if (setup.simulator) text += commandText(setup, places, start, measured);
   const OptionsTable& o = problem.options;
   text += "\nmethod " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
-          (o.centralDifferences ? "central" : "forward") + " differences of " +
-          (o.differenceStep > 0 ? rounded(o.differenceStep) + " half ranges\n"
-                                : "a step that suits the noise of the values\n");
+          (o.centralDifferences ? "central" : "forward") + " differences" +
+          (o.differenceStep > 0 ? " of " + rounded(o.differenceStep) + " half ranges\n"
+                                : ", step by the noise of the values\n");
   std::cout << text << "history: " << places.history.string() << "\n";
   return exitSolved;
 }

@@ -15,7 +15,7 @@ namespace {
 const char* const footer = R"(
 First steps:
   tarnix init beam.toml       writes a commented problem file
-  tarnix check beam.toml      tells what is wrong with it, or what would run
+  tarnix check beam.toml      shows what is wrong with it, or what would run
   tarnix solve beam.toml      solves it and prints the design
   tarnix report beam.toml     draws how the solve went, as one HTML page
 
@@ -26,7 +26,7 @@ Around a solve:
                               solves with a key at several values
   tarnix table beam.toml      writes the history as CSV
 
-Files, beside the problem file or in the directory of --output:
+Files, next to the problem file or in the directory of --output:
   beam.history.jsonl          every finished evaluation, one line each, exact
   beam.runs/                  directories of the runs of an external command
   beam.best/                  the run that verified the final design
@@ -97,7 +97,8 @@ class CommandLine {
     std::string text = error.what();
     for (int i = 1; i < argc; ++i) {
       const std::string word(argv[i]), option = word.substr(0, word.find('='));
-      if (option.rfind("--", 0) == 0 && std::find(known.begin(), known.end(), option) == known.end())
+      if (option.rfind("--", 0) == 0 &&
+          std::find(known.begin(), known.end(), option) == known.end())
         text = "unknown option '" + clipped(option) + "'" + suggestion(option, known);
     }
     const std::string command = chosenOnes.empty() ? "tarnix" : "tarnix " + sub.get_name();
@@ -157,10 +158,10 @@ class CommandLine {
       };
     };
     CLI::App* solve = withFile("solve", "Solve a problem", solves(false));
-    solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and begin anew");
+    solve->add_flag("--fresh", options.fresh, "Put an unfinished history aside and start over");
     addStart(solve);
     CLI::App* resume =
-        withFile("resume", "Go on with a solve that was ended, repeating no run", solves(true));
+        withFile("resume", "Continue a solve that was ended, repeating no run", solves(true));
     resume->add_flag("--retry-failed", options.retryFailed,
                      "Run designs again whose runs have failed");
     for (CLI::App* sub : {solve, resume}) {

@@ -178,7 +178,7 @@ std::string studyText(const StudyResult& result, bool command) {
 
 int studyExit(const StudyResult& result) {
   if (result.signal != 0) {
-    std::cerr << "Interrupted; the same command goes on, and repeats no run\n";
+    std::cerr << "Interrupted; the same command continues, and repeats no run\n";
     return 128 + result.signal;
   }
   return result.failed > 0 ? exitEvaluation : exitSolved;

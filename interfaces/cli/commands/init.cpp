@@ -63,14 +63,14 @@ title = "My simulator"
 width  = { start = 20, lower = 5, upper = 60, unit = "mm" }
 height = { start = 30, lower = 5, upper = 60, unit = "mm" }
 
-# The program is started once per evaluation, in a directory of its own, which is made anew. In its
+# The program is started once per evaluation, in a new directory of its own. In its
 # arguments and templates {{width}} stands for the value of a variable or quantity, {{width:%10.4e}}
 # for it in a format, {{dir}} for the directory of this file.
 [command]
 run = ["awk", "-f", "{{dir}}/simulator.awk", "input.txt"] # or one text, for the shell
 templates = [{ from = "input.template", to = "input.txt" }]
 timeout = 60                # seconds
-on_failure = "stop"         # or retry, or penalty: go on with very bad values
+on_failure = "stop"         # or retry, or penalty: continue with very bad values
 keep = "best"               # which run directories stay: none, failed, best or all
 # files = ["mesh/*.inp"]    # copied into the directory of every run; links = [...] links them
 # env = { OMP_NUM_THREADS = 1 }

@@ -82,7 +82,7 @@ std::string headText(const Probe& p) {
           (p.repeatsBeside ? "the same again"
            : p.repeats     ? "NOT the same as alone; do the runs share a file?"
                            : "not the same either") +
-          "\n  A run takes " + secondsText(p.seconds) + ", beside others " +
+          "\n  A run takes " + secondsText(p.seconds) + ", side by side with others " +
           secondsText(p.secondsBeside) + "\n";
   return text;
 }
@@ -136,7 +136,7 @@ int commandProbe(const ProblemArguments& arguments, const StudyOptions& options,
   moveStart(setup, Places(arguments.file, arguments.output), arguments.start);
   const Probe p = probe(setup, places, options);
   if (p.signal != 0) {
-    std::cerr << "Interrupted; the same command goes on, and repeats no difference\n";
+    std::cerr << "Interrupted; the same command continues, and repeats no difference\n";
     return 128 + p.signal;
   }
   if (p.values.empty()) throw Failure(exitEvaluation, p.failure);

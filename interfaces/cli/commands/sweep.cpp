@@ -111,7 +111,7 @@ Json jsonOf(const std::vector<Axis>& axes, const SweepResult& result) {
 
 int exitOf(const SweepResult& result) {
   if (result.signal != 0) {
-    std::cerr << "Interrupted; the same command goes on, and repeats no run\n";
+    std::cerr << "Interrupted; the same command continues, and repeats no run\n";
     return 128 + result.signal;
   }
   int code = exitSolved;

@@ -106,8 +106,8 @@ std::string conflictText(const ConflictOutcome& conflict) {
   std::string names;
   for (const std::string& name : conflict.constraints)
     names += (names.empty() ? "'" : ", '") + name + "'";
-  const std::string least = "; the least violation found is " + rounded(conflict.violation, 3) +
-                            " of the scales.";
+  const std::string least =
+      "; the least violation found is " + rounded(conflict.violation, 3) + " of the scales.";
   if (conflict.constraints.size() == 1)
     return "Within these bounds nothing meets " + names + " alone" + least;
   return names + " contradict each other within these bounds" +

@@ -98,7 +98,8 @@ class SolveSection {
 
   void write(std::ostream& page) const {
     page << "<section>\n<h1>" << escaped(titleOf(problem)) << "</h1>\n" << head();
-    page << "<h2>Design</h2>\n" << design() << active() << "<h2>Course</h2>\n";
+    page << "<h2>Design</h2>\n" << design() << active() << minima() << catalogue();
+    page << "<h2>Course</h2>\n";
     course(page);
     if (!problem.constraints.empty()) {
       page << "<h2>Constraints</h2>\n<div class=\"small\">\n";
@@ -296,6 +297,56 @@ class SolveSection {
     return html + "</table></div>\n";
   }
 
+  // What several starts found, the best first.
+  std::string minima() const {
+    if (!outcome.minima || !outcome.objective) return "";
+    const MinimaOutcome& m = *outcome.minima;
+    std::vector<std::string> head{outcome.objective->name, "times", "first start"};
+    for (const VariableOutcome& v : outcome.variables) head.push_back(withUnit(v.name, v.unit));
+    head.emplace_back();
+    std::string html = "<h2>Minima</h2>\n<p>" + counted(m.starts, "start") + ", " +
+                       std::to_string(m.unsuccessful) + " without success; " +
+                       (m.unseen ? "expected to be unseen still: " + rounded(*m.unseen, 2)
+                                 : "too few to say how many minima are unseen") +
+                       "</p>\n<div class=\"wide\"><table>\n" + headRow(head);
+    for (const MinimumOutcome& one : m.found) {
+      std::vector<std::string> cells{rounded(one.objective, 8), std::to_string(one.times),
+                                     std::to_string(one.start)};
+      for (const double value : one.x) cells.push_back(rounded(value));
+      cells.emplace_back();
+      html += row(cells);
+    }
+    return html + "</table></div>\n";
+  }
+
+  // Each variable with a catalogue, the value that was chosen, and its neighbors.
+  std::string catalogue() const {
+    if (!outcome.catalogue || !outcome.objective) return "";
+    const CatalogueOutcome& c = *outcome.catalogue;
+    const std::string& name = outcome.objective->name;
+    std::string html =
+        "<h2>Catalogue</h2>\n<p>" +
+        escaped(c.proved
+                    ? "No other combination is better, as far as the continuous solves are right"
+                    : "The best found; none can be better than " + name + " " + rounded(c.bound)) +
+        ". " + counted(c.solves, "solve") + "; without the catalogue " +
+        escaped(name + " " + rounded(c.continuous)) + ".</p>\n<div class=\"wide\"><table>\n" +
+        headRow({"", "next below", "chosen", "next above", "values"});
+    for (std::size_t i = 0; i < problem.variables.size(); ++i) {
+      const VariableEntry& v = problem.variables[i];
+      const auto& values = v.catalogue;
+      if (values.empty() || i >= outcome.variables.size()) continue;
+      const double chosen = outcome.variables[i].value;
+      const auto place = std::lower_bound(values.begin(), values.end(), chosen);
+      const bool listed = place != values.end() && *place == chosen;
+      const auto above = listed ? place + 1 : place;
+      html += row({withUnit(v.name, v.unit), place == values.begin() ? "" : rounded(*(place - 1)),
+                   rounded(chosen), above == values.end() ? "" : rounded(*above),
+                   std::to_string(values.size())});
+    }
+    return html + "</table></div>\n";
+  }
+
   // What it takes to repeat this.
   std::string provenance() const {
     std::string rows;
@@ -312,9 +363,12 @@ class SolveSection {
     if (!set.empty()) add("changed by --set", set);
     const OptionsTable& o = problem.options;
     add("options", "method " + o.method + ", tolerance " + rounded(o.tolerance) + ", " +
-                       (o.centralDifferences ? "central" : "forward") + " differences of " +
-                       (o.differenceStep > 0 ? rounded(o.differenceStep) + " half ranges"
-                                             : "a step that suits the noise of the values"));
+                       (o.centralDifferences ? "central" : "forward") + " differences" +
+                       (o.differenceStep > 0 ? " of " + rounded(o.differenceStep) + " half ranges"
+                                             : ", step by the noise of the values"));
+    if (outcome.noise && outcome.differenceStep)
+      add("noise", rounded(*outcome.noise, 1) + " of the values; difference step " +
+                       rounded(*outcome.differenceStep, 1) + " half ranges");
     std::string hashes;
     for (const auto& [part, hash] : fingerprint(problem)) hashes += hash + "  " + part + "\n";
     add("contents", hashes);

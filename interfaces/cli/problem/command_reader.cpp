@@ -136,7 +136,7 @@ fs::path CommandReader::program(Section& section, const std::string& key, const 
   if (name.find('/') == std::string::npos) {
     const fs::path found = name.empty() ? fs::path() : searchProgram(name);
     if (found.empty())
-      section.issue(key, "program '" + name + "' is not in PATH; one beside the problem file " +
+      section.issue(key, "program '" + name + "' is not in PATH; one next to the problem file " +
                              "is written './" + name + "'");
     return found;
   }
@@ -214,7 +214,7 @@ void CommandReader::warnOfMissingScripts(Section& section, const Command& comman
                 "command: '" + word + "' is not in the directory of a run; " +
                     (beside ? "write {{dir}}/" + path.lexically_normal().generic_string() +
                                   ", or name it in 'files'"
-                            : "nor is there one beside the problem file"));
+                            : "nor is there one next to the problem file"));
   }
 }
 

@@ -208,8 +208,7 @@ void Model::warnUnused(const std::vector<std::string>& filledIn, Issues& issues)
   for (const VariableEntry& v : problem.variables) check("variable", v.name, v.line);
   for (const QuantityEntry& q : problem.quantities) check("quantity", q.name, q.value.line);
   for (const ResultEntry& r : problem.results) check("result", r.name, r.line);
-  if (!varies(outputs[0]))
-    issues.warn(problem.objective.value.line, "objective: it is constant");
+  if (!varies(outputs[0])) issues.warn(problem.objective.value.line, "objective: it is constant");
 }
 
 void Model::load(std::span<const double> x) {

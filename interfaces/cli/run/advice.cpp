@@ -5,6 +5,7 @@
 #include <tarnix/tarnix.hpp>
 
 #include "base/numbers.h"
+#include "output/outcome.h"
 #include "run/layer.h"
 
 namespace tarnix::cli {
@@ -58,7 +59,7 @@ class Advice {
   void tellReason() {
     switch (result.reason) {
       case Reason::finished:
-        say("The method stands still.");
+        say("The method has stalled.");
         if (result.feasible)
           say("This is no optimum: the objective still has a slope that no active limit explains.");
         break;
@@ -68,10 +69,10 @@ class Advice {
         break;
       case Reason::breakdown: say("The method broke down: " + result.meaning + "."); break;
       case Reason::iterationLimit:
-        say("Raise max_iterations in [options], or go on from here with 'tarnix solve --start "
+        say("Raise max_iterations in [options], or continue from here with 'tarnix solve --start "
             "best'.");
         return;
-      default: say("Go on from here with 'tarnix solve --start best'."); return;
+      default: say("Continue from here with 'tarnix solve --start best'."); return;
     }
     tellWhatToTry();
   }

@@ -187,7 +187,7 @@ void History::resume(const ProblemFile& problem) {
   std::error_code error;
   if (!std::filesystem::exists(file, error))
     throw Failure(exitFiles,
-                  file.string() + ": no history to go on from; 'tarnix solve' begins one");
+                  file.string() + ": no history to continue from; 'tarnix solve' starts one");
   open(O_RDWR);
   const std::size_t whole = parse(problem);
   if (whole == 0) return writeHeader(problem);
@@ -220,7 +220,7 @@ std::size_t History::parse(const ProblemFile& problem) {
       throw;
     } catch (const std::exception&) {
       throw Failure(exitFiles, file.string() + ":" + std::to_string(number) +
-                                   ": damaged line; remove it, or begin anew with 'tarnix solve "
+                                   ": damaged line; remove it, or start over with 'tarnix solve "
                                    "--fresh'");
     }
   }
@@ -250,7 +250,7 @@ void History::parseHeader(std::string_view line, const ProblemFile& problem) con
   if (!changed.empty())
     throw Failure(exitFiles, file.string() + ": the values in it belong to another state of " +
                                  problem.file.string() + ". Changed: " + clipped(changed, 300) +
-                                 ". Put that back, or begin anew with 'tarnix solve --fresh'");
+                                 ". Put that back, or start over with 'tarnix solve --fresh'");
 }
 
 void History::parseLine(std::string_view line, const ProblemFile& problem) {

@@ -69,9 +69,8 @@ std::vector<std::string> layerIssues(const ProblemFile& problem) {
 }
 
 Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& r) {
-  Outcome outcome =
-      outcomeAt(problem, BestDesign{r.point.x, r.point.values, r.point.violation}, name(r.reason),
-                r.tolerance);
+  Outcome outcome = outcomeAt(problem, BestDesign{r.point.x, r.point.values, r.point.violation},
+                              name(r.reason), r.tolerance);
   outcome.success = r.success;
   outcome.feasible = r.feasible;
   outcome.method = name(r.method);

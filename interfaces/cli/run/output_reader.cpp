@@ -36,8 +36,8 @@ std::optional<std::string_view> valueOfKey(std::string_view line, const std::str
   return trimmed(line.substr(1));
 }
 
-// Whether a word stands where a number was to be: one with a comma, or the stars of a field that was
-// too narrow. It is no heading, to be passed over for the number above it.
+// Whether a word stands where a number was to be: one with a comma, or the stars of a field that
+// was too narrow. It is no heading, to be passed over for the number above it.
 bool meantAsNumber(std::string_view word) {
   if (word.find_first_not_of('*') == word.npos) return true;
   if (word[0] == '+' || word[0] == '-') word.remove_prefix(1);

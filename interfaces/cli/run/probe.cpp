@@ -150,24 +150,31 @@ class Prober {
     return std::sqrt(square / static_cast<double>(start.size() - 1));
   }
 
-  // What the smallest steps leave of a second difference is noise: its variance is six times that
-  // of a value. Where the value does not move at all although it has a slope, its digits are too
+  // What the smallest steps leave of a second difference beside the curvature is noise: its
+  // variance is six times that of a value; and so is what their slopes differ by from those of
+  // larger steps. Where the value does not move at all although it has a slope, its digits are too
   // few.
   double differenceNoise(std::size_t q) const {
     constexpr std::size_t smallest = std::size(steps) - 2;
-    std::vector<double> left;
+    std::vector<double> bends, slopes;
     double still = 0;
+    const auto note = [](std::vector<double>& list, double noise) {
+      if (std::isfinite(noise)) list.push_back(std::abs(noise));
+    };
     for (std::size_t k = 0; k < free.size(); ++k) {
-      for (std::size_t s = smallest; s < std::size(steps); ++s)
-        if (const double d = difference(k, s, q).second; std::isfinite(d))
-          left.push_back(std::abs(d) / std::sqrt(6.0));
-      const double slope = difference(k, 0, q).slope;
-      for (std::size_t s = 0; s < std::size(steps); ++s)
-        if (const Difference d = difference(k, s, q); d.slope == 0 && std::isfinite(slope))
-          still = std::max(still, std::abs(slope) * d.h / 2);
+      const Difference wide = difference(k, 0, q);
+      for (std::size_t s = 0; s < std::size(steps); ++s) {
+        const Difference d = difference(k, s, q);
+        if (d.slope == 0 && std::isfinite(wide.slope))
+          still = std::max(still, std::abs(wide.slope) * d.h / 2);
+        if (s < smallest) continue;
+        const double bend = wide.second * (d.h / wide.h) * (d.h / wide.h);
+        note(bends, (d.second - bend) / std::sqrt(6.0));
+        note(slopes, (d.slope - difference(k, s - 2, q).slope) * d.h * std::sqrt(2.0));
+      }
     }
     const double rounding = std::numeric_limits<double>::epsilon() / 2 * std::abs((*centre)[q]);
-    return std::max({median(left), still, rounding});
+    return std::max({median(bends), median(slopes), still, rounding});
   }
 
   // The forward difference with step h is wrong by c h / 2 + 2 e / h, curvature and noise; summed

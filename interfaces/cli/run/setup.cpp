@@ -137,7 +137,7 @@ Overrides goOnWith(const Places& places, const Overrides& overrides) {
   Overrides all = History::overridesIn(places.history);
   std::string told;
   for (const std::string& change : all) told += " --set " + clipped(change);
-  if (!all.empty()) std::cerr << "As the history was begun:" << told << "\n";
+  if (!all.empty()) std::cerr << "As the history was started:" << told << "\n";
   for (const std::string& change : overrides) {
     const std::string name = change.substr(0, change.find('=') + 1);
     std::erase_if(all, [&](const std::string& earlier) { return earlier.rfind(name, 0) == 0; });
@@ -186,9 +186,10 @@ void makeRoom(const ProblemFile& problem, const Places& places, bool fresh) {
   if (!fresh && !measured)
     return;  // nothing is lost; directories of failed runs stay where they are
   if (!fresh && content.find("\n{\"end\":") == std::string::npos)
-    throw Failure(exitFiles, places.history.string() +
-                                 ": an earlier solve did not come to its end. Go on with 'tarnix "
-                                 "resume', or begin anew with 'tarnix solve --fresh'");
+    throw Failure(exitFiles,
+                  places.history.string() +
+                      ": an earlier solve did not come to its end. Continue with 'tarnix "
+                      "resume', or start over with 'tarnix solve --fresh'");
   putAside(places.history, ".jsonl");
   putRunsAside(places.runs);
   putAside(places.best, ".best");

@@ -34,8 +34,8 @@ class SharedPool {
 
   using Work = std::function<void()>;
   // Runs the works side by side, so many threads at most, in their order, and serves them until all
-  // have come to their end. Throws what ends the program, and what a work has thrown; all works have
-  // ended by then.
+  // have come to their end. Throws what ends the program, and what a work has thrown; all works
+  // have ended by then.
   void serve(std::vector<Work> works, std::size_t mostThreads = 64);
   // For a work: has another one run, before those that wait.
   void add(Work work);

@@ -94,7 +94,7 @@ class Solve {
       exitCode = exitNotSolved;
       Outcome outcome = cutShort("limit of " + limit.option);
       outcome.advice = "This is the best design measured; raise " + limit.option +
-                       " in [options] and go on with 'tarnix resume'.";
+                       " in [options] and continue with 'tarnix resume'.";
       return outcome;
     } catch (const Interrupted& interrupted) {
       exitCode = 128 + interrupted.signal;
@@ -218,7 +218,7 @@ class Solve {
       outcome.reason = "limit of runs or solves";
       outcome.advice =
           "This is the best design of the catalogue that was found; raise "
-          "max_evaluations and go on with 'tarnix resume'.";
+          "max_evaluations and continue with 'tarnix resume'.";
     }
   }
 
@@ -249,8 +249,8 @@ class Solve {
     return outcome;
   }
 
-  // Where no value moves with a variable, its slope is zero or the step of the differences too small
-  // for the digits of the values: designs further away tell.
+  // Where no value moves with a variable, its slope is zero or the step of the differences too
+  // small for the digits of the values: designs further away tell.
   void challenge(const tarnix::Result& result, Outcome& outcome) {
     if (!outcome.success || !result.report || !problem.command || catalogue) return;
     const std::vector<double>&x = result.point.x, &slopes = result.report->jacobian;
@@ -290,8 +290,9 @@ class Solve {
     outcome.method = method;
     outcome.meaning = "ended early";
     outcome.iterations = iterations;
-    outcome.advice = outcome.objective ? "Below the best design so far; go on with 'tarnix resume'."
-                                       : "Go on with 'tarnix resume'.";
+    outcome.advice = outcome.objective
+                         ? "Below the best design so far; continue with 'tarnix resume'."
+                         : "Continue with 'tarnix resume'.";
     return outcome;
   }
 

@@ -21,8 +21,14 @@ ENVIRONMENT = dict(os.environ, PATH=os.path.dirname(sys.executable) + ":" + os.e
 
 
 def tarnix(*words, **options):
-    return subprocess.run([PROGRAM, *map(str, words)], capture_output=True, text=True, timeout=300,
-                          env=ENVIRONMENT, **options)
+    return subprocess.run(
+        [PROGRAM, *map(str, words)],
+        capture_output=True,
+        text=True,
+        timeout=300,
+        env=ENVIRONMENT,
+        **options,
+    )
 
 
 def lines_with(word, path):
@@ -32,7 +38,11 @@ def lines_with(word, path):
 def designs(history):
     """Of finished evaluations; a torn last line is none, nor is the run that verifies the last."""
     text = history.read_text() if history.exists() else ""
-    return [tuple(json.loads(line)["x"]) for line in text.split("\n")[:-1] if '"x":' in line and '"verifies"' not in line]
+    return [
+        tuple(json.loads(line)["x"])
+        for line in text.split("\n")[:-1]
+        if '"x":' in line and '"verifies"' not in line
+    ]
 
 
 class Case(unittest.TestCase):
@@ -116,8 +126,11 @@ class Examples(Case):
         tip = (4 * 2000 / 210000 * 200**3 / 5 * sum(s * s for s in share)) ** 0.25
         for side, s in zip(values(beam).values(), share):
             self.assertAlmostEqual(side, tip * s, delta=0.02 * tip * s)
-        self.assertAlmostEqual(beam["objective"]["value"],
-                               7.85e-6 * 200 * sum((tip * s) ** 2 for s in share), delta=0.01)
+        self.assertAlmostEqual(
+            beam["objective"]["value"],
+            7.85e-6 * 200 * sum((tip * s) ** 2 for s in share),
+            delta=0.01,
+        )
         truss = self.solve("truss/truss.toml", "-j2")
         self.assertAlmostEqual(truss["objective"]["value"], 5060.85, delta=3)
         self.assertEqual(sum(v.get("at") == "lower" for v in truss["variables"]), 3)
@@ -125,6 +138,7 @@ class Examples(Case):
         class Tags(html.parser.HTMLParser):
             def handle_starttag(self, tag, attributes):
                 count[tag] += 1
+
         for name in ("welded_beam", "truss/truss"):
             run = tarnix("report", "-o", self.dir, EXAMPLES / (name + ".toml"))
             self.assertEqual(run.returncode, 0, run.stderr)
@@ -141,15 +155,22 @@ class Examples(Case):
         self.assertEqual(tarnix("init", file).returncode, 0)
         shown = tarnix("check", file)
         self.assertRegex(shown.stdout, r"yield +198\.944")
-        self.assertAlmostEqual(self.result("solve", file)["objective"]["value"], 26.4995, delta=1e-3)
+        self.assertAlmostEqual(
+            self.result("solve", file)["objective"]["value"], 26.4995, delta=1e-3
+        )
         again = tarnix("init", file)
         self.assertEqual(again.returncode, 4, again.stderr)
         command = self.dir / "command.toml"
         self.assertEqual(tarnix("init", "--command", command).returncode, 0)
-        self.assertAlmostEqual(self.result("solve", "-j2", command)["objective"]["value"], 4.0825, delta=1e-3)
+        self.assertAlmostEqual(
+            self.result("solve", "-j2", command)["objective"]["value"], 4.0825, delta=1e-3
+        )
         self.write("input.template", "w {{width:%8.3f}} h {{height}}\n")
-        self.write("simulator.awk", '{ print "mass = " $2 * $4; '
-                   'printf "largest stress  %.17g MPa\\n", 1e6 / $2 / $4^2 > "output.txt" }')
+        self.write(
+            "simulator.awk",
+            '{ print "mass = " $2 * $4; '
+            'printf "largest stress  %.17g MPa\\n", 1e6 / $2 / $4^2 > "output.txt" }',
+        )
         shown = tarnix("check", "--run", command)
         self.assertIn("     1 | w   20.000 h 30\n", shown.stdout)
         self.assertRegex(shown.stdout, r"mass +600 +key 'mass' in standard output\n +stress +55\.5")
@@ -157,26 +178,55 @@ class Examples(Case):
         json_check = json.loads(tarnix("check", "--run", "--json", command).stdout)
         self.assertEqual((json_check["sound"], values(json_check, "results")["mass"]), (True, 600))
         changed = self.dir / "changed.toml"
-        tarnix("init", changed, "--set", "diameter.upper=9", "--set", "load=2000", "--set", "yield.scale=400",
-               "--set", "options.max_seconds=5", "--set", "title=A \"short\" one")
-        edited = file.read_text().replace("upper = 14", "upper = 9").replace("load     = 2500", "load     = 2000")
-        edited = edited.replace('kgf/cm^2" }', 'kgf/cm^2", scale = 400 }').replace("[options]\n", "[options]\nmax_seconds = 5\n")
-        self.assertEqual(changed.read_text(), edited.replace('"Tubular column"', "'A \"short\" one'"))
+        tarnix(
+            "init",
+            changed,
+            "--set",
+            "diameter.upper=9",
+            "--set",
+            "load=2000",
+            "--set",
+            "yield.scale=400",
+            "--set",
+            "options.max_seconds=5",
+            "--set",
+            "title=A \"short\" one",
+        )
+        edited = (
+            file.read_text()
+            .replace("upper = 14", "upper = 9")
+            .replace("load     = 2500", "load     = 2000")
+        )
+        edited = edited.replace('kgf/cm^2" }', 'kgf/cm^2", scale = 400 }').replace(
+            "[options]\n", "[options]\nmax_seconds = 5\n"
+        )
+        self.assertEqual(
+            changed.read_text(), edited.replace('"Tubular column"', "'A \"short\" one'")
+        )
         self.assertRegex(shown.stdout, r"objective +600 +kg")
 
     def testOutput(self):
         run = tarnix("solve", "-o", self.dir, EXAMPLES / "welded_beam.toml")
         self.assertRegex(run.stdout, r"\bcost +1\.724\d+ +\$ +minimized")
         self.assertRegex(run.stdout, r"bar stress +\d+(\.\d+)? +psi +<= 30000, active")
-        self.assertRegex(run.stderr, r"(?m)^\d\d:\d\d:\d\d  SQP 2  evaluations \d+  cost .*  violation .* s$")
+        self.assertRegex(
+            run.stderr, r"(?m)^\d\d:\d\d:\d\d  SQP 2  evaluations \d+  cost .*  violation .* s$"
+        )
         run = tarnix("solve", "-q", "-o", self.dir, EXAMPLES / "welded_beam.toml")
         self.assertEqual(run.stderr, "")
         readme = pathlib.Path(__file__).parents[1].joinpath("README.md").read_text()
-        shown = readme.split("<!-- output of tarnix solve -q examples/welded_beam.toml -->\n```\n")[1]
+        shown = readme.split("<!-- output of tarnix solve -q examples/welded_beam.toml -->\n```\n")[
+            1
+        ]
         self.assertEqual(run.stdout, shown.split("```")[0])
         main, terminal = pty.openpty()
-        subprocess.run([PROGRAM, "solve", "-o", self.dir, EXAMPLES / "cantilever/cantilever.toml"],
-                       stderr=terminal, stdout=subprocess.DEVNULL, check=True, env=ENVIRONMENT)
+        subprocess.run(
+            [PROGRAM, "solve", "-o", self.dir, EXAMPLES / "cantilever/cantilever.toml"],
+            stderr=terminal,
+            stdout=subprocess.DEVNULL,
+            check=True,
+            env=ENVIRONMENT,
+        )
         shown = os.read(main, 100000).decode()
         self.assertRegex(shown, r"^(\r\x1b\[K\w[^\n]*evaluations \d+[^\n]*)+\r\x1b\[K$")
 
@@ -186,11 +236,19 @@ class Parallel(Case):
         """Any number of jobs: the same runs in the history, the same bits at the end."""
         self.write("simulator.sh", SIMULATOR)
         for method, differences, inside in [
-                ("sqp", "forward", "false"), ("sqp", "central", "true"),
-                ("grg", "forward", "false"), ("grg", "central", "true")]:
+            ("sqp", "forward", "false"),
+            ("sqp", "central", "true"),
+            ("grg", "forward", "false"),
+            ("grg", "central", "true"),
+        ]:
             with self.subTest(method=method, differences=differences, inside=inside):
-                file = self.write("p.toml", PROBLEM + f"""[options]
-                    method = "{method}"\ndifferences = "{differences}"\ninside_bounds = {inside}\n""")
+                file = self.write(
+                    "p.toml",
+                    PROBLEM
+                    + f"""[options]
+                    method = "{method}"\ndifferences = "{differences}"
+                    inside_bounds = {inside}\n""",
+                )
                 seen = []
                 for jobs in (1, 3):
                     (self.dir / "starts").write_text("")
@@ -198,9 +256,11 @@ class Parallel(Case):
                     starts = (self.dir / "starts").read_text().splitlines()
                     # One verifies the final design, two more what ran side by side.
                     self.assertEqual(len(starts) - len(set(starts)), 1 if jobs == 1 else 3)
-                    records = [json.loads(line) for line in
-                               (self.dir / "p.history.jsonl").read_text().splitlines()
-                               if '"r":' in line and "verifies" not in line]
+                    records = [
+                        json.loads(line)
+                        for line in (self.dir / "p.history.jsonl").read_text().splitlines()
+                        if '"r":' in line and "verifies" not in line
+                    ]
                     self.assertEqual(result["runs"], len(records))
                     seen.append((values(result), {r["run"]: (r["x"], r["r"]) for r in records}))
                 self.assertEqual(seen[0], seen[1])
@@ -211,12 +271,16 @@ class Parallel(Case):
 
 class Kill(Case):
     def start(self, *words):
-        return subprocess.Popen([PROGRAM, *map(str, words)], stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, text=True,
-                                env=ENVIRONMENT)
+        return subprocess.Popen(
+            [PROGRAM, *map(str, words)],
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
+            env=ENVIRONMENT,
+        )
 
     def testKillAtRandomEvents(self):
-        """Killed when so many runs were started, with up to so many jobs in work; no clock decides."""
+        """Killed when so many runs were started, with that many jobs; no clock decides."""
         self.write("simulator.sh", SIMULATOR)
         file = self.write("p.toml", PROBLEM)
         history, starts = self.dir / "p.history.jsonl", self.dir / "starts"
@@ -226,6 +290,7 @@ class Kill(Case):
 
         def begun():
             return len(starts.read_text().splitlines())
+
         for jobs in (1, 2, 3):
             for old in self.dir.glob("p.history*"):
                 old.unlink()
@@ -247,7 +312,9 @@ class Kill(Case):
                 if killed and kills % 3 == 0:
                     os.truncate(history, history.stat().st_size - events.randint(1, 30))
                     lost += 1  # at most one line, which may be the note of a directory
-                new = [tuple(map(float, s.split())) for s in starts.read_text().splitlines()[earlier:]]
+                new = [
+                    tuple(map(float, s.split())) for s in starts.read_text().splitlines()[earlier:]
+                ]
                 self.assertLessEqual(set(known) & set(new), final, "a finished run was repeated")
                 if not killed:
                     self.assertEqual(process.returncode, 0, output + errors)
@@ -266,9 +333,16 @@ class Kill(Case):
     def testSignalsAndOrphans(self):
         """A simulator with a child of its own; nothing of it outlives the program."""
         mark = f"3{random.randrange(10**8)}"
-        file = self.write("p.toml", ONE.replace("EXTRA", "").replace(
-            "RUN", f'"echo f = {{{{x}}}}; [ $(ls .. | wc -l) -lt 4 ] || {{ sleep {mark} & sleep {mark}; }}"'
-        ).replace("[results]", 'keep = "all"\n[results]'))
+        file = self.write(
+            "p.toml",
+            ONE.replace("EXTRA", "")
+            .replace(
+                "RUN",
+                f'"echo f = {{{{x}}}}; [ $(ls .. | wc -l) -lt 4 ] || '
+                f'{{ sleep {mark} & sleep {mark}; }}"',
+            )
+            .replace("[results]", 'keep = "all"\n[results]'),
+        )
 
         def sleepers():
             found = []
@@ -286,8 +360,12 @@ class Kill(Case):
             self.assertEqual(sleepers(), count)
 
         command = "solve"
-        for number, name in ((signal.SIGINT, "Interrupt"), (signal.SIGTERM, "Terminated"),
-                             (signal.SIGUSR1, "User defined signal 1"), (signal.SIGKILL, None)):
+        for number, name in (
+            (signal.SIGINT, "Interrupt"),
+            (signal.SIGTERM, "Terminated"),
+            (signal.SIGUSR1, "User defined signal 1"),
+            (signal.SIGKILL, None),
+        ):
             process = self.start(command, file)
             command = "resume"
             wait(2)
@@ -311,7 +389,9 @@ class Truth(Case):
 
     def quadratic(self, script, run='["sh", "{{dir}}/sim.sh", "{{x}}", "{{y}}"]', extra=""):
         self.write("sim.sh", script)
-        return self.write("p.toml", f"""[variables]
+        return self.write(
+            "p.toml",
+            f"""[variables]
 x = {{ start = 3, lower = 0, upper = 5 }}
 y = {{ start = 3, lower = 0, upper = 5 }}
 [command]
@@ -321,12 +401,15 @@ run = {run}
 f = {{ key = "f" }}
 [objective]
 minimize = "f"
-""")
+""",
+        )
 
     def testPenaltiesAreNoValues(self):
         # The best design of the box lies where the command fails.
-        file = self.quadratic("awk -v x=$1 -v y=$2 'BEGIN { if (x < 1) exit 1; print \"f = \" x + y^2 }'",
-                              extra='on_failure = "penalty"')
+        file = self.quadratic(
+            "awk -v x=$1 -v y=$2 'BEGIN { if (x < 1) exit 1; print \"f = \" x + y^2 }'",
+            extra='on_failure = "penalty"',
+        )
         run = tarnix("solve", "-q", "--json", file)
         self.assertIn(run.returncode, (0, 1), run.stderr)
         result = json.loads(run.stdout)
@@ -338,28 +421,38 @@ minimize = "f"
         self.assertRegex(shown.stdout, r"x +1\.?\d* ")
         self.assertNotRegex(shown.stdout + shown.stderr, r"1e\+06")
         # A start that fails ends the solve at once; what has failed is run again on request only.
-        file = self.quadratic("[ -e ${0%/*}/licence ] && echo f = $1", extra='on_failure = "penalty"')
+        file = self.quadratic(
+            "[ -e ${0%/*}/licence ] && echo f = $1", extra='on_failure = "penalty"'
+        )
         run = tarnix("solve", "--fresh", file)
-        self.assertEqual((run.returncode, len(designs(self.dir / "p.history.jsonl"))), (3, 1), run.stderr)
+        self.assertEqual(
+            (run.returncode, len(designs(self.dir / "p.history.jsonl"))), (3, 1), run.stderr
+        )
         self.assertIn("the start cannot be evaluated: run 000001", run.stderr)
         self.write("licence", "")
         self.assertEqual(tarnix("resume", file).returncode, 3)
         self.assertEqual(tarnix("resume", "--retry-failed", file).returncode, 0)
 
     def testRunsThatDisturbEachOther(self):
-        file = self.quadratic("awk -v x=$1 -v y=$2 'BEGIN { print \"f = \" (x - 2)^2 + (y - 1)^2 + 1 }'")
+        file = self.quadratic(
+            "awk -v x=$1 -v y=$2 'BEGIN { print \"f = \" (x - 2)^2 + (y - 1)^2 + 1 }'"
+        )
         whole = self.result("solve", "-j2", file)
         self.assertTrue(whole["verification"]["same"], whole)
         self.assertTrue((self.dir / "p.best/stdout.txt").exists())
         self.assertAlmostEqual(whole["objective"]["value"], 1, delta=1e-3)
         # A counter that all runs share: no run gives twice what it gave.
-        drift = "d=${0%/*}; echo >> $d/n; awk -v x=$1 -v n=$(wc -l < $d/n) 'BEGIN { print \"f = \" (x - 2)^2 + n / 10 }'"
+        drift = (
+            "d=${0%/*}; echo >> $d/n; awk -v x=$1 -v n=$(wc -l < $d/n) "
+            "'BEGIN { print \"f = \" (x - 2)^2 + n / 10 }'"
+        )
         # The method stands still, at no stationary point: no success before the final run either.
         result = self.result("solve", "--fresh", self.quadratic(drift), code=1)
         self.assertFalse(result["success"])
         self.assertRegex(result["verification"]["text"], "result 'f' was .* in run .* and is now")
         # Whoever sees another run beside itself gives another value; who does not waits for one.
-        meet = """n=0; while [ $(ls .. | wc -l) = 1 ] && [ $n -lt 200 ]; do n=$((n + 1)); sleep 0.01; done
+        meet = """n=0; while [ $(ls .. | wc -l) = 1 ] && [ $n -lt 200 ]
+            do n=$((n + 1)); sleep 0.01; done
             awk -v x=$1 -v y=$2 -v others=$(ls .. | wc -l) \\
               'BEGIN { print "f = " (x - 2)^2 + (y - 1)^2 + others }'"""
         file = self.quadratic(meet, extra='keep = "none"')
@@ -371,13 +464,17 @@ minimize = "f"
     def testWhatHasChangedIsNamed(self):
         file = self.quadratic("echo f = $1", extra='templates = [{ from = "in.t", to = "in" }]')
         self.write("in.t", "{{x}}\n")
-        file = self.write("p.toml", file.read_text().replace("[results]", "files = [\"data\"]\n[results]"))
+        file = self.write(
+            "p.toml", file.read_text().replace("[results]", "files = [\"data\"]\n[results]")
+        )
         self.write("data", "1")
         self.assertEqual(tarnix("solve", file).returncode, 0)
-        for change, part in [(lambda: self.write("sim.sh", "echo f = $2"), "program 'sim.sh'"),
-                             (lambda: self.write("in.t", "{{y}}"), "template 'in.t'"),
-                             (lambda: self.write("data", "2"), "file 'data'"),
-                             (lambda: self.write("p.toml", file.read_text().replace('"{{x}}"', '"{{y}}"')), "run")]:
+        for change, part in [
+            (lambda: self.write("sim.sh", "echo f = $2"), "program 'sim.sh'"),
+            (lambda: self.write("in.t", "{{y}}"), "template 'in.t'"),
+            (lambda: self.write("data", "2"), "file 'data'"),
+            (lambda: self.write("p.toml", file.read_text().replace('"{{x}}"', '"{{y}}"')), "run"),
+        ]:
             before = {path: path.read_text() for path in self.dir.iterdir() if path.is_file()}
             change()
             run = tarnix("resume", file)
@@ -389,11 +486,13 @@ minimize = "f"
         (self.dir / "p.history.jsonl").unlink()
         run = tarnix("resume", file)
         self.assertEqual(run.returncode, 4)
-        self.assertIn("no history to go on from", run.stderr)
+        self.assertIn("no history to continue from", run.stderr)
 
     def testLeastViolatedDesign(self):
         """Limits that contradict each other: no measured design is violated less."""
-        file = self.write("q.toml", """[variables]
+        file = self.write(
+            "q.toml",
+            """[variables]
 x = { start = 3, lower = 0, upper = 10 }
 [objective]
 minimize = "x"
@@ -401,25 +500,32 @@ minimize = "x"
 a = { value = "x", min = 6 }
 b = { value = "x", max = 4 }
 c = { value = "(x - 5)^2", min = 1 }
-""")
+""",
+        )
         for method in ("sqp", "grg", "automatic"):
             result = self.result("solve", "--set", f"options.method={method}", file, code=1)
-            least = min(max((6 - x) / 6, (x - 4) / 4, 1 - (x - 5)**2)
-                        for x, in designs(self.dir / "q.history.jsonl") if 0 <= x <= 10)
+            least = min(
+                max((6 - x) / 6, (x - 4) / 4, 1 - (x - 5) ** 2)
+                for x, in designs(self.dir / "q.history.jsonl")
+                if 0 <= x <= 10
+            )
             self.assertAlmostEqual(result["violation"], least, delta=1e-12)
             self.assertEqual((result["success"], result["feasible"]), (False, False))
 
     def testStandstillIsNoSuccess(self):
         """w / (h - 1) >= 2 breaks off at h = 1: what stands still before that is no optimum."""
         for start in (1, 1.5, 3):
-            file = self.write("q.toml", f"""[variables]
+            file = self.write(
+                "q.toml",
+                f"""[variables]
 w = {{ start = 3, lower = 0, upper = 10 }}
 h = {{ start = {start}, lower = 0, upper = 5 }}
 [objective]
 minimize = "w + 3 * h"
 [constraints]
 r = {{ value = "w / (h - 1)", min = 2 }}
-""")
+""",
+            )
             run = tarnix("solve", "-q", "--json", file)
             result = json.loads(run.stdout)
             if result["success"]:  # at a stationary point: an active limit holds it
@@ -433,26 +539,53 @@ r = {{ value = "w / (h - 1)", min = 2 }}
 
     def testAdviceNamesKeysOfTheFile(self):
         text = PLAIN.replace("(x - 2)^2", "(x - 2)^4 * 1e7")
-        result = self.result("solve", self.write("q.toml", text + '[options]\nmethod = "sqp"\nmax_iterations = 2\n'), code=1)
-        self.assertIn("Raise max_iterations in [options], or go on from here with 'tarnix solve --start best'", result["advice"])
-        result = self.result("solve", self.write("q.toml", PLAIN.replace("x + y", "sqrt(x - 4) + y").replace("start = 1", "start = 4")
-                                                  + '[options]\nmethod = "sqp"\n'), code=1)
+        result = self.result(
+            "solve",
+            self.write("q.toml", text + '[options]\nmethod = "sqp"\nmax_iterations = 2\n'),
+            code=1,
+        )
+        self.assertIn(
+            "Raise max_iterations in [options], or continue from here with "
+            "'tarnix solve --start best'",
+            result["advice"],
+        )
+        result = self.result(
+            "solve",
+            self.write(
+                "q.toml",
+                PLAIN.replace("x + y", "sqrt(x - 4) + y").replace("start = 1", "start = 4")
+                + '[options]\nmethod = "sqp"\n',
+            ),
+            code=1,
+        )
         self.assertIn("'c' was not finite", result["advice"])
         self.assertRegex(result["advice"], "inside_bounds = true|Narrow the bounds")
 
     def testValuesWithFewDigits(self):
         """What is given or printed with few digits moves by steps, which are no slopes of zero."""
-        awk = "awk -v \"x=$(head -1 in)\" -v \"y=$(tail -1 in)\" 'BEGIN { printf \"f = FORMAT\\n\", 1 + (x - 2)^2 + (y - 1)^2 + x * y / 5 }'"
-        for given, printed in (("%12.5E", "%.17g"), ("%8.3f", "%.17g"), ("", "%.5g"), ("%.4f", "%.6g"),
-                               ("%.6f", "%.17g"), ("", "%.3f")):
+        awk = (
+            "awk -v \"x=$(head -1 in)\" -v \"y=$(tail -1 in)\" "
+            "'BEGIN { printf \"f = FORMAT\\n\", 1 + (x - 2)^2 + (y - 1)^2 + x * y / 5 }'"
+        )
+        for given, printed in (
+            ("%12.5E", "%.17g"),
+            ("%8.3f", "%.17g"),
+            ("", "%.5g"),
+            ("%.4f", "%.6g"),
+            ("%.6f", "%.17g"),
+            ("", "%.3f"),
+        ):
             for method in ("automatic", "sqp"):
                 with self.subTest(given=given, printed=printed, method=method):
                     colon = ":" if given else ""
                     self.write("in.t", f"{{{{x{colon}{given}}}}}\n{{{{y{colon}{given}}}}}\n")
-                    file = self.quadratic(awk.replace("FORMAT", printed),
-                                          extra='templates = [{ from = "in.t", to = "in" }]')
-                    text = file.read_text().replace('"sh", "{{dir}}/sim.sh", "{{x}}", "{{y}}"',
-                                                    '"sh", "{{dir}}/sim.sh"')
+                    file = self.quadratic(
+                        awk.replace("FORMAT", printed),
+                        extra='templates = [{ from = "in.t", to = "in" }]',
+                    )
+                    text = file.read_text().replace(
+                        '"sh", "{{dir}}/sim.sh", "{{x}}", "{{y}}"', '"sh", "{{dir}}/sim.sh"'
+                    )
                     file.write_text(text + f'[options]\nmethod = "{method}"\n')
                     run = tarnix("solve", "-q", "--fresh", "--json", file)
                     result = json.loads(run.stdout)
@@ -464,18 +597,26 @@ r = {{ value = "w / (h - 1)", min = 2 }}
                         self.assertLess(1e-6, result["difference_step"])
 
     def testWhatTheCommandWritesIsNoPartOfIt(self):
-        file = self.write("p.toml", ONE.replace("RUN", json.dumps("echo {{x}} >> {{dir}}/log; echo f = {{x}}"))
-                          .replace("EXTRA", ""))
+        file = self.write(
+            "p.toml",
+            ONE.replace("RUN", json.dumps("echo {{x}} >> {{dir}}/log; echo f = {{x}}")).replace(
+                "EXTRA", ""
+            ),
+        )
         self.assertEqual(tarnix("solve", file).returncode, 0)
         self.assertEqual(tarnix("resume", file).returncode, 0)
 
     def testConflictsAreNamed(self):
-        file = self.write("q.toml", PLAIN + 'd = { value = "q", max = 0.5 }\ne = { value = "x - y", max = 9 }\n')
+        file = self.write(
+            "q.toml", PLAIN + 'd = { value = "q", max = 0.5 }\ne = { value = "x - y", max = 9 }\n'
+        )
         result = self.result("solve", file, code=1)
         self.assertEqual(sorted(result["conflict"]["constraints"]), ["c", "d"])
         self.assertTrue(result["conflict"]["minimal"])
         self.assertFalse([c for c in result["constraints"] if "per_percent" in c])
-        self.assertRegex(tarnix("solve", "-q", file).stdout, "'c', 'd' contradict each\\s+other within")
+        self.assertRegex(
+            tarnix("solve", "-q", file).stdout, "'c', 'd' contradict each\\s+other within"
+        )
 
     def testLimitsCountRuns(self):
         file = self.quadratic("echo f = $1", extra="")
@@ -491,8 +632,14 @@ class Signals(Case):
         return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra))
 
     def begin(self, *words, **options):
-        return subprocess.Popen([PROGRAM, *map(str, words)], stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, text=True, env=ENVIRONMENT, **options)
+        return subprocess.Popen(
+            [PROGRAM, *map(str, words)],
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            text=True,
+            env=ENVIRONMENT,
+            **options,
+        )
 
     def wait_for(self, path, process):
         while not path.exists() and process.poll() is None:
@@ -501,9 +648,13 @@ class Signals(Case):
 
     def testIgnoredSignalsStayIgnored(self):
         """As under nohup: the signal passes, and the solve comes to its end."""
+
         def ignore():
             signal.signal(signal.SIGHUP, signal.SIG_IGN)
-        file = self.one("d={{dir}}; touch $d/begun; while [ ! -e $d/go ]; do sleep 0.01; done; echo f = {{x}}")
+
+        file = self.one(
+            "d={{dir}}; touch $d/begun; while [ ! -e $d/go ]; do sleep 0.01; done; echo f = {{x}}"
+        )
         process = self.begin("solve", "-q", file, preexec_fn=ignore)
         self.wait_for(self.dir / "begun", process)
         process.send_signal(signal.SIGHUP)
@@ -512,13 +663,17 @@ class Signals(Case):
         self.assertEqual(process.returncode, 0, errors)
 
     def testTheWholeTreeEndsAfterItsGrace(self):
-        """A rank with a session of its own, and one that saves its state when it is asked to end."""
+        """A rank with a session of its own, and one that saves its state when asked to end."""
         mark = f"4{random.randrange(10**8)}"
-        script = (f"d={{{{dir}}}}; trap 'echo saved > $d/saved; exit 1' TERM; setsid sleep {mark} & "
-                  f"(setsid sleep {mark} &); touch $d/begun; echo f = {{{{x}}}}; while :; do sleep 0.01; done")
+        script = (
+            f"d={{{{dir}}}}; trap 'echo saved > $d/saved; exit 1' TERM; setsid sleep {mark} & "
+            f"(setsid sleep {mark} &); touch $d/begun; echo f = {{{{x}}}}; "
+            "while :; do sleep 0.01; done"
+        )
 
         def sleepers():
             return subprocess.run(["pgrep", "-f", f"sleep {mark}$"], capture_output=True).stdout
+
         for number in (signal.SIGTERM, signal.SIGKILL):
             for old in ("saved", "begun"):
                 (self.dir / old).unlink(missing_ok=True)
@@ -540,17 +695,24 @@ class Signals(Case):
 
     def testClosedAndFullStreams(self):
         file = self.one("echo f = {{x}}")
-        run = subprocess.run([PROGRAM, "solve", file], stdout=subprocess.PIPE, env=ENVIRONMENT,
-                             preexec_fn=lambda: os.close(2))
+        run = subprocess.run(
+            [PROGRAM, "solve", file],
+            stdout=subprocess.PIPE,
+            env=ENVIRONMENT,
+            preexec_fn=lambda: os.close(2),
+        )
         self.assertEqual(run.returncode, 0)
         reader, writer = os.pipe()
         os.close(reader)  # as with "tarnix solve 2>&1 | head -1"
-        run = subprocess.run([PROGRAM, "solve", file], stdout=subprocess.PIPE, stderr=writer, env=ENVIRONMENT)
+        run = subprocess.run(
+            [PROGRAM, "solve", file], stdout=subprocess.PIPE, stderr=writer, env=ENVIRONMENT
+        )
         os.close(writer)
         self.assertEqual(run.returncode, 0)
         with open("/dev/full", "w") as full:
-            run = subprocess.run([PROGRAM, "solve", "-q", file], stdout=full, stderr=subprocess.PIPE,
-                                 env=ENVIRONMENT)
+            run = subprocess.run(
+                [PROGRAM, "solve", "-q", file], stdout=full, stderr=subprocess.PIPE, env=ENVIRONMENT
+            )
         self.assertEqual(run.returncode, 4)
         self.assertIn(b"standard output cannot be written", run.stderr)
 
@@ -602,9 +764,11 @@ class Attack(Case):
             self.assertTrue((self.dir / "p.runs").is_symlink())
 
     def testScriptsThatDoNotStart(self):
-        for text, hint in (("echo f = $1\n", "a script begins with a line such as #!/bin/sh"),
-                           ("#!/no/such\n", "names a program that is not there: #!/no/such"),
-                           ("#!/bin/sh\r\necho\r\n", "dos2unix")):
+        for text, hint in (
+            ("echo f = $1\n", "a script begins with a line such as #!/bin/sh"),
+            ("#!/no/such\n", "names a program that is not there: #!/no/such"),
+            ("#!/bin/sh\r\necho\r\n", "dos2unix"),
+        ):
             self.write("sim", text, 0o755)
             self.assertIn(hint, tarnix("run", self.one(["./sim", "{{x}}"])).stderr)
 
@@ -612,7 +776,11 @@ class Attack(Case):
         place = self.dir / "d; touch X #"
         place.mkdir()
         (place / "sim.sh").write_text("echo f = $1")
-        for run in ("sh {{dir}}/sim.sh {{x}}", 'sh "{{dir}}/sim.sh" {{x}}', "sh '{{dir}}/sim.sh' {{x}}"):
+        for run in (
+            "sh {{dir}}/sim.sh {{x}}",
+            'sh "{{dir}}/sim.sh" {{x}}',
+            "sh '{{dir}}/sim.sh' {{x}}",
+        ):
             file = place / "p.toml"
             file.write_text(ONE.replace("RUN", json.dumps(run)).replace("EXTRA", 'keep = "all"'))
             ended = tarnix("solve", "--fresh", file)
@@ -620,13 +788,16 @@ class Attack(Case):
         self.assertEqual(list(self.dir.rglob("X")), [])
 
     def testNothingEscapesToTheTerminal(self):
-        file = self.write("p.toml", """title = "\\u001b]0;owned\\u0007 \\u009b31m \\u202egnp"
+        file = self.write(
+            "p.toml",
+            """title = "\\u001b]0;owned\\u0007 \\u009b31m \\u202egnp"
 [variables]
 x = { start = 1, lower = 0, upper = 4, unit = "\\u001b[2J" }
 [objective]
 minimize = "(x - 2)^2"
 name = "\\u001b[31mcost"
-""")
+""",
+        )
         for words in (["check"], ["solve"], ["solve", "--json"], ["report"]):
             run = tarnix(*words, file)
             self.assertEqual(run.returncode, 0, run.stderr)
@@ -654,7 +825,7 @@ name = "\\u001b[31mcost"
 
 
 class OutOfMemory(Case):
-    """Failing allocations, one at a time, end in a message, but for those that libraries swallow."""
+    """Failing allocations, one at a time, end in a message, but for those libraries swallow."""
 
     def sample(self, file, step):
         hook = os.environ.get("TARNIX_FAILING_NEW")
@@ -664,12 +835,17 @@ class OutOfMemory(Case):
         def run(**more):
             for old in self.dir.glob("*.history*"):
                 old.unlink()
-            return subprocess.run([PROGRAM, "solve", "-q", "-o", self.dir, file], text=True,
-                                  capture_output=True, timeout=100,
-                                  env=dict(ENVIRONMENT, LD_PRELOAD=hook, **more))
+            return subprocess.run(
+                [PROGRAM, "solve", "-q", "-o", self.dir, file],
+                text=True,
+                capture_output=True,
+                timeout=100,
+                env=dict(ENVIRONMENT, LD_PRELOAD=hook, **more),
+            )
 
         def table(text):
             return re.sub(r"[\d.]+ s\n|.* storage exceeded.*\n", "", text)
+
         whole = run(TARNIX_COUNT_TO=str(self.dir / "count"))
         codes = collections.Counter()
         for at in range(2, int((self.dir / "count").read_text()), step):
@@ -690,7 +866,9 @@ class OutOfMemory(Case):
         self.sample(EXAMPLES / "welded_beam.toml", 97)
 
     def testCommand(self):
-        text = ONE.replace("RUN", json.dumps("echo f = {{x}}")).replace("EXTRA", 'timeout = 50\nfiles = ["d"]')
+        text = ONE.replace("RUN", json.dumps("echo f = {{x}}")).replace(
+            "EXTRA", 'timeout = 50\nfiles = ["d"]'
+        )
         self.write("d", "")
         self.sample(self.write("p.toml", text + "[options]\nmax_evaluations = 2\n"), 41)
 
@@ -705,23 +883,31 @@ class Failures(Case):
         result = self.result("solve", self.one(flaky, 'on_failure = "retry"'))
         self.assertAlmostEqual(values(result)["x"], 2, delta=0.05)
         self.assertEqual(result["runs"], 2 * len(designs(self.dir / "p.history.jsonl")))
-        # Beyond 3 there are no values: the penalty keeps the search away. It makes a cliff, at which a
-        # method stands still: no stationary point, no success.
+        # Beyond 3 there are no values: the penalty keeps the search away. It makes a cliff, at
+        # which a method stalls: no stationary point, no success.
         partial = "awk 'BEGIN { x = {{x}}; if (x > 3) exit 1; print \"f = \" x - 1.2 }'"
         file = self.one(partial, 'on_failure = "penalty"\npenalty = 100')
         result = self.result("solve", file, code=1)
         self.assertLess(values(result)["x"], 3.3)
         # A failure that stops: seen to by the user, the solve goes on where it was.
         licence = self.write("licence", "")
-        broken = self.write("sim.sh", '#!/bin/sh\ncd ${0%/*}; [ -e licence ] || [ $(ls p.runs | wc -l) -lt 3 ] '
-                            '|| exit 9\necho f = $1', 0o755)
+        self.write(
+            "sim.sh",
+            '#!/bin/sh\ncd ${0%/*}; [ -e licence ] || [ $(ls p.runs | wc -l) -lt 3 ] '
+            '|| exit 9\necho f = $1',
+            0o755,
+        )
         file = self.one(["./sim.sh", "{{x}}"], 'keep = "all"')
         licence.unlink()
         # The step of the difference lies beyond the bound: better, and yet no design.
-        file.write_text(file.read_text().replace("start = 1", "start = 4").replace("(f - 2)^2", "-f"))
+        file.write_text(
+            file.read_text().replace("start = 1", "start = 4").replace("(f - 2)^2", "-f")
+        )
         run = tarnix("solve", "--fresh", file)
         self.assertEqual(run.returncode, 3)
-        self.assertRegex(run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003\n")
+        self.assertRegex(
+            run.stderr, r"error: run 000003: the command ended with exit status 9; see .*000003\n"
+        )
         self.assertRegex(run.stdout, "an evaluation failed[^$]*Below the best design so far")
         self.assertRegex(run.stdout, r"x +4 +in 0 .. 4, at its upper bound")
         licence.touch()
@@ -731,29 +917,47 @@ class Failures(Case):
 
     def testRuns(self):
         """Whatever goes wrong with a run or a file ends in its message, and nothing is lost."""
-        stop = "tarnix resume"
         for run, extra, code, message in [
-                ("exit 3; # {{x}}", "", 3, "run 000001: the command ended with exit status 3; see .*000001"),
-                ("echo at {{x}} >&2; echo mesh is bad >&2; exit 1", "", 3,
-                 "exit status 1; see .*p.runs/000001/stderr.txt, which ends with\n    \\| at 1\n    \\| mesh is bad"),
-                ("echo mesh is bad {{x}} >&2; exit 1", 'keep = "none"', 3,
-                 "exit status 1; its standard error, which ends with\n    \\| mesh is bad 1"),
-                ("kill -SEGV $$; # {{x}}", "", 3, r"killed by signal 11 \(Segmentation fault\)"),
-                ("sleep 60; # {{x}}", "timeout = 0.2", 3, "ended after its timeout of 0.2 s"),
-                ("exit 1; # {{x}}", 'on_failure = "retry"\nretries = 3', 3, r"\(attempt 4\)"),
-                (": {{x}}", "", 3, "standard output is empty: no result 'f'"),
-                ("echo g = {{x}}", "", 3, "no line 'f = ...' in standard output"),
-                ("echo f = garbage {{x}}", "", 3, "'garbage 1' in standard output is not a number"),
-                ("echo f = 1,5 {{x}}", "", 3, "'1,5 1' in standard output has a decimal comma"),
-                ("echo f = nan {{x}}", "", 3, "result 'f' is not finite: 'nan 1'"),
-                ("printf 'f = \\377\\033[2J' {{x}}", "", 3, r"'\?\?\[2J' in standard output")]:
+            (
+                "exit 3; # {{x}}",
+                "",
+                3,
+                "run 000001: the command ended with exit status 3; see .*000001",
+            ),
+            (
+                "echo at {{x}} >&2; echo mesh is bad >&2; exit 1",
+                "",
+                3,
+                "exit status 1; see .*p.runs/000001/stderr.txt, which ends with\n"
+                "    \\| at 1\n    \\| mesh is bad",
+            ),
+            (
+                "echo mesh is bad {{x}} >&2; exit 1",
+                'keep = "none"',
+                3,
+                "exit status 1; its standard error, which ends with\n    \\| mesh is bad 1",
+            ),
+            ("kill -SEGV $$; # {{x}}", "", 3, r"killed by signal 11 \(Segmentation fault\)"),
+            ("sleep 60; # {{x}}", "timeout = 0.2", 3, "ended after its timeout of 0.2 s"),
+            ("exit 1; # {{x}}", 'on_failure = "retry"\nretries = 3', 3, r"\(attempt 4\)"),
+            (": {{x}}", "", 3, "standard output is empty: no result 'f'"),
+            ("echo g = {{x}}", "", 3, "no line 'f = ...' in standard output"),
+            ("echo f = garbage {{x}}", "", 3, "'garbage 1' in standard output is not a number"),
+            ("echo f = 1,5 {{x}}", "", 3, "'1,5 1' in standard output has a decimal comma"),
+            ("echo f = nan {{x}}", "", 3, "result 'f' is not finite: 'nan 1'"),
+            ("printf 'f = \\377\\033[2J' {{x}}", "", 3, r"'\?\?\[2J' in standard output"),
+        ]:
             with self.subTest(message=message):
                 ended = tarnix("solve", "--fresh", self.one(run, extra), cwd=self.dir)
                 self.assertEqual(ended.returncode, code, ended.stderr)
                 self.assertRegex(ended.stderr, message)
                 self.assertEqual(len(lines_with("failed", self.dir / "p.history.jsonl")), 1)
-        file = self.write("p.toml", ONE.replace("RUN", '["true", "{{x}}"]').replace("EXTRA", "")
-                          .replace('key = "f"', 'key = "f", file = "out.txt"'))
+        file = self.write(
+            "p.toml",
+            ONE.replace("RUN", '["true", "{{x}}"]')
+            .replace("EXTRA", "")
+            .replace('key = "f"', 'key = "f", file = "out.txt"'),
+        )
         self.assertRegex(tarnix("solve", file).stderr, "no file 'out.txt' was written")
         file = self.one("head -c 3000000 /dev/zero | tr '\\0' x; # {{x}}")  # one line
         file.write_text(file.read_text().replace('key = "f"', "regex = '(.*)y'"))
@@ -765,11 +969,12 @@ class Failures(Case):
         tarnix("solve", file)
         good = history.read_text()
         for text, words, message in [
-                (good.split('{"end"')[0], ["solve"], "an earlier solve did not come to its end"),
-                (good.replace('"f":', '"f" ', 1), ["resume"], "p.history.jsonl:4: damaged line"),
-                (good.replace('"x":[', '"x":[7,', 1), ["resume"], "p.history.jsonl:4: damaged line"),
-                (good.replace('"s":0.', '"s":1.', 1), ["report"], "p.history.jsonl:4: damaged line"),
-                (good.replace("{", "", 1), ["resume"], "p.history.jsonl:1: damaged line")]:
+            (good.split('{"end"')[0], ["solve"], "an earlier solve did not come to its end"),
+            (good.replace('"f":', '"f" ', 1), ["resume"], "p.history.jsonl:4: damaged line"),
+            (good.replace('"x":[', '"x":[7,', 1), ["resume"], "p.history.jsonl:4: damaged line"),
+            (good.replace('"s":0.', '"s":1.', 1), ["report"], "p.history.jsonl:4: damaged line"),
+            (good.replace("{", "", 1), ["resume"], "p.history.jsonl:1: damaged line"),
+        ]:
             history.write_text(text)
             ended = tarnix(*words, file)
             self.assertEqual(ended.returncode, 4, message)
@@ -795,11 +1000,15 @@ run = ["echo", "f = {{x}}"]
 [results]
 f = { key = "f" }
 """
-# What is replaced in PLAIN by what, and the message; a text to be replaced by more is kept by \g<0>.
+# What is replaced in PLAIN by what, and the message; what is to be kept is \g<0>.
 WRONG = [
     (r"\[variables\]", "[variables", r"1: syntax: "),
     (r"y =", "x =", r"3: syntax: .*redefine"),
-    (r"\[constraints\]", "[constrains]", r"8: problem: unknown key 'constrains'; did you mean 'constraints'\?"),
+    (
+        r"\[constraints\]",
+        "[constrains]",
+        r"8: problem: unknown key 'constrains'; did you mean 'constraints'\?",
+    ),
     (r"\[variables\]\n.*\n.*\n", "", r": problem: no table \[variables\]"),
     (r", upper = 4", "", r"2: variable 'x': no 'upper'"),
     (r"upper = 4", "uper = 4", r"2: variable 'x': unknown key 'uper'; did you mean 'upper'\?"),
@@ -807,7 +1016,11 @@ WRONG = [
     (r"start = 1", "start = 9", r"2: variable 'x': start 9 lies outside the bounds 0 to 4"),
     (r"upper = 4", "upper = inf", r"2: variable 'x': 'upper' is not finite"),
     (r"start = 1", 'start = "1"', r"2: variable 'x': 'start' is not a number"),
-    (r"start = 1", "value = 1, \\g<0>", r"2: variable 'x': 'value' fixes the variable; leave out 'start'"),
+    (
+        r"start = 1",
+        "value = 1, \\g<0>",
+        r"2: variable 'x': 'value' fixes the variable; leave out 'start'",
+    ),
     (r"y = {", '"2y" = {', r"3: variable '2y': a name has letters, digits and _ only"),
     (r"q =", "x =", r"5: quantity 'x': the name is taken by the variable in line 2"),
     (r"y = {", "min = {", r"3: variable 'min': the name belongs to a built-in function"),
@@ -822,26 +1035,61 @@ WRONG = [
     (r"min = 1", "min = 1, max = 0", r"9: constraint 'c': 'min' 1 lies above 'max' 0"),
     (r"min = 1", "max = 1, equal = 1", r"9: constraint 'c': 'equal' stands alone"),
     (r"c = {", "x = {", r"9: constraint 'x': the name is taken by the variable"),
-    (r"\Z", '[options]\nmethod = "newton"', r"11: options: 'method' is 'newton', but may be automatic, sqp or grg"),
+    (
+        r"\Z",
+        '[options]\nmethod = "newton"',
+        r"11: options: 'method' is 'newton', but may be automatic, sqp or grg",
+    ),
     (r"\Z", "[options]\ntolerance = -1", r"11: options: 'tolerance' is not above zero"),
-    (r"\Z", "[options]\nmax_iterations = 2.5", r"11: options: 'max_iterations' is not a whole number"),
-    (r"y = .*\n", "".join(f"v{i} = {{ start = 0, lower = 0, upper = 1 }}\n" for i in range(100)) +
-     "y = { value = 1 }\n", r": .*101 free variables.*100"),
+    (
+        r"\Z",
+        "[options]\nmax_iterations = 2.5",
+        r"11: options: 'max_iterations' is not a whole number",
+    ),
+    (
+        r"y = .*\n",
+        "".join(f"v{i} = {{ start = 0, lower = 0, upper = 1 }}\n" for i in range(100))
+        + "y = { value = 1 }\n",
+        r": .*101 free variables.*100",
+    ),
     (r"\Z", WITH.split("[results]")[0], r"10: problem: \[command\] without \[results\]"),
-    (r"\Z", "[results]" + WITH.split("[results]")[1], r"10: problem: \[results\] without \[command\]"),
+    (
+        r"\Z",
+        "[results]" + WITH.split("[results]")[1],
+        r"10: problem: \[results\] without \[command\]",
+    ),
     (r"\Z", WITH.replace("run", "rum"), r"10: command: no 'run': the command to start is missing"),
-    (r"\Z", WITH.replace('"echo"', '"no_such_program"'), r"11: command: program 'no_such_program' is not in PATH"),
+    (
+        r"\Z",
+        WITH.replace('"echo"', '"no_such_program"'),
+        r"11: command: program 'no_such_program' is not in PATH",
+    ),
     (r"\Z", WITH.replace('"echo"', '"./sim"'), r"11: command: no file './sim' in "),
     (r"\Z", WITH.replace('"echo"', '"./p.toml"'), r"11: command: './p.toml' may not be executed"),
     (r"\Z", WITH.replace("{{x}}", "{{z}}"), r"11: command: unknown name 'z' in {{ }}"),
     (r"\Z", WITH.replace("{{x}}", "{{x:%d}}"), r"11: command: format '%d' of 'x' is not like"),
     (r"\Z", WITH.replace("{{x}}", "1"), r"11: command: neither an argument nor a template"),
-    (r"\Z", WITH.replace("[results]", 'templates = [{ from = "none.in", to = "in" }]\n[results]'),
-     r"12: command: no file 'none.in' in "),
-    (r"\Z", WITH.replace("[results]", 'templates = [{ from = "t.in", to = "../in" }]\n[results]'),
-     r"12: command: '../in' names no file in the run directory\n.*t.in:2: unknown name 'lenght' in {{ }}"),
-    (r"\Z", WITH.replace('key = "f"', "regex = 'f = (.*'"), r"13: result 'f': regex 'f = \(\.\*': "),
-    (r"\Z", WITH.replace('key = "f"', "regex = 'f = .*'"), r"13: result 'f': the regex has no group"),
+    (
+        r"\Z",
+        WITH.replace("[results]", 'templates = [{ from = "none.in", to = "in" }]\n[results]'),
+        r"12: command: no file 'none.in' in ",
+    ),
+    (
+        r"\Z",
+        WITH.replace("[results]", 'templates = [{ from = "t.in", to = "../in" }]\n[results]'),
+        r"12: command: '../in' names no file in the run directory\n"
+        r".*t.in:2: unknown name 'lenght' in {{ }}",
+    ),
+    (
+        r"\Z",
+        WITH.replace('key = "f"', "regex = 'f = (.*'"),
+        r"13: result 'f': regex 'f = \(\.\*': ",
+    ),
+    (
+        r"\Z",
+        WITH.replace('key = "f"', "regex = 'f = .*'"),
+        r"13: result 'f': the regex has no group",
+    ),
 ]
 
 
@@ -859,54 +1107,99 @@ class WrongProblems(Case):
                     self.assertEqual((run.returncode, run.stdout), (2, ""), run.stderr)
                     self.assertRegex(run.stderr, r"p\.toml:?" + message)
         self.assertEqual((self.dir / "p.history.jsonl").read_text(), kept)
-        file = self.write("p.toml", PLAIN.replace('q = "x + y"', 'q = "r + s"\nr = "s * x"\ns = "2 * y"'))
+        file = self.write(
+            "p.toml", PLAIN.replace('q = "x + y"', 'q = "r + s"\nr = "s * x"\ns = "2 * y"')
+        )
         self.assertRegex(tarnix("check", file).stdout, r"c +4 +>= 1  with  q")
         # Several at once, in the order of lines.
-        file = self.write("p.toml", PLAIN.replace("upper = 4", "uper = 4").replace("q = ", "q = 1 #"))
-        self.assertEqual([int(n) for n in re.findall(r"p\.toml:(\d+)", tarnix("check", file).stderr)],
-                         [2, 3])
-        for words, message in [(["check", self.dir / "none.toml"], "none.toml: no such file"),
-                               (["check", self.dir], "cannot be read"),
-                               (["solve"], "FILE is required"), (["solve", file, "-j0"], "--jobs"),
-                               (["sovle", file], "no command 'sovle'; did you mean 'solve'?"),
-                               ([], "First steps:")]:
+        file = self.write(
+            "p.toml", PLAIN.replace("upper = 4", "uper = 4").replace("q = ", "q = 1 #")
+        )
+        self.assertEqual(
+            [int(n) for n in re.findall(r"p\.toml:(\d+)", tarnix("check", file).stderr)], [2, 3]
+        )
+        for words, message in [
+            (["check", self.dir / "none.toml"], "none.toml: no such file"),
+            (["check", self.dir], "cannot be read"),
+            (["solve"], "FILE is required"),
+            (["solve", file, "-j0"], "--jobs"),
+            (["sovle", file], "no command 'sovle'; did you mean 'solve'?"),
+            ([], "First steps:"),
+        ]:
             run = tarnix(*words)
             self.assertEqual(run.returncode, 2)
             self.assertIn(message, run.stdout + run.stderr)
         self.assertNotIn("First steps", tarnix("check", "--help").stdout)
 
     def testWhatWasMeant(self):
-        """One mistake, one line, which says what may have been meant; nothing weaker is a mistake."""
+        """One mistake, one line, which says what may have been meant; nothing weaker is one."""
         for pattern, by, code, message in [
-                ("lower = 0", "lower = 0,1", 2, "2: syntax: .*decimal point"),
-                ('"x \\+ y"', "x + y", 2, "5: syntax: .*an expression stands in quotes"),
-                ("x \\+ y", "sqr(x)", 2, "no function 'sqr'; did you mean 'sqrt'"),
-                ("x \\+ y", "x**2", 2, "a power is written \\^"),
-                ("x \\+ y", "3 x", 2, "a product is written with \\*"),
-                ("y = {.*", "y = 3", 2, "3: variable 'y': not a table: write y = { value"),
-                ("min = 1", "lower = 1", 2, "9: constraint 'c': unknown key 'lower'; did you mean 'min'"),
-                ("\\A", 'title = "\udce9"\n', 2, "1: syntax: .*UTF-8"),
-                ("\\Z", WITH.replace('key = "f"', 'regex = "(\\\\\\\\d)"').replace("\\\\", "\\"), 2,
-                 "13: syntax: .*single quotes"),
-                ("x \\+ y", "log(x - 3) + y", 2, "9: constraint 'c': it is not finite at the start: nan"),
-                ('value = "q"', 'value = "x"', 0, "warning: .*5: quantity 'q': nothing uses it"),
-                ('value = "q"', 'value = "q >= 1"', 0, "warning: .*9: constraint 'c': a comparison is 0 or 1"),
-                ('"\\(x - 2.*"', '"3"', 0, "warning: .*objective: it is constant"),
-                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}") + "[options]\ndifference_step = 1e-4\n", 0,
-                 "variable 'x': a difference step of 0.0002 does not"),
-                ("\\Z", WITH.replace("{{x}}", "{{x:%.1f}}"), 0,
-                 "variable 'x': the command is given it in steps of 0.1; write more digits"),
-                ("lower = 0, upper = 4", "lower = 1, upper = 1.0000000000001", 0,
-                 "variable 'x': the command is given it in"),
-                ("x \\+ y", "x y", 2, "a product is written with \\*"),
-                ("x \\+ y", "(x)(y)", 2, "a product is written with \\*"),
-                ('"x \\+ y"\n.*\n.*', '"2 * 3"\n[objective]\nminimize = "q + 1"', 0,
-                 "warning: .*objective: it is constant"),
-                ("start = 1", "start = 1.", 2, "2: syntax: .*digits on both sides: 0.5, 1.0"),
+            ("lower = 0", "lower = 0,1", 2, "2: syntax: .*decimal point"),
+            ('"x \\+ y"', "x + y", 2, "5: syntax: .*an expression stands in quotes"),
+            ("x \\+ y", "sqr(x)", 2, "no function 'sqr'; did you mean 'sqrt'"),
+            ("x \\+ y", "x**2", 2, "a power is written \\^"),
+            ("x \\+ y", "3 x", 2, "a product is written with \\*"),
+            ("y = {.*", "y = 3", 2, "3: variable 'y': not a table: write y = { value"),
+            (
+                "min = 1",
+                "lower = 1",
+                2,
+                "9: constraint 'c': unknown key 'lower'; did you mean 'min'",
+            ),
+            ("\\A", 'title = "\udce9"\n', 2, "1: syntax: .*UTF-8"),
+            (
+                "\\Z",
+                WITH.replace('key = "f"', 'regex = "(\\\\\\\\d)"').replace("\\\\", "\\"),
+                2,
+                "13: syntax: .*single quotes",
+            ),
+            (
+                "x \\+ y",
+                "log(x - 3) + y",
+                2,
+                "9: constraint 'c': it is not finite at the start: nan",
+            ),
+            ('value = "q"', 'value = "x"', 0, "warning: .*5: quantity 'q': nothing uses it"),
+            (
+                'value = "q"',
+                'value = "q >= 1"',
+                0,
+                "warning: .*9: constraint 'c': a comparison is 0 or 1",
+            ),
+            ('"\\(x - 2.*"', '"3"', 0, "warning: .*objective: it is constant"),
+            (
+                "\\Z",
+                WITH.replace("{{x}}", "{{x:%.1f}}") + "[options]\ndifference_step = 1e-4\n",
+                0,
+                "variable 'x': a difference step of 0.0002 does not",
+            ),
+            (
+                "\\Z",
+                WITH.replace("{{x}}", "{{x:%.1f}}"),
+                0,
+                "variable 'x': the command is given it in steps of 0.1; write more digits",
+            ),
+            (
+                "lower = 0, upper = 4",
+                "lower = 1, upper = 1.0000000000001",
+                0,
+                "variable 'x': the command is given it in",
+            ),
+            ("x \\+ y", "x y", 2, "a product is written with \\*"),
+            ("x \\+ y", "(x)(y)", 2, "a product is written with \\*"),
+            (
+                '"x \\+ y"\n.*\n.*',
+                '"2 * 3"\n[objective]\nminimize = "q + 1"',
+                0,
+                "warning: .*objective: it is constant",
+            ),
+            ("start = 1", "start = 1.", 2, "2: syntax: .*digits on both sides: 0.5, 1.0"),
         ]:
             with self.subTest(message=message):
                 file = self.dir / "p.toml"
-                file.write_bytes(re.sub(pattern, by, PLAIN, count=1).encode(errors="surrogateescape"))
+                file.write_bytes(
+                    re.sub(pattern, by, PLAIN, count=1).encode(errors="surrogateescape")
+                )
                 run = tarnix("check", file)
                 self.assertEqual(run.returncode, code, run.stderr)
                 self.assertRegex(run.stderr, message)
@@ -919,8 +1212,12 @@ class Keys(Case):
     """What [command] and [results] may say, each by what it does."""
 
     def one(self, run, extra="", result='key = "f"'):
-        return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra)
-                          .replace('key = "f"', result))
+        return self.write(
+            "p.toml",
+            ONE.replace("RUN", json.dumps(run))
+            .replace("EXTRA", extra)
+            .replace('key = "f"', result),
+        )
 
     def at(self, x, *words, code=0):
         run = tarnix("run", "--at", f"x={x}", *words, self.dir / "p.toml")
@@ -947,13 +1244,15 @@ class Keys(Case):
         self.assertEqual(self.at(2), 2)
         self.one("echo f = {{x}}; exit 4", "accept_status = [0, 3]")
         self.assertIn("exit status 4", self.at(2, code=3))
-        for extra, message in [('files = ["none*"]', "nothing is called 'none\\*'"),
-                               ('files = ["mesh", "mesh/"]', "cannot both be files"),
-                               ('env = { "A=B" = 1 }', "is no name of a variable"),
-                               ('accept_status = [300]', "whole numbers from 0 to 255"),
-                               ('scratch = "nowhere"', "is no directory"),
-                               ('retry_wait = 1', "'retry_wait' needs 'retries'"),
-                               ('launcher = ["no_such_program"]', "is not in PATH")]:
+        for extra, message in [
+            ('files = ["none*"]', "nothing is called 'none\\*'"),
+            ('files = ["mesh", "mesh/"]', "cannot both be files"),
+            ('env = { "A=B" = 1 }', "is no name of a variable"),
+            ('accept_status = [300]', "whole numbers from 0 to 255"),
+            ('scratch = "nowhere"', "is no directory"),
+            ('retry_wait = 1', "'retry_wait' needs 'retries'"),
+            ('launcher = ["no_such_program"]', "is not in PATH"),
+        ]:
             run = tarnix("check", self.one("echo f = {{x}}", extra))
             self.assertEqual(run.returncode, 2, extra)
             self.assertRegex(run.stderr, message)
@@ -962,11 +1261,15 @@ class Keys(Case):
         """Runs work in another place; what is kept comes home, and nothing stays there."""
         scratch = self.dir / "fast"
         scratch.mkdir()
-        file = self.one("d={{dir}}; pwd >> $d/places; [ ! -e $d/bad ] || exit 1; echo f = {{x}}",
-                        'scratch = "fast"')
+        file = self.one(
+            "d={{dir}}; pwd >> $d/places; [ ! -e $d/bad ] || exit 1; echo f = {{x}}",
+            'scratch = "fast"',
+        )
         self.assertEqual(tarnix("solve", "-j2", file).returncode, 0)
         places = set(self.dir.joinpath("places").read_text().split())
-        self.assertTrue(all(p.startswith(str(scratch.resolve()) + "/tarnix-") for p in places), places)
+        self.assertTrue(
+            all(p.startswith(str(scratch.resolve()) + "/tarnix-") for p in places), places
+        )
         self.assertEqual((self.dir / "p.best/stdout.txt").read_text()[:4], "f = ")
         self.assertEqual([p for p in scratch.rglob("*") if p.is_file()], [])
         self.write("bad", "")
@@ -976,20 +1279,32 @@ class Keys(Case):
 
     def testSlots(self):
         """Runs side by side have different slots, below the number of jobs."""
-        script = ("d={{dir}}/slot{{slot}}; mkdir $d || exit 1; sleep 0.02; rmdir $d; "
-                  "echo {{slot}} >> {{dir}}/seen; echo f = {{x}}")
-        self.write("p.toml", PROBLEM.replace('["sh", "{{dir}}/simulator.sh", "{{x1}}", "{{x2}}", "{{x3}}", '
-                                             '"{{x4}}", "{{x5}}", "{{x6}}"]',
-                                             json.dumps(script.replace("{{x}}", "$(({{x1:%.0f}}))") +
-                                                        "; echo g = {{x2}}; echo h = {{x3}}"))
-                   + "[options]\nmax_evaluations = 20\n")
+        script = (
+            "d={{dir}}/slot{{slot}}; mkdir $d || exit 1; sleep 0.02; rmdir $d; "
+            "echo {{slot}} >> {{dir}}/seen; echo f = {{x}}"
+        )
+        self.write(
+            "p.toml",
+            PROBLEM.replace(
+                '["sh", "{{dir}}/simulator.sh", "{{x1}}", "{{x2}}", "{{x3}}", '
+                '"{{x4}}", "{{x5}}", "{{x6}}"]',
+                json.dumps(
+                    script.replace("{{x}}", "$(({{x1:%.0f}}))")
+                    + "; echo g = {{x2}}; echo h = {{x3}}"
+                ),
+            )
+            + "[options]\nmax_evaluations = 20\n",
+        )
         run = tarnix("solve", "-j3", self.dir / "p.toml")
         self.assertEqual(run.returncode, 1, run.stderr)
         self.assertEqual(set((self.dir / "seen").read_text().split()), {"0", "1", "2"})
 
     def testRetryWait(self):
-        file = self.one("date +%s.%N >> {{dir}}/times; [ $(wc -l < {{dir}}/times) -gt 1 ] || exit 1; echo f = {{x}}",
-                        'on_failure = "retry"\nretry_wait = 0.4')
+        file = self.one(
+            "date +%s.%N >> {{dir}}/times; [ $(wc -l < {{dir}}/times) -gt 1 ] || exit 1; "
+            "echo f = {{x}}",
+            'on_failure = "retry"\nretry_wait = 0.4',
+        )
         self.assertEqual(tarnix("solve", file).returncode, 0)
         first, second = map(float, (self.dir / "times").read_text().split()[:2])
         self.assertGreaterEqual(second - first, 0.4)
@@ -998,18 +1313,29 @@ class Keys(Case):
         """As on a shared disk: the command is through before its file is there."""
         late = ["sh", "-c", "echo $PWD {{x}} > {{dir}}/wanted"]
         file = self.one(late, "result_wait = 20", 'key = "f", file = "out"')
-        writer = subprocess.Popen(["sh", "-c", "while [ ! -e wanted ]; do sleep 0.01; done; read d x < wanted;"
-                                   'sleep 0.2; echo "f = $x" > $d/new; mv $d/new $d/out'], cwd=self.dir)
+        writer = subprocess.Popen(
+            [
+                "sh",
+                "-c",
+                "while [ ! -e wanted ]; do sleep 0.01; done; read d x < wanted;"
+                'sleep 0.2; echo "f = $x" > $d/new; mv $d/new $d/out',
+            ],
+            cwd=self.dir,
+        )
         self.assertEqual(self.at(2.5), 2.5)
         writer.wait()
         file.write_text(file.read_text().replace("20", "0.1"))
-        self.assertIn("no file 'out' was written, which holds result 'f', 0.1 s after", self.at(1, code=3))
+        self.assertIn(
+            "no file 'out' was written, which holds result 'f', 0.1 s after", self.at(1, code=3)
+        )
 
     def testOwnSteps(self):
         """A variable with a step of its own is moved by that, all others by the option."""
         text = PLAIN.replace("y = { start = 1", "y = { difference_step = 0.01, start = 1")
         for differences, moves in (("forward", {0.02}), ("central", {0.02, -0.02})):
-            file = self.write("p.toml", text + f'[options]\nmethod = "sqp"\ndifferences = "{differences}"\n')
+            file = self.write(
+                "p.toml", text + f'[options]\nmethod = "sqp"\ndifferences = "{differences}"\n'
+            )
             result = self.result("solve", file)
             self.assertAlmostEqual(values(result)["x"], 2, delta=1e-3)
             first = designs(self.dir / "p.history.jsonl")[:6]
@@ -1018,38 +1344,51 @@ class Keys(Case):
             self.assertEqual(moved, moves)
             other = {round(abs(x[0] - start[0]), 9) for x in first if x[1] == start[1]} - {0}
             self.assertEqual(min(other), 0.0002)
-        inside = self.write("p.toml", text.replace("start = 1", "start = 4") + "[options]\ninside_bounds = true\n")
+        inside = self.write(
+            "p.toml", text.replace("start = 1", "start = 4") + "[options]\ninside_bounds = true\n"
+        )
         self.assertEqual(tarnix("solve", inside).returncode, 0)
         self.assertLessEqual(max(max(x) for x in designs(self.dir / "p.history.jsonl")), 4)
 
     def testManyJobs(self):
         """Far more jobs than cores: all points of a pass run at once."""
-        self.write("meet.sh", """cd "$(dirname "$0")"; run=$1; shift; touch at$run; n=0
+        self.write(
+            "meet.sh",
+            """cd "$(dirname "$0")"; run=$1; shift; touch at$run; n=0
             [ $run = 000001 ] || while [ $(ls | grep -c '^at') -lt 41 ] && [ $n -lt 600 ]
               do n=$((n + 1)); sleep 0.1; done
             [ $n -lt 600 ] && awk 'BEGIN { for (i = 1; i < ARGC; ++i) f += ARGV[i]
-              print "f = " f }' "$@" """)
+              print "f = " f }' "$@" """,
+        )
         names = [f"x{i}" for i in range(40)]
-        file = self.write("p.toml", "[variables]\n" + "".join(
-            f"{n} = {{ start = 1, lower = 0, upper = 4 }}\n" for n in names) +
-            "[command]\nrun = " + json.dumps(["sh", "{{dir}}/meet.sh", "{{run}}"] +
-                                             [f"{{{{{n}}}}}" for n in names]) +
-            '\n[results]\nf = { key = "f" }\n[objective]\nminimize = "f"\n'
-            "[options]\ndifference_step = 1e-4\nmax_evaluations = 41\n")
+        file = self.write(
+            "p.toml",
+            "[variables]\n"
+            + "".join(f"{n} = {{ start = 1, lower = 0, upper = 4 }}\n" for n in names)
+            + "[command]\nrun = "
+            + json.dumps(["sh", "{{dir}}/meet.sh", "{{run}}"] + [f"{{{{{n}}}}}" for n in names])
+            + '\n[results]\nf = { key = "f" }\n[objective]\nminimize = "f"\n'
+            "[options]\ndifference_step = 1e-4\nmax_evaluations = 41\n",
+        )
         run = tarnix("solve", "-q", "-j64", file)
         self.assertEqual(run.returncode, 1, run.stderr)
         self.assertEqual(len(designs(self.dir / "p.history.jsonl")), 41)
 
     def testScriptsThatAreNotFound(self):
         self.write("sim.sh", "echo f = $1", 0o755)
-        for run, message in [("sh sim.sh {{x}}", "'sim.sh' is not in the directory of a run; write {{dir}}/sim.sh"),
-                             ("./sim.sh {{x}}", "'./sim.sh' is not in the directory .* write {{dir}}/sim.sh"),
-                             (["python3", "none.py", "{{x}}"], "'none.py' .*nor is there one beside")]:
+        for run, message in [
+            ("sh sim.sh {{x}}", "'sim.sh' is not in the directory of a run; write {{dir}}/sim.sh"),
+            ("./sim.sh {{x}}", "'./sim.sh' is not in the directory .* write {{dir}}/sim.sh"),
+            (["python3", "none.py", "{{x}}"], "'none.py' .*nor is there one next to"),
+        ]:
             shown = tarnix("check", self.one(run))
             self.assertEqual(shown.returncode, 0)
             self.assertRegex(shown.stderr, "warning: .*p.toml:4: command: " + message)
-        for run, extra in [("sh {{dir}}/sim.sh {{x}}", ""), ("sh sim.sh {{x}}", 'files = ["sim.sh"]'),
-                           (["./sim.sh", "{{x}}"], "")]:
+        for run, extra in [
+            ("sh {{dir}}/sim.sh {{x}}", ""),
+            ("sh sim.sh {{x}}", 'files = ["sim.sh"]'),
+            (["./sim.sh", "{{x}}"], ""),
+        ]:
             self.assertEqual(tarnix("check", self.one(run, extra)).stderr, "")
 
 
@@ -1057,18 +1396,29 @@ class DaysWork(Case):
     def testChangesOfTheCommandLine(self):
         """Each change does what the same words in the file do."""
         for changes, edit in [
-                (["c.min=3", "x.upper=1.5"], lambda t: t.replace("min = 1", "min = 3").replace("upper = 4", "upper = 1.5", 1)),
-                (["x=3"], lambda t: t.replace("start = 1", "start = 3", 1)),
-                (["q=x + 2 * y"], lambda t: t.replace("x + y", "x + 2 * y")),
-                (["options.method=grg", "objective.scale=2"],
-                 lambda t: t.replace("[constraints]", 'scale = 2\n[constraints]') + '[options]\nmethod = "grg"\n')]:
+            (
+                ["c.min=3", "x.upper=1.5"],
+                lambda t: t.replace("min = 1", "min = 3").replace("upper = 4", "upper = 1.5", 1),
+            ),
+            (["x=3"], lambda t: t.replace("start = 1", "start = 3", 1)),
+            (["q=x + 2 * y"], lambda t: t.replace("x + y", "x + 2 * y")),
+            (
+                ["options.method=grg", "objective.scale=2"],
+                lambda t: t.replace("[constraints]", 'scale = 2\n[constraints]')
+                + '[options]\nmethod = "grg"\n',
+            ),
+        ]:
             words = [word for change in changes for word in ("--set", change)]
             one = self.result("solve", self.write("a.toml", PLAIN), *words)
             two = self.result("solve", self.write("b.toml", edit(PLAIN)))
             for key in ("objective", "variables", "constraints", "method", "evaluations"):
                 self.assertEqual(one[key], two[key], changes)
-        for change, message in [("z=1", "no variable, quantity"), ("x", "write NAME=VALUE"),
-                                ("x.uper=1", "unknown key 'uper'"), ("x=9", "lies outside the bounds")]:
+        for change, message in [
+            ("z=1", "no variable, quantity"),
+            ("x", "write NAME=VALUE"),
+            ("x.uper=1", "unknown key 'uper'"),
+            ("x=9", "lies outside the bounds"),
+        ]:
             run = tarnix("check", "--set", change, self.write("a.toml", PLAIN))
             self.assertEqual(run.returncode, 2)
             self.assertIn(message, run.stderr)
@@ -1078,7 +1428,7 @@ class DaysWork(Case):
         file = self.write("a.toml", PLAIN)
         whole = self.result("solve", "--set", "c.min=3", file)
         again = tarnix("resume", "-q", "--json", file)
-        self.assertIn("As the history was begun: --set c.min=3\n", again.stderr)
+        self.assertIn("As the history was started: --set c.min=3\n", again.stderr)
         for key in ("objective", "variables", "constraints"):
             self.assertEqual(json.loads(again.stdout)[key], whole[key])
         other = self.result("resume", "--set", "c.min=2", file)
@@ -1090,7 +1440,9 @@ class DaysWork(Case):
         self.assertIn("c.min=2", (self.dir / "a.report.html").read_text())
 
     def testStartAndRun(self):
-        file = self.write("p.toml", ONE.replace("RUN", '["echo", "f = {{x}}"]').replace("EXTRA", ""))
+        file = self.write(
+            "p.toml", ONE.replace("RUN", '["echo", "f = {{x}}"]').replace("EXTRA", "")
+        )
         best = values(self.result("solve", file))["x"]
         again = self.result("solve", "--start", "best", file)
         self.assertAlmostEqual(designs(self.dir / "p.history.jsonl")[0][0], best, delta=1e-12)
@@ -1110,7 +1462,9 @@ class DaysWork(Case):
         file = self.write("p.toml", ONE.replace("RUN", '"echo f = {{x}}"').replace("EXTRA", ""))
         run = tarnix("check", "--run", "-j2", file)
         self.assertEqual(run.returncode, 0, run.stderr)
-        file = self.write("p.toml", ONE.replace("RUN", '"echo f = {{run}}; # {{x}}"').replace("EXTRA", ""))
+        file = self.write(
+            "p.toml", ONE.replace("RUN", '"echo f = {{run}}; # {{x}}"').replace("EXTRA", "")
+        )
         run = tarnix("check", "--run", "-j2", file)
         self.assertEqual(run.returncode, 1)
         self.assertIn("the same design gave result 'f'", run.stderr)

@@ -4,7 +4,6 @@ import fcntl
 import io
 import itertools
 import json
-import os
 import signal
 import subprocess
 import time
@@ -222,8 +221,8 @@ class Sweeps(Studies):
         rows = self.sweep("--over", "near.max=-1,1", code=1)
         self.assertEqual([r["feasible"] for r in rows], ["0", "1"])
         self.assertIn("near violated", rows[0]["active"])
-        self.write("two.toml", PROBLEM.replace("sound", "fragile").replace("start = 2",
-                                                                          "start = 4"))
+        self.write("two.toml", PROBLEM.replace("sound", "fragile")
+                   .replace("start = 2", "start = 4"))
         rows = self.sweep("--over", "sum.max=2,2.5", code=3)
         self.assertIn("exit status 7", rows[0]["reason"])
         self.assertEqual(rows[0]["objective"], "")
@@ -260,8 +259,8 @@ class Sweeps(Studies):
             "awk 'BEGIN", 'echo "$1" > shared; sleep 0.02; set -- "$(cat shared)" "$2" "$3"\n'
             "awk 'BEGIN"))
         rows = self.sweep("--over", "sum.max=1.5:3:4", "-j6", code=1)
-        self.assertTrue({"runs side by side disturb each other", "the design does not repeat"} &
-                        {r["reason"] for r in rows}, rows)
+        self.assertTrue({"runs side by side disturb each other", "the design does not repeat"}
+                        & {r["reason"] for r in rows}, rows)
 
 
 CAMEL = """[variables]

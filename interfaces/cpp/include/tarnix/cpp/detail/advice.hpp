@@ -109,7 +109,7 @@ class Advice {
     const bool converged =
         r_.method == Method::sqp ? r_.status == VRK_SQP_CONVERGED : r_.status == VRK_GRG_CONVERGED;
     if (r_.reason != Reason::finished || converged || r_.status == 0) return;
-    say("The method came to a standstill rather than to its test of convergence.");
+    say("The method stalled before it met its test of convergence.");
     say(o_.method == Method::automatic
             ? "It is a stationary point: as good as the differences allow."
             : "The automatic method shows whether another one finds a better point.");
@@ -118,7 +118,7 @@ class Advice {
   void tellWhatToTry() {
     switch (r_.reason) {
       case Reason::finished:
-        say("The method came to a standstill there.");
+        say("The method has stalled there.");
         if (r_.feasible)
           say("That is no optimum: the objective still has a slope that no active limit explains.");
         break;
@@ -129,14 +129,14 @@ class Advice {
       case Reason::breakdown: say("The method broke down: " + r_.meaning + "."); break;
       case Reason::iterationLimit:
         say("The limit of " + std::to_string(o_.maxIterations) +
-            " iterations was reached: go on from this point (option start), or raise "
+            " iterations was reached: continue from this point (option start), or raise "
             "maxIterations.");
         return;
       case Reason::evaluationLimit:
       case Reason::timeLimit:
       case Reason::stopped:
         say("The solve was cut short (" + std::string(name(r_.reason)) +
-            "); this is the best point seen. Go on from it with the option start.");
+            "); this is the best point seen. Continue from it with the option start.");
         return;
       case Reason::unbounded:
         say("The point runs away where bounds are missing, " + r_.stages.back().meaning +
