@@ -131,6 +131,7 @@ need optional libre2-dev has_header re2/re2.h
 need optional libboost-dev has_header boost/random/sobol.hpp # Sobol points of doe
 need optional python3 have python3 # its tests, and one of the examples
 need optional openmpi-bin have mpirun # a test; another takes slurm-wlm and munge where they are
+need optional zsh have zsh # a test of the completion
 
 # Of the Python package, and of its tests, which skip what they do not find. It is built for the
 # distribution's own interpreter.
