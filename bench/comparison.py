@@ -48,7 +48,7 @@ def scipy_rows(build):
     version = re.search(r"SciPy ([\d.]+)", text)[1]
     solves = re.match(r"(\d+) problems", text)[1]
     row = re.search(r"^SLSQP +(\d+) +\d+ +\d+ +\d+ +([\d.]+)", text, re.M)
-    yield f"SciPy {version}, SLSQP", int(solves), int(row[1]), "", float(row[2])
+    yield f"SciPy {version}, SLSQP", int(solves), int(row[1]), "not judged", float(row[2])
 
 
 def qp_lines(build):
