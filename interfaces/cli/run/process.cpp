@@ -103,8 +103,8 @@ struct Launch {
 // vfork: the copy of the page tables is the dearest part of a fork, and exec drops it. Not inlined,
 // so that no variable of the caller lives in a register meanwhile.
 [[gnu::noinline]] pid_t startProcess(Launch& launch) {
-  const pid_t child = vfork();
-  if (child == 0) becomeProgram(launch);
+  const pid_t child = vfork();            // NOLINT(clang-analyzer-security.insecureAPI.vfork)
+  if (child == 0) becomeProgram(launch);  // NOLINT(clang-analyzer-unix.Vfork)
   return child;
 }
 
@@ -141,6 +141,7 @@ std::string hintFor(int error, const std::filesystem::path& program) {
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
   std::vector<char*> result;
+  result.reserve(texts.size() + 1);
   for (const std::string& text : texts) result.push_back(const_cast<char*>(text.c_str()));
   result.push_back(nullptr);
   return result;
