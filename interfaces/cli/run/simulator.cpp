@@ -264,7 +264,7 @@ std::optional<RunOutcome> Simulator::finished(Run& run, bool keep) {
   return outcome;
 }
 
-void Simulator::abandon(std::vector<Run*> unwanted) {
+void Simulator::abandon(const std::vector<Run*>& unwanted) {
   for (Run* run : unwanted)
     if (run->process > 0 && run->ending.empty()) askToEnd(*run, "it is not wanted any more");
   for (Run* run : unwanted) {

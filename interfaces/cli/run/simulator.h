@@ -56,7 +56,7 @@ class Simulator {
   void sweep(long number) const;
   // Ends runs whose results are not wanted any more, and removes their directories. A second signal
   // to the program cuts the grace short.
-  void abandon(std::vector<Run*> unwanted);
+  void abandon(const std::vector<Run*>& unwanted);
 
   // Names of variables and quantities that words or templates hold.
   std::vector<std::string> filledIn() const;
