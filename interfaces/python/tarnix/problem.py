@@ -214,7 +214,8 @@ class Problem:
         start : sequence or mapping, optional
             In place of the declared one.
         effort : float
-            Evaluations that the automatic method may spend on further starts, in units of n + 1.
+            How much the automatic method may spend on further starts: at most 32 (n + 1)
+            evaluations, or half of those beyond 85 that it had taken before, times this.
         accuracy : float
             Relative accuracy of the values, where it is known: their noise is then not estimated.
         warm : Result, optional

@@ -72,10 +72,10 @@ class Automatic {
   }
 
   // ---- one start -------------------------------------------------------------------------------
-  /// SQP, and once more from its end, in a small box around it, where that is no sound one; then by
-  /// turns GRG and SQP from the best point with central differences and falling tolerances. Ends
-  /// with a sound end, and with two stages in a row that gained nothing. False when a limit or a
-  /// stop ended everything.
+  /// SQP, and where its end is no sound one once more in a small box around it, which grows and
+  /// follows as long as the ends lie on its sides; then by turns GRG and SQP from the best point
+  /// with central differences and falling tolerances. Ends with a sound end, and with two stages in
+  /// a row that gained nothing. False when a limit or a stop ended everything.
   bool local(const std::vector<double>& start, bool further) {
     // The steps of an invented box are as arbitrary as the box: central differences bear more.
     const Differences first = s_.box().invented() ? Differences::central : o_.differences;
@@ -86,8 +86,9 @@ class Automatic {
     plan.judged = true;
     plan.further = further;
     if (!further) plan.prepare = [this] { lookAtNoise(); };
-    for (int stages = 1;; ++stages) {
+    for (int stages = 1;;) {
       plan.scaled = next.method == Method::sqp;
+      plan.watch = plan.scaled ? oldViolation() : nullptr;
       if (!s_.run(next, plan)) return false;
       plan.prepare = nullptr;
       next.differenceStep = s_.step();
@@ -98,7 +99,13 @@ class Automatic {
       if (idle == 2) judgeIdle();
       if (stages == tuning::mostStages || idle == 2) return true;
       if (!reached || s_.better(stage.end, *reached)) reached = stage.end;
-      const bool again = stages == 1 && stage.reason == Reason::finished;
+      if (gained && s_.onNarrowSide(stage, plan.radius)) {
+        plan.radius = std::min(1.0, plan.radius * tuning::radiusGrowth);
+        next.x = stage.end.x;
+        continue;
+      }
+      const bool again = stages == 1 && (stage.brokenOff || stage.reason == Reason::finished ||
+                                         stage.reason == Reason::iterationLimit);
       if (!again) {
         next.method = next.method == Method::sqp ? Method::grg : Method::sqp;
         next.differences = Differences::central;
@@ -106,7 +113,18 @@ class Automatic {
       next.tolerance /= tuning::toleranceFall;
       plan.radius = again && s_.noise() == 0 ? tuning::narrowRadius : 1;
       next.x = again ? stage.end.x : s_.bestSoFar(next.x).x;
+      ++stages;
     }
+  }
+
+  /// Breaks a stage off that is infeasible, and whose least violation is many iterations old.
+  Evaluator::Watch oldViolation() const {
+    return
+        [this, age = 0, least = std::numeric_limits<double>::infinity()](const Design& at) mutable {
+          age = e_.feasible(at) || at.violation < least ? 0 : age + 1;
+          least = std::min(least, at.violation);
+          return age > tuning::oldViolation ? "the violation does not fall any more" : nullptr;
+        };
   }
 
   /// Two stages have gained nothing, and yet there is a slope: next to nothing where the objective
@@ -216,49 +234,95 @@ class Automatic {
     return most;
   }
 
-  /// False when a stop or a limit ended everything.
+  /// What the further starts may take, in evaluations since the beginning.
+  struct Effort {
+    double atOnce = 0;      // without another end
+    double altogether = 0;  // once there is one
+    int rounds = 1;         // of points that are looked at
+    int returns = 1;        // to known ends, that are enough
+  };
+
+  /// A few points tell whether the best end need be the best of all; a solve that was hard by
+  /// itself is worth as much again. False when a stop or a limit ended everything.
   bool explore() {
     const auto spent = static_cast<double>(e_.evaluations());
-    double most = o_.effort * tuning::wide * n1();
-    if (o_.maxEvaluations)
-      most = std::min(most, (static_cast<double>(*o_.maxEvaluations) - spent) / 2);
-    double budget = std::min(most, o_.effort * std::max(n1(), tuning::effortShare * spent));
-    if (!(budget > 0)) return true;
-    end_ = e_.evaluations() + static_cast<std::int64_t>(budget);
-    StageStart quick{
-        1,         Method::sqp, o_.differences, s_.step(), o_.tolerance * tuning::toleranceShare,
-        s_.start()};
-    std::vector<Design> starts;
-    try {
-      starts = screened(static_cast<std::size_t>(std::min(tuning::screenedShare * n1(), budget)));
-    } catch (const EndSolve& end) {
-      s_.addEnded(quick, end);
-      return false;
-    }
-    int returned = 0;
-    for (const Design& start : starts) {
-      if (static_cast<double>(end_ - e_.evaluations()) < 2 * n1()) return true;
-      quick.x = start.x;
-      const auto watch = [this](const Design& at) { return whyEnd(at); };
-      if (!s_.run(quick, {true, true, true, 1, watch, {}})) return false;
-      const Design reached = s_.last().end;
-      if (s_.gain(reached, known_.front())) {
-        if (!s_.proper(s_.last()) && !local(reached.x, true)) return false;
-        known_.insert(known_.begin(), e_.best() ? *e_.best() : reached);
-        end_ = static_cast<std::int64_t>(spent + most);
-      } else if (isKnown(reached)) {
-        if (++returned >= tuning::mostReturns) return true;
-      } else if (!s_.last().brokenOff) {
-        known_.push_back(reached);
-        end_ = static_cast<std::int64_t>(spent + most);
+    double rest = std::numeric_limits<double>::infinity();
+    if (o_.maxEvaluations) rest = (static_cast<double>(*o_.maxEvaluations) - spent) / 2;
+    Effort effort;
+    for (int round = 0; round < effort.rounds; ++round) {
+      std::vector<Design> starts;
+      try {
+        starts =
+            screened(std::min(tuning::fewestScreened + tuning::screenedShare * n1(), rest), round);
+        if (round == 0) effort = effortAfter(spent, rest, starts);
+      } catch (const EndSolve& end) {
+        s_.addEnded(quickFrom(s_.start()), end);
+        return false;
+      }
+      if (round == 0) end_ = static_cast<std::int64_t>(effort.atOnce);
+      for (const Design& start : starts) {
+        if (static_cast<double>(end_ - e_.evaluations()) < 2 * n1()) return true;
+        const std::optional<End> end = runFrom(start);
+        if (!end) return false;
+        if (*end == End::known && --effort.returns <= 0) return true;
+        if (*end == End::better || *end == End::other)
+          end_ = static_cast<std::int64_t>(effort.altogether);
       }
     }
     return true;
   }
 
+  Effort effortAfter(double spent, double rest, const std::vector<Design>& samples) {
+    const double few = mayBeBeaten(samples) ? o_.effort * tuning::doubtEffort * n1() : 0;
+    const double many =
+        o_.effort * tuning::hardShare * std::max(0.0, spent - tuning::cheapEvaluations);
+    Effort effort;
+    effort.atOnce = spent + std::min(rest, std::max(few, many));
+    effort.altogether =
+        spent + std::min(rest, std::max(o_.effort * tuning::wideEffort * n1(), many));
+    if (few > 0 || many > 0) effort.rounds = tuning::mostRounds;
+    if (many > 0) effort.returns = tuning::mostReturns;
+    basin_ = many > 0 ? tuning::hardBasin : tuning::sameBasin;
+    return effort;
+  }
+
+  /// Where the Lagrangian is nowhere below that of a minimum no feasible design is better. Without
+  /// constraints it says nothing.
+  bool mayBeBeaten(const std::vector<Design>& samples) {
+    const Design best = known_.front();
+    if (!e_.feasible(best) || c_.rows.size() == 1) return true;
+    s_.reportOn(best);
+    const double size = std::max(1.0, std::abs(e_.coreObjective(best)));
+    const double least = s_.lagrangian(best) - tuning::dualityGap * size;
+    return std::any_of(samples.begin(), samples.end(),
+                       [&](const Design& d) { return s_.lagrangian(d) < least; });
+  }
+
+  StageStart quickFrom(const std::vector<double>& x) const {
+    return {1, Method::sqp, o_.differences, s_.step(), o_.tolerance * tuning::toleranceShare, x};
+  }
+
+  enum class End { better, other, known, none };
+
+  /// Empty when a stop or a limit ended everything.
+  std::optional<End> runFrom(const Design& start) {
+    const auto watch = [this](const Design& at) { return whyEnd(at); };
+    if (!s_.run(quickFrom(start.x), {true, true, true, 1, watch, {}})) return std::nullopt;
+    const Design reached = s_.last().end;
+    if (s_.gain(reached, known_.front())) {
+      if (!s_.proper(s_.last()) && !local(reached.x, true)) return std::nullopt;
+      known_.insert(known_.begin(), e_.best() ? *e_.best() : reached);
+      return End::better;
+    }
+    if (isKnown(reached)) return End::known;
+    if (s_.last().brokenOff) return End::none;
+    known_.push_back(reached);
+    return End::other;
+  }
+
   bool isKnown(const Design& at) const {
     return std::any_of(known_.begin(), known_.end(), [&](const Design& k) {
-      return distance(at, k) < tuning::sameBasin && !s_.gain(at, k);
+      return distance(at, k) < basin_ && !s_.gain(at, k);
     });
   }
 
@@ -271,9 +335,10 @@ class Automatic {
   }
 
   /// The best ones of some points spread over the box come first.
-  std::vector<Design> screened(std::size_t count) {
-    if (count == 0) return {};
-    e_.measureAt(furtherStarts(c_, s_.coreOf(s_.start()), count));
+  std::vector<Design> screened(double most, int round) {
+    if (most < 1) return {};
+    const auto count = static_cast<std::size_t>(most);
+    e_.measureAt(furtherStarts(c_, s_.coreOf(s_.start()), count, round));
     std::vector<Design> designs;
     for (std::size_t k = 0; k < count; ++k)
       if (Design d = e_.measuredAt(k); std::isfinite(d.violation)) designs.push_back(std::move(d));
@@ -302,9 +367,10 @@ class Automatic {
   Evaluator& e_;
   const Elastic::Solve solve_;
   std::optional<Conflict> conflict_;
-  bool looked_ = false;        // at the noise
-  std::vector<Design> known_;  // ends of local solves, the best one first
-  std::int64_t end_ = 0;       // of the evaluations for further starts
+  bool looked_ = false;               // at the noise
+  std::vector<Design> known_;         // ends of local solves, the best one first
+  double basin_ = tuning::sameBasin;  // half ranges within which an end is a known one
+  std::int64_t end_ = 0;              // of the evaluations for further starts
 };
 
 }  // namespace tarnix::detail

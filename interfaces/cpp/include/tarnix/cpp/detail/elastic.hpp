@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,7 +22,8 @@ namespace tarnix::detail {
 
 /// Minimizes one slack t, with every constraint allowed to be violated by t of its scale. Where
 /// that ends above the tolerance, the constraints that hold t up contradict each other; one that
-/// can be left out without a feasible design appearing is none of them.
+/// can be left out without a feasible design appearing is none of them. The others need not use up
+/// the slack: with one slack each, none above the least t, the sum of the violations is minimised.
 class Elastic {
  public:
   /// The solver of the inner problems: solve() of the layer.
@@ -35,7 +37,7 @@ class Elastic {
   std::optional<Conflict> find(const Design& from) {
     std::vector<std::size_t> all;
     for (std::size_t j = 1; j < s_.description().functions.size(); ++j) all.push_back(j);
-    const std::optional<Least> least = leastViolation(all, from);
+    const std::optional<Least> least = relax(all, from);
     if (!least) return std::nullopt;
     Conflict conflict;
     conflict.point = least->point;
@@ -45,6 +47,7 @@ class Elastic {
     conflict.minimal = shrink(blamed, least->point);
     for (const std::size_t j : blamed)
       conflict.constraints.push_back(s_.description().functions[j].name);
+    settleTheRest(all, conflict);
     return conflict;
   }
 
@@ -61,7 +64,7 @@ class Elastic {
     for (std::size_t k = 0; k < blamed.size() && blamed.size() > 1;) {
       std::vector<std::size_t> rest = blamed;
       rest.erase(rest.begin() + static_cast<std::ptrdiff_t>(k));
-      const std::optional<Least> least = leastViolation(rest, from);
+      const std::optional<Least> least = relax(rest, from);
       if (!least || !least->ended) return false;
       if (least->slack > e_.tolerance())
         blamed = rest;
@@ -71,48 +74,98 @@ class Elastic {
     return true;
   }
 
-  std::optional<Least> leastViolation(const std::vector<std::size_t>& functions,
-                                      const Design& from) {
-    if (left_ <= 0) return std::nullopt;
-    const double worst = std::max(from.violation, e_.tolerance());
-    Problem q;
+  /// What the constraints that contradict each other do not need of the slack is taken away.
+  void settleTheRest(const std::vector<std::size_t>& all, Conflict& conflict) {
+    constexpr std::size_t most = 100;  // variables of the core
+    if (all.size() < 2 || c_.free.size() + all.size() > most) return;
+    const std::optional<Least> settled = relax(all, conflict.point, conflict.violation);
+    const double allowed = conflict.violation + e_.tolerance();
+    if (!settled || !(settled->point.violation <= allowed) ||
+        !(sumOfViolations(settled->point) < sumOfViolations(conflict.point) - e_.tolerance()))
+      return;
+    conflict.point = settled->point;
+    conflict.violation = settled->point.violation;
+  }
+
+  double violationOf(std::size_t function, const std::vector<double>& f) const {
+    double most = 0;
+    for (std::size_t r = 1; r < c_.rows.size(); ++r)
+      if (c_.rows[r].function == function)
+        most = std::max(most, r <= static_cast<std::size_t>(c_.equalities) ? std::abs(f[r]) : f[r]);
+    return most;
+  }
+
+  double sumOfViolations(const Design& at) const {
+    const std::vector<double> f = e_.rowsOf(at);
+    double sum = 0;
+    for (std::size_t j = 1; j < s_.description().functions.size(); ++j) sum += violationOf(j, f);
+    return sum;
+  }
+
+  /// A row of a constraint, and the slack that it may use.
+  struct Row {
+    std::size_t row;
+    double sign;
+    std::size_t slack;
+  };
+
+  std::vector<Row> rowsOf(const std::vector<std::size_t>& functions, bool each) const {
+    std::vector<Row> rows;
+    for (std::size_t k = 0; k < functions.size(); ++k)
+      for (std::size_t r = 1; r < c_.rows.size(); ++r) {
+        if (c_.rows[r].function != functions[k]) continue;
+        const std::size_t slack = each ? k : 0;
+        rows.push_back({r, 1, slack});
+        if (r <= static_cast<std::size_t>(c_.equalities)) rows.push_back({r, -1, slack});
+      }
+    return rows;
+  }
+
+  /// Variables x, then the slacks: one for all constraints, or one each, none above `highest`.
+  void declareVariables(Problem& q, const std::vector<std::size_t>& functions, const Design& from,
+                        std::optional<double> highest) const {
     for (std::size_t i = 0; i < c_.free.size(); ++i) {
       const double x = std::min(std::max(from.x[c_.free[i]], c_.lower[i]), c_.upper[i]);
       q.variable("x" + std::to_string(i), x, c_.lower[i], c_.upper[i]);
     }
-    q.variable("slack", worst, 0, 2 * worst);
+    const double worst = std::max(from.violation, e_.tolerance());
+    if (!highest) {
+      q.variable("slack", worst, 0, 2 * worst);
+      return;
+    }
+    const std::vector<double> f = e_.rowsOf(from);
+    for (std::size_t k = 0; k < functions.size(); ++k)
+      q.variable("slack" + std::to_string(k), std::min(violationOf(functions[k], f), *highest), 0,
+                 *highest);
+  }
+
+  std::optional<Least> relax(const std::vector<std::size_t>& functions, const Design& from,
+                             std::optional<double> highest = {}) {
+    if (left_ <= 0) return std::nullopt;
+    Problem q;
+    declareVariables(q, functions, from, highest);
     q.minimize("violation");
-    struct Row {
-      std::size_t row;
-      double sign;
-    };
-    std::vector<Row> rows;
-    for (const std::size_t j : functions)
-      for (std::size_t r = 1; r < c_.rows.size(); ++r) {
-        if (c_.rows[r].function != j) continue;
-        rows.push_back({r, 1});
-        if (r <= static_cast<std::size_t>(c_.equalities)) rows.push_back({r, -1});
-      }
+    const std::vector<Row> rows = rowsOf(functions, highest.has_value());
     for (std::size_t k = 0; k < rows.size(); ++k) q.atMost("g" + std::to_string(k), 0);
     Options options = innerOptions();
     if (!q.check(options).empty()) return std::nullopt;
     Least least;
     least.point = from;
     const auto analysis = [&](const Point& x, Values& v) {
-      e_.measureAt({x.begin(), x.end() - 1});
+      const double* slack = x.begin() + c_.free.size();
+      e_.measureAt({x.begin(), slack});
       const std::vector<double> f = e_.rowsOf(e_.last());
-      const double slack = x[x.size() - 1];
-      v[0] = slack;
+      v[0] = std::accumulate(slack, x.end(), 0.0);
       for (std::size_t k = 0; k < rows.size(); ++k)
-        v[k + 1] = rows[k].sign * f[rows[k].row] - slack;
+        v[k + 1] = rows[k].sign * f[rows[k].row] - slack[rows[k].slack];
     };
     const std::int64_t before = e_.evaluations();
     const Result r = solve_(q, analysis, options);
     left_ -= e_.evaluations() - before;
     least.slack = r.point.values[0];
     least.ended = r.feasible && (r.reason == Reason::finished || r.reason == Reason::targetReached);
-    std::vector<double> x(r.point.x.begin(), r.point.x.end() - 1);
-    e_.measureAt(x);
+    e_.measureAt(
+        {r.point.x.begin(), r.point.x.begin() + static_cast<std::ptrdiff_t>(c_.free.size())});
     least.point = e_.last();
     if (r.report)
       for (const ActiveLimit& a : r.report->active) {

@@ -10,19 +10,20 @@
 
 namespace tarnix::detail {
 
-/// Core points, one column each: the start mirrored in the box, its centre, then a Latin hypercube,
-/// the same for every solve.
+/// Core points, one column each, the same for every solve: a Latin hypercube; in the first round,
+/// 0, the start mirrored in the box and the centre come before it.
 inline std::vector<double> furtherStarts(const CoreProblem& c, const std::vector<double>& start,
-                                         std::size_t count) {
+                                         std::size_t count, int round) {
   const std::size_t n = c.free.size();
   std::vector<double> points(n * count);
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n && round == 0; ++i) {
     points[i] = c.lower[i] + (c.upper[i] - start[i]);
     if (count > 1) points[n + i] = c.lower[i] + c.half(i);
   }
-  if (count <= 2) return points;
-  const std::size_t cells = count - 2;
-  std::uint64_t state = 1;
+  const std::size_t fixed = round == 0 ? 2 : 0;
+  if (count <= fixed) return points;
+  const std::size_t cells = count - fixed;
+  std::uint64_t state = 1 + static_cast<std::uint64_t>(round);
   const auto random = [&state] {  // splitmix64
     std::uint64_t z = state += 0x9e3779b97f4a7c15u;
     z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
@@ -39,7 +40,7 @@ inline std::vector<double> furtherStarts(const CoreProblem& c, const std::vector
     for (std::size_t k = 0; k < cells; ++k) {
       const double within = static_cast<double>(random() >> 11) / 9007199254740992.0;
       const double share = (static_cast<double>(cell[k]) + within) / static_cast<double>(cells);
-      points[(2 + k) * n + i] = c.lower[i] + share * (c.upper[i] - c.lower[i]);
+      points[(fixed + k) * n + i] = c.lower[i] + share * (c.upper[i] - c.lower[i]);
     }
   }
   return points;

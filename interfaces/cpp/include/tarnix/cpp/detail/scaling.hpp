@@ -31,8 +31,8 @@ struct Scaling {
       return most > 0 && std::isfinite(most) ? size / most : 1.0;
     };
     factors.assign(m, 1.0);
-    factors[0] =
-        std::min(std::max(wanted(0, tuning::objectiveSlope), 1.0), tuning::largestObjectiveFactor);
+    const double up = wanted(0, tuning::objectiveSlope), down = wanted(0, tuning::steepestSlope);
+    factors[0] = up > 1 ? std::min(up, tuning::largestObjectiveFactor) : std::min(down, 1.0);
     ofTolerance = factors[0];
     const double loosest = tolerance * ofTolerance / std::min(violation, tolerance);
     const double strictest = std::max(tolerance * ofTolerance / tuning::smallestViolation, loosest);

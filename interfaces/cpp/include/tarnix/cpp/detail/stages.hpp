@@ -110,6 +110,20 @@ class Stages {
     return x;
   }
 
+  /// Whether the last stage, in a box of that radius, ended on a side that is none of the whole
+  /// box.
+  bool onNarrowSide(const Stage& stage, double radius) const {
+    if (radius >= 1) return false;
+    const std::vector<double> start = coreOf(stage.settings.x), end = coreOf(stage.end.x);
+    for (std::size_t i = 0; i < end.size(); ++i) {
+      const auto [low, high] = narrowSides(core_, i, start[i], radius);
+      const double close = narrowSide * (high - low);
+      if (end[i] <= low + close && low > core_.lower[i] + close) return true;
+      if (end[i] >= high - close && high < core_.upper[i] - close) return true;
+    }
+    return false;
+  }
+
   // ---- judgement -------------------------------------------------------------------------------
   /// An end that is an optimum as far as the method can tell, not one of a standstill.
   static bool converged(const Stage& stage) {
@@ -244,6 +258,7 @@ class Stages {
     for (std::size_t i = 0; i < x.size(); ++i)
       x[i] = std::min(std::max(x[i], core_.lower[i]), core_.upper[i]);
     bool goOn = true;
+    int begun = 0;  // iterations without an end
     try {
       if (plan.prepare) {
         plan.prepare();
@@ -258,6 +273,7 @@ class Stages {
       goOn = stage.reason != Reason::stopped;
       judge(stage, plan);
     } catch (const BreakOff& off) {
+      begun = 1;
       stage.brokenOff = true;
       stage.meaning = off.why;
       stage.end = evaluator_.current();
@@ -265,7 +281,7 @@ class Stages {
       endEarly(stage, end);
       goOn = false;
     }
-    stage.iterations = session_.settings().nIter;
+    stage.iterations = session_.settings().nIter - begun;
     evaluator_.addIterations(stage.iterations);
     result_.iterations += stage.iterations;
     stage.evaluations = evaluator_.evaluations() - before;
@@ -343,15 +359,24 @@ class Stages {
         report.optimality <= smallPart || report.slope <= std::sqrt(evaluator_.tolerance()) * size;
   }
 
+  static constexpr double narrowSide = 1e-3;  // of a narrow box: this close is on its side
+
+  /// Of a box around x with that share of the whole box, moved into it.
+  static std::pair<double, double> narrowSides(const CoreProblem& core, std::size_t i, double x,
+                                               double radius) {
+    const double half = radius * core.half(i);
+    const double low = std::min(std::max(x - half, core.lower[i]), core.upper[i] - 2 * half);
+    return {low, low + 2 * half};
+  }
+
   /// A smaller box around a point, as long as this lives: the core's unit of length.
   class NarrowBox {
    public:
     NarrowBox(CoreProblem& core, const std::vector<double>& x, double radius)
         : core_(core), lower_(core.lower), upper_(core.upper) {
       for (std::size_t i = 0; radius < 1 && i < x.size(); ++i) {
-        const double half = radius * core.half(i);
-        const double low = std::min(std::max(x[i] - half, lower_[i]), upper_[i] - 2 * half);
-        core.setBox(i, low, low + 2 * half);
+        const auto [low, high] = narrowSides(core, i, x[i], radius);
+        core.setBox(i, low, high);
       }
     }
     ~NarrowBox() {

@@ -3,7 +3,7 @@
 //
 // Each was chosen on the wide collection of problems/ by bench/compare: solves within 1e-3 and
 // within 1e-6 and the median of evaluations from the 236 published starts, the solves of 472 random
-// ones; 223, 217, 84; 409, 396 as they stand, no false success of the first, one of the second.
+// ones; 223, 217, 84.5; 432, 411 as they stand, no false success.
 // bench/README.md has the same for other values of each.
 
 namespace tarnix::detail::tuning {
@@ -11,6 +11,7 @@ namespace tarnix::detail::tuning {
 // ---- scales of the functions for SQP, a half range being the unit ------------------------------
 inline constexpr double objectiveSlope = 100;    // largest derivative that the core sees: 10 solves
                                                  // 2 tight ones fewer, 1000 four
+inline constexpr double steepestSlope = 1e7;     // of a plain objective
 inline constexpr double constraintSlope = 1000;  // 100: 3 tight ones fewer; 10000 takes more
 inline constexpr double largestObjectiveFactor = 1e4;  // 100 takes 2 evaluations more
 inline constexpr double smallestViolation = 1e-9;      // that may be asked of a constraint
@@ -38,6 +39,8 @@ inline constexpr double toleranceShare = 0.2;  // of the tolerance, for the firs
 inline constexpr double toleranceFall = 10;    // from stage to stage
 inline constexpr double narrowRadius = 0.03;   // half ranges, of the box of the second SQP stage:
                                                // without it 9 tight ones of the random starts fewer
+inline constexpr double radiusGrowth = 3;      // when the end lies on a side of that box
+inline constexpr int oldViolation = 20;        // iterations
 inline constexpr int mostStages = 6;
 inline constexpr double plainSmallPart = 0.01;  // of the gradient that the multipliers may leave
 inline constexpr double smallPart = 0.002;      // the same of the automatic method
@@ -55,14 +58,17 @@ inline constexpr double unmoved = 1e-3;     // half ranges; probing what moved a
 inline constexpr double smallSlope = 1e-4;  // per half range, relative
 
 // ---- further starts ----------------------------------------------------------------------------
-inline constexpr double screenedShare = 0.5;  // points per variable and one: 0.25 and 1 solve 5 and
-                                              // 3 fewer
-inline constexpr double sameBasin = 0.2;      // half ranges: 0.4 loses 3 random starts, 0.1 takes 2
-                                              // more
-inline constexpr double effortShare = 0.1;  // of what was spent, where that is more than n + 1: for
-                                            // 3 evaluations in the median 6 random starts
-inline constexpr double wide = 8;      // times the effort, once there is another end: 1 loses 7
-inline constexpr int mostReturns = 1;  // to a known end
+inline constexpr double fewestScreened = 2;     // points, and
+inline constexpr double screenedShare = 0.75;   // per variable and one
+inline constexpr double dualityGap = 1e-3;      // relative, by which the Lagrangian lies below
+inline constexpr double doubtEffort = 16;       // times the effort, where it does
+inline constexpr double wideEffort = 32;        // the same, once there is another end
+inline constexpr double cheapEvaluations = 85;  // of a solve that was not hard
+inline constexpr double hardShare = 0.5;        // times the effort, of what was spent beyond these
+inline constexpr int mostRounds = 3;            // of points
+inline constexpr int mostReturns = 3;           // to a known end, after a hard solve
+inline constexpr double sameBasin = 0.3;        // half ranges
+inline constexpr double hardBasin = 0.05;       // the same after a hard solve
 
 // ---- no feasible design ------------------------------------------------------------------------
 inline constexpr double elasticBudget = 60;  // (n + 1) evaluations
