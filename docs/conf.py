@@ -65,7 +65,7 @@ def dark_colors(style):
 
 
 if FURO:
-    STYLES = pathlib.Path(FURO.origin).parent / "theme/furo/static/styles/furo.css"
+    STYLES = pathlib.Path(FURO.origin or "").parent / "theme/furo/static/styles/furo.css"
     html_theme_options = {"dark_css_variables": dark_colors(STYLES.read_text())}
 
 # --- Manual pages, from the same pages ----------------------------------------------------------

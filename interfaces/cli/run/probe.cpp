@@ -37,7 +37,7 @@ class Prober {
   Probe run() {
     repeatStart();
     differences();
-    if (result.signal != 0 || !centre) return std::move(result);
+    if (result.signal != 0 || !center) return std::move(result);
     nameValues();
     for (std::size_t q = 0; q < result.values.size(); ++q)
       result.values[q].noise = std::max(randomNoise(q), differenceNoise(q));
@@ -112,7 +112,7 @@ class Prober {
       if (!record.failed.empty() && result.failure.empty()) result.failure = record.failed;
       measured.push_back(record.values.empty() ? Column() : columnOf(record));
     }
-    if (!measured[0].empty()) centre = &measured[0];
+    if (!measured[0].empty()) center = &measured[0];
   }
 
   // Of a variable and step: f(first) - f0, and the second difference; not a number where a run
@@ -129,18 +129,18 @@ class Prober {
     const VariableEntry& v = problem.variables[free[k]];
     const double distance = h * (v.upper - v.lower) / 2, x = x0[free[k]];
     const bool both = x + distance <= v.upper && x - distance >= v.lower;
-    const double f0 = (*centre)[q], f1 = first[q], f2 = second[q];
+    const double f0 = (*center)[q], f1 = first[q], f2 = second[q];
     if (both) return {h, (f1 - f2) / (2 * h), f1 - 2 * f0 + f2};
     return {h, (4 * f1 - 3 * f0 - f2) / (2 * h), f0 - 2 * f1 + f2};
   }
 
   void nameValues() {
     for (std::size_t r = 0; r < problem.results.size(); ++r)
-      result.values.push_back({problem.results[r].name, false, (*centre)[r], 0});
+      result.values.push_back({problem.results[r].name, false, (*center)[r], 0});
     const std::size_t first = problem.results.size();
-    result.values.push_back({problem.objective.name, true, (*centre)[first], 0});
+    result.values.push_back({problem.objective.name, true, (*center)[first], 0});
     for (std::size_t j = 0; j < problem.constraints.size(); ++j)
-      result.values.push_back({problem.constraints[j].name, true, (*centre)[first + 1 + j], 0});
+      result.values.push_back({problem.constraints[j].name, true, (*center)[first + 1 + j], 0});
   }
 
   double randomNoise(std::size_t q) const {
@@ -173,7 +173,7 @@ class Prober {
         note(slopes, (d.slope - difference(k, s - 2, q).slope) * d.h * std::sqrt(2.0));
       }
     }
-    const double rounding = std::numeric_limits<double>::epsilon() / 2 * std::abs((*centre)[q]);
+    const double rounding = std::numeric_limits<double>::epsilon() / 2 * std::abs((*center)[q]);
     return std::max({median(bends), median(slopes), still, rounding});
   }
 
@@ -183,7 +183,7 @@ class Prober {
     double noise = 0, curvature = 0, slopes = 0;
     for (std::size_t q = problem.results.size(); q < result.values.size(); ++q) {
       const std::size_t j = q - problem.results.size();
-      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*centre)[q]))
+      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*center)[q]))
                                   : problem.constraints[j - 1].scale;
       const Difference d = difference(k, 0, q);
       if (!std::isfinite(d.second)) continue;
@@ -211,7 +211,7 @@ class Prober {
     result.central = worst > noticeable;
     for (std::size_t q = problem.results.size(); q < result.values.size(); ++q) {
       const std::size_t j = q - problem.results.size();
-      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*centre)[q]))
+      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*center)[q]))
                                   : problem.constraints[j - 1].scale;
       noise = std::max(noise, result.values[q].noise / scale);
       result.noise = std::max(
@@ -228,7 +228,7 @@ class Prober {
   std::vector<double> x0;
   std::vector<std::size_t> free;
   std::vector<Column> start, measured;  // repeated; the start and all designs beside it
-  const Column* centre = nullptr;
+  const Column* center = nullptr;
   Probe result;
 };
 

@@ -422,14 +422,14 @@ minimize = "f"
         self.assertNotRegex(shown.stdout + shown.stderr, r"1e\+06")
         # A start that fails ends the solve at once; what has failed is run again on request only.
         file = self.quadratic(
-            "[ -e ${0%/*}/licence ] && echo f = $1", extra='on_failure = "penalty"'
+            "[ -e ${0%/*}/license ] && echo f = $1", extra='on_failure = "penalty"'
         )
         run = tarnix("solve", "--fresh", file)
         self.assertEqual(
             (run.returncode, len(designs(self.dir / "p.history.jsonl"))), (3, 1), run.stderr
         )
         self.assertIn("the start cannot be evaluated: run 000001", run.stderr)
-        self.write("licence", "")
+        self.write("license", "")
         self.assertEqual(tarnix("resume", file).returncode, 3)
         self.assertEqual(tarnix("resume", "--retry-failed", file).returncode, 0)
 
@@ -718,7 +718,7 @@ class Signals(Case):
 
 
 class Attack(Case):
-    """What a hostile file, simulator or neighbour may try."""
+    """What a hostile file, simulator or neighbor may try."""
 
     def one(self, run, extra=""):
         return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra))
@@ -890,15 +890,15 @@ class Failures(Case):
         result = self.result("solve", file, code=1)
         self.assertLess(values(result)["x"], 3.3)
         # A failure that stops: seen to by the user, the solve goes on where it was.
-        licence = self.write("licence", "")
+        license = self.write("license", "")
         self.write(
             "sim.sh",
-            '#!/bin/sh\ncd ${0%/*}; [ -e licence ] || [ $(ls p.runs | wc -l) -lt 3 ] '
+            '#!/bin/sh\ncd ${0%/*}; [ -e license ] || [ $(ls p.runs | wc -l) -lt 3 ] '
             '|| exit 9\necho f = $1',
             0o755,
         )
         file = self.one(["./sim.sh", "{{x}}"], 'keep = "all"')
-        licence.unlink()
+        license.unlink()
         # The step of the difference lies beyond the bound: better, and yet no design.
         file.write_text(
             file.read_text().replace("start = 1", "start = 4").replace("(f - 2)^2", "-f")
@@ -910,7 +910,7 @@ class Failures(Case):
         )
         self.assertRegex(run.stdout, "an evaluation failed[^$]*Below the best design so far")
         self.assertRegex(run.stdout, r"x +4 +in 0 .. 4, at its upper bound")
-        licence.touch()
+        license.touch()
         self.assertEqual(self.result("resume", file)["replayed"], 2)
         again = self.result("resume", file)
         self.assertEqual((again["runs"], again["success"]), (0, True))

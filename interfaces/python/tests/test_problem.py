@@ -177,13 +177,13 @@ def test_a_similar_problem_starts_warm():
         p.at_least("buckling load", load)
         return p
 
-    first = limited(2500).solve(analyse_column)
-    cold = limited(2525).solve(analyse_column)
-    warm = limited(2525).solve(analyse_column, warm=pickle.loads(pickle.dumps(first)))
+    first = limited(2500).solve(analyze_column)
+    cold = limited(2525).solve(analyze_column)
+    warm = limited(2525).solve(analyze_column, warm=pickle.loads(pickle.dumps(first)))
     assert warm.success and warm.objective == pytest.approx(cold.objective, rel=1e-5)
     assert warm.evaluations <= cold.evaluations / 2
     with pytest.raises(TypeError, match="must be a Result"):
-        column().solve(analyse_column, warm=first.x)
+        column().solve(analyze_column, warm=first.x)
     other = tarnix.Problem()
     other.variable("x", 1, 0, 2)
     other.minimize("f")
@@ -198,7 +198,7 @@ def test_contradicting_constraints_are_named():
     r = p.solve(lambda x: [x[0], x[0] + x[1], x[0] + x[1], x[0]])
     assert not r.feasible and sorted(r.conflict.constraints) == ["a", "b"] and r.conflict.minimal
     assert r.conflict.violation == pytest.approx(1, rel=1e-3)  # 3 - s and s - 1 are equal at s = 2
-    assert column().solve(analyse_column).conflict is None
+    assert column().solve(analyze_column).conflict is None
 
 
 def test_noise_is_found_and_accuracy_replaces_the_search():

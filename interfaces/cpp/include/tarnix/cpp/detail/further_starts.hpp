@@ -11,7 +11,7 @@
 namespace tarnix::detail {
 
 /// Core points, one column each, the same for every solve: a Latin hypercube; in the first round,
-/// 0, the start mirrored in the box and the centre come before it.
+/// 0, the start mirrored in the box and the center come before it.
 inline std::vector<double> furtherStarts(const CoreProblem& c, const std::vector<double>& start,
                                          std::size_t count, int round) {
   const std::size_t n = c.free.size();
