@@ -23,7 +23,7 @@ namespace tarnix::detail {
 /// Minimizes one slack t, with every constraint allowed to be violated by t of its scale. Where
 /// that ends above the tolerance, the constraints that hold t up contradict each other; one that
 /// can be left out without a feasible design appearing is none of them. The others need not use up
-/// the slack: with one slack each, none above the least t, the sum of the violations is minimised.
+/// the slack: with one slack each, none above the least t, the sum of the violations is minimized.
 class Elastic {
  public:
   /// The solver of the inner problems: solve() of the layer.
