@@ -161,14 +161,15 @@ class Drawing {
       return;
     }
     const double step = niceStep(high - low, c.height > 150 ? 5 : 2);
-    for (double y = std::ceil(low / step) * step; y <= high; y += step)
-      drawLine(y, rounded(std::abs(y) < step / 2 ? 0 : y, 4));
+    const double first = std::ceil(low / step);
+    for (int k = 0; (first + k) * step <= high; ++k)
+      drawLine((first + k) * step, rounded((first + k) * step, 4));
   }
   void drawTicks() {
     const double step = std::max(1.0, niceStep(last - 1, c.width > 400 ? 8 : 3));
-    for (double x = step; x <= last; x += step)
-      s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + place(horizontal(x)) + "\" y=\"" +
-           std::to_string(c.height - 22) + "\">" + rounded(x) + "</text>\n";
+    for (int k = 1; k * step <= last; ++k)
+      s += "<text class=\"tick\" text-anchor=\"middle\" x=\"" + place(horizontal(k * step)) +
+           "\" y=\"" + std::to_string(c.height - 22) + "\">" + rounded(k * step) + "</text>\n";
   }
   void draw(const Series& one) {
     const bool dots = one.style != "line";

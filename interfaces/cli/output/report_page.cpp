@@ -370,7 +370,8 @@ class SolveSection {
       add("noise", rounded(*outcome.noise, 1) + " of the values; difference step " +
                        rounded(*outcome.differenceStep, 1) + " half ranges");
     std::string hashes;
-    for (const auto& [part, hash] : fingerprint(problem)) hashes += hash + "  " + part + "\n";
+    for (const auto& [part, hash] : fingerprint(problem))
+      hashes.append(hash).append("  ").append(part).append("\n");
     add("contents", hashes);
     std::string runs = std::to_string(number.size()) + " designs";
     if (problem.command)

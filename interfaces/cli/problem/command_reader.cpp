@@ -134,13 +134,13 @@ void CommandReader::readRun(Section& section, Command& command) {
 // A name with a slash lies beside the problem file, one without in PATH.
 fs::path CommandReader::program(Section& section, const std::string& key, const std::string& name) {
   if (name.find('/') == std::string::npos) {
-    const fs::path found = name.empty() ? fs::path() : searchProgram(name);
+    fs::path found = name.empty() ? fs::path() : searchProgram(name);
     if (found.empty())
       section.issue(key, "program '" + name + "' is not in PATH; one next to the problem file " +
                              "is written './" + name + "'");
     return found;
   }
-  const fs::path path = existing(section.line(key), name);
+  fs::path path = existing(section.line(key), name);
   std::error_code error;
   if (fs::exists(path, error) && fs::is_directory(path, error))
     section.issue(key, "'" + name + "' is not a file");
@@ -225,14 +225,14 @@ void CommandReader::claim(int line, const std::string& to) {
     return issues.add(line, "command: '" + to + "' names no file in the run directory");
   for (const std::string& taken : targets)
     if (path == taken || path.rfind(taken + "/", 0) == 0 || taken.rfind(path + "/", 0) == 0)
-      return issues.add(line, "command: '" + to + "' and '" + taken +
+      return issues.add(line, std::string("command: '").append(to).append("' and '").append(taken) +
                                   "' cannot both be files of the run directory");
   targets.insert(path);
 }
 
 // A file or folder that the problem names, relative to its own place.
 fs::path CommandReader::existing(int line, const std::string& name) {
-  const fs::path path = (directory / name).lexically_normal();
+  fs::path path = (directory / name).lexically_normal();
   std::error_code error;
   if (!fs::exists(path, error))
     issues.add(line, "command: no file '" + name + "' in " + directory.string());

@@ -109,7 +109,8 @@ void addCommand(const ProblemFile& problem, Fingerprint& parts) {
   parts.emplace_back("run", words.text());
   parts.emplace_back("results", results.text());
   Hash environment;
-  for (const auto& [name, value] : command.environment) environment.add(name + '=' + value);
+  for (const auto& [name, value] : command.environment)
+    environment.add(std::string(name).append("=").append(value));
   if (!command.environment.empty()) parts.emplace_back("env", environment.text());
   const auto addFile = [&](const std::string& kind, const fs::path& path, const std::string& to) {
     Hash hash;
