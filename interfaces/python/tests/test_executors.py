@@ -90,10 +90,13 @@ def test_limits_are_kept():
 
 
 def test_an_interrupt_does_not_wait_for_the_queue():
+    interrupts = [signal.SIGINT]  # one alone: a second might come after the solve
+
     def analysis(x):
         if x[0] != 1:
             time.sleep(0.2)
-            os.kill(os.getpid(), signal.SIGINT)
+            if interrupts:
+                os.kill(os.getpid(), interrupts.pop())
         return float(x @ x)
 
     p = tarnix.problem.from_arrays([1.0] + [0.0] * 49, -5, 5)
