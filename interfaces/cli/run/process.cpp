@@ -305,18 +305,22 @@ std::optional<std::vector<pid_t>> ProcessTrees::orphans() {
   return left;
 }
 
-// Of the run with this mark. One that has dropped its environment bears none: which run it belongs
-// to is known when there is no other, and then it goes too.
+// Of the run with this mark, until nothing is left: the children of what is killed become orphans.
+// One that has dropped its environment bears no mark: which run it belongs to is known when there
+// is no other, and then it goes too. A queue on this machine has the mark in its jobs; they are no
+// orphans, and their results may be waited for.
 void ProcessTrees::killOrphans(const std::string& mark) {
   for (int round = 0; round < 1000; ++round) {
     const auto left = orphans();
-    if (left && left->empty()) return;
-    killMarked(mark);
-    if (!left || runsUnderWay > 1) break;
-    for (const pid_t id : *left) kill(id, SIGKILL);
+    if (!left) return killMarked(mark);
+    if (left->empty()) return;
+    const std::vector<pid_t> own = runsUnderWay > 1 ? marked(mark) : *left;
+    bool killed = false;
+    for (const pid_t id : *left)
+      if (std::find(own.begin(), own.end(), id) != own.end()) killed = kill(id, SIGKILL) == 0;
+    if (!killed) return;
     usleep(1000);
   }
-  orphans();
 }
 
 // The number of the group stays taken until the process is reaped: nothing else can be hit.

@@ -11,6 +11,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 import unittest
 
@@ -53,6 +54,32 @@ class Case(unittest.TestCase):
         self.assertAlmostEqual(values["x"], 2, delta=1e-3)
         self.assertAlmostEqual(values["y"], 3, delta=1e-3)
         self.assertTrue(result["verification"]["same"], result)
+
+
+class Queue(Case):
+    def testAJobOnThisMachineIsWaitedFor(self):
+        """A queue starts what it is given with the environment of the run, which ends before it
+        and leaves something behind, which is killed."""
+        os.mkfifo(self.dir / "queue")
+
+        def serve():
+            for place in (self.dir / "queue").read_text().split():
+                environment = pathlib.Path(place, "environ").read_bytes().split(b"\0")
+                job = "touch begun; sleep 0.5; echo f = 7 > part; mv part result"
+                subprocess.run(["sh", "-c", job], cwd=place,
+                               env=dict(e.split(b"=", 1) for e in environment if e))
+        server = threading.Thread(target=serve, daemon=True)
+        server.start()
+        file = self.dir / "p.toml"
+        submit = ("cat /proc/self/environ > environ; pwd > {{dir}}/queue; echo {{x}} {{y}}; "
+                  "while [ ! -e begun ]; do sleep 0.01; done; setsid sleep 100 &")
+        file.write_text(re.sub("run = .*", f'run = "{submit}"', PROBLEM)
+                        .replace("launcher = LAUNCHER\n", "").replace("EXTRA", "result_wait = 5")
+                        .replace('key = "f"', 'key = "f", file = "result"'))
+        run = subprocess.run([PROGRAM, "run", str(file)], capture_output=True, text=True)
+        server.join(5)
+        self.assertEqual(run.returncode, 0, run.stderr + run.stdout)
+        self.assertIn("7", run.stdout)
 
 
 class Mpi(Case):
