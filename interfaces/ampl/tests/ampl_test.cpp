@@ -421,11 +421,14 @@ TEST(Ampl, Interrupt) {
   nl::Model m;  // costs a millisecond per evaluation, and the valley is long
   m.variables.assign(20, {-1.2, -5, 5});
   nl::Expr sum;
-  for (int copy = 0; copy < 600; ++copy)
+  for (int copy = 0; copy < 600; ++copy) {
+    nl::Expr once;  // by itself: expressions are followed by recursion
     for (int i = 0; i + 1 < 20; ++i) {
       const nl::Expr bend = x(i + 1) - x(i) * x(i), rest = 1 - x(i);
-      sum += exp(x(i) - x(i)) * 100 * bend * bend + rest * rest;
+      once += exp(x(i) - x(i)) * 100 * bend * bend + rest * rest;
     }
+    sum += once;
+  }
   m.objective = sum;
   const Folder folder;
   folder.write(m.text());

@@ -238,7 +238,6 @@ class Automatic {
   struct Effort {
     double atOnce = 0;      // without another end
     double altogether = 0;  // once there is one
-    int rounds = 1;         // of points that are looked at
     int returns = 1;        // to known ends, that are enough
   };
 
@@ -249,25 +248,22 @@ class Automatic {
     double rest = std::numeric_limits<double>::infinity();
     if (o_.maxEvaluations) rest = (static_cast<double>(*o_.maxEvaluations) - spent) / 2;
     Effort effort;
-    for (int round = 0; round < effort.rounds; ++round) {
-      std::vector<Design> starts;
-      try {
-        starts =
-            screened(std::min(tuning::fewestScreened + tuning::screenedShare * n1(), rest), round);
-        if (round == 0) effort = effortAfter(spent, rest, starts);
-      } catch (const EndSolve& end) {
-        s_.addEnded(quickFrom(s_.start()), end);
-        return false;
-      }
-      if (round == 0) end_ = static_cast<std::int64_t>(effort.atOnce);
-      for (const Design& start : starts) {
-        if (static_cast<double>(end_ - e_.evaluations()) < 2 * n1()) return true;
-        const std::optional<End> end = runFrom(start);
-        if (!end) return false;
-        if (*end == End::known && --effort.returns <= 0) return true;
-        if (*end == End::better || *end == End::other)
-          end_ = static_cast<std::int64_t>(effort.altogether);
-      }
+    std::vector<Design> starts;
+    try {
+      starts = screened(std::min(tuning::fewestScreened + tuning::screenedShare * n1(), rest));
+      effort = effortAfter(spent, rest, starts);
+    } catch (const EndSolve& end) {
+      s_.addEnded(quickFrom(s_.start()), end);
+      return false;
+    }
+    end_ = static_cast<std::int64_t>(effort.atOnce);
+    for (const Design& start : starts) {
+      if (static_cast<double>(end_ - e_.evaluations()) < 2 * n1()) return true;
+      const std::optional<End> end = runFrom(start);
+      if (!end) return false;
+      if (*end == End::known && --effort.returns <= 0) return true;
+      if (*end == End::better || *end == End::other)
+        end_ = static_cast<std::int64_t>(effort.altogether);
     }
     return true;
   }
@@ -280,7 +276,6 @@ class Automatic {
     effort.atOnce = spent + std::min(rest, std::max(few, many));
     effort.altogether =
         spent + std::min(rest, std::max(o_.effort * tuning::wideEffort * n1(), many));
-    if (few > 0 || many > 0) effort.rounds = tuning::mostRounds;
     if (many > 0) effort.returns = tuning::mostReturns;
     basin_ = many > 0 ? tuning::hardBasin : tuning::sameBasin;
     return effort;
@@ -335,10 +330,10 @@ class Automatic {
   }
 
   /// The best ones of some points spread over the box come first.
-  std::vector<Design> screened(double most, int round) {
+  std::vector<Design> screened(double most) {
     if (most < 1) return {};
     const auto count = static_cast<std::size_t>(most);
-    e_.measureAt(furtherStarts(c_, s_.coreOf(s_.start()), count, round));
+    e_.measureAt(furtherStarts(c_, s_.coreOf(s_.start()), count));
     std::vector<Design> designs;
     for (std::size_t k = 0; k < count; ++k)
       if (Design d = e_.measuredAt(k); std::isfinite(d.violation)) designs.push_back(std::move(d));

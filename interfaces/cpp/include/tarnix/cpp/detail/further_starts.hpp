@@ -10,20 +10,20 @@
 
 namespace tarnix::detail {
 
-/// Core points, one column each, the same for every solve: a Latin hypercube; in the first round,
-/// 0, the start mirrored in the box and the center come before it.
+/// Core points, one column each, the same for every solve: the start mirrored in the box, the
+/// center, then a Latin hypercube.
 inline std::vector<double> furtherStarts(const CoreProblem& c, const std::vector<double>& start,
-                                         std::size_t count, int round) {
+                                         std::size_t count) {
   const std::size_t n = c.free.size();
   std::vector<double> points(n * count);
-  for (std::size_t i = 0; i < n && round == 0; ++i) {
+  for (std::size_t i = 0; i < n; ++i) {
     points[i] = c.lower[i] + (c.upper[i] - start[i]);
     if (count > 1) points[n + i] = c.lower[i] + c.half(i);
   }
-  const std::size_t fixed = round == 0 ? 2 : 0;
+  constexpr std::size_t fixed = 2;
   if (count <= fixed) return points;
   const std::size_t cells = count - fixed;
-  std::uint64_t state = 1 + static_cast<std::uint64_t>(round);
+  std::uint64_t state = 1;
   const auto random = [&state] {  // splitmix64
     std::uint64_t z = state += 0x9e3779b97f4a7c15u;
     z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9u;
