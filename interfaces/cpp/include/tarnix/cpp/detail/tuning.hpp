@@ -3,7 +3,7 @@
 //
 // Each was chosen on the wide collection of problems/ by bench/compare: solves within 1e-3 and
 // within 1e-6 and the median of evaluations from the 236 published starts, the solves of 472 random
-// ones; 223, 217, 84.5; 432, 411 as they stand, no false success.
+// ones; 223, 217, 84.5; 434, 413 as they stand, no false success.
 // bench/README.md has the same for other values of each. A figure beside a constant is of the tree
 // on which that constant was chosen.
 
