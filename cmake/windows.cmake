@@ -15,10 +15,9 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
-find_program(TARNIX_WINE NAMES wine wine64)
+find_program(TARNIX_WINE NAMES wine)
 mark_as_advanced(TARNIX_WINE)
 if(TARNIX_WINE)
-  # Its folder of settings stays in the build folder; its own remarks stay out of the output.
-  set(CMAKE_CROSSCOMPILING_EMULATOR
-    "${CMAKE_COMMAND};-E;env;WINEPREFIX=${CMAKE_BINARY_DIR}/wine;WINEDEBUG=-all;${TARNIX_WINE}")
+  # Its folder of settings stays in the build folder.
+  set(CMAKE_CROSSCOMPILING_EMULATOR "${CMAKE_CURRENT_LIST_DIR}/wine.sh;${CMAKE_BINARY_DIR}/wine")
 endif()
