@@ -255,9 +255,10 @@ class Sweeps(Studies):
 
     def testADesignThatDoesNotRepeatIsNoSuccess(self):
         """Runs side by side write one file: what each reads may be another's."""
-        self.write("simulator.sh", SIMULATOR.replace(
-            "awk 'BEGIN", 'echo "$1" > shared; sleep 0.02; set -- "$(cat shared)" "$2" "$3"\n'
-            "awk 'BEGIN"))
+        wait = ('echo "$1" > shared; for i in 1 2 3 4; do\n'  # for another's
+                '[ "$(cat shared)" = "$1" ] || break; sleep 0.01; done\n'
+                'set -- "$(cat shared)" "$2" "$3"\n')
+        self.write("simulator.sh", SIMULATOR.replace("awk 'BEGIN", wait + "awk 'BEGIN"))
         rows = self.sweep("--over", "sum.max=1.5:3:4", "-j6", code=1)
         self.assertTrue({"runs side by side disturb each other", "the design does not repeat"}
                         & {r["reason"] for r in rows}, rows)
