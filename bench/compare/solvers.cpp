@@ -4,6 +4,7 @@
 #include <tarnix/tarnix.hpp>
 
 #include "compare.h"
+#include "describe.hpp"
 
 namespace compare {
 namespace {
@@ -11,12 +12,7 @@ namespace {
 template <tarnix::Method method>
 Claim byTarnix(Values& values, const std::vector<double>& start, const Setup& setup) {
   const Problem& p = values.problem;
-  tarnix::Problem problem;
-  for (int i = 0; i < p.n; ++i)
-    problem.variable("x" + std::to_string(i), p.start[i], p.lower[i], p.upper[i]);
-  problem.minimize("f");
-  for (int i = 0; i < p.nEq; ++i) problem.equal("h" + std::to_string(i), 0);
-  for (int i = 0; i < p.nIneq; ++i) problem.atMost("g" + std::to_string(i), 0);
+  const tarnix::Problem problem = describe(p);
   tarnix::Options options;
   options.method = method;
   options.tolerance = setup.tolerance;

@@ -197,7 +197,7 @@ LineSearch::Next LineSearch::nextStep() {
   }
   if (fits_ == 0 && step_ <= bestStep_) return Next::stop;
   if (pairCount_ < 3 && std::isfinite(p.minimized())) return fitParabola();
-  if (++fits_ >= maxFits) {
+  if (++fits_ >= maxFits) {  // a later fit with a step from fittedLimit on has ended in finished()
     if (tracing(2)) trace::message("TERMINATE= PARAB WORSE");
     return Next::stop;
   }

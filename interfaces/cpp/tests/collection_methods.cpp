@@ -20,6 +20,7 @@
 #include <tarnix/tarnix.hpp>
 #include <vector>
 
+#include "describe.hpp"
 #include "problems.h"
 
 namespace {
@@ -54,12 +55,7 @@ void extrapolated(const Problem& p, const double* at, tarnix::Gradients& g) {
 }
 
 tarnix::Result solve(const Problem& p, bool derivatives, const tarnix::Options& options) {
-  tarnix::Problem problem;
-  for (int i = 0; i < p.n; ++i)
-    problem.variable("x" + std::to_string(i), p.start[i], p.lower[i], p.upper[i]);
-  problem.minimize("f");
-  for (int i = 0; i < p.nEq; ++i) problem.equal("h" + std::to_string(i), 0);
-  for (int i = 0; i < p.nIneq; ++i) problem.atMost("g" + std::to_string(i), 0);
+  const tarnix::Problem problem = describe(p);
   std::vector<double> copy;
   const auto analysis = [&](const tarnix::Point& x, tarnix::Values& v) {
     copy.assign(x.begin(), x.end());
