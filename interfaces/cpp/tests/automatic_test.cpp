@@ -165,6 +165,8 @@ TEST(FurtherStarts, FindTheLowerOfTwoMinima) {
   const Result near = p.solve(analysis, options);
   EXPECT_TRUE(near.success);
   EXPECT_LT(near.point.x[0], 0);
+  options.effort = 1e300;  // more than can be counted
+  EXPECT_GT(p.solve(analysis, options).point.x[0], 0);
   options.effort = 8;
   const Result r = p.solve(analysis, options);
   EXPECT_TRUE(r.success);

@@ -256,14 +256,13 @@ class Automatic {
       s_.addEnded(quickFrom(s_.start()), end);
       return false;
     }
-    end_ = static_cast<std::int64_t>(effort.atOnce);
+    end_ = std::floor(effort.atOnce);
     for (const Design& start : starts) {
-      if (static_cast<double>(end_ - e_.evaluations()) < 2 * n1()) return true;
+      if (end_ - static_cast<double>(e_.evaluations()) < 2 * n1()) return true;
       const std::optional<End> end = runFrom(start);
       if (!end) return false;
       if (*end == End::known && --effort.returns <= 0) return true;
-      if (*end == End::better || *end == End::other)
-        end_ = static_cast<std::int64_t>(effort.altogether);
+      if (*end == End::better || *end == End::other) end_ = std::floor(effort.altogether);
     }
     return true;
   }
@@ -324,7 +323,7 @@ class Automatic {
   /// Why a solve from a further start goes no further; null: it does.
   const char* whyEnd(const Design& at) const {
     if (isKnown(at)) return "ran into a known end";
-    if (e_.evaluations() >= end_ && !s_.gain(at, known_.front()))
+    if (static_cast<double>(e_.evaluations()) >= end_ && !s_.gain(at, known_.front()))
       return "the effort for further starts was used up";
     return nullptr;
   }
@@ -365,7 +364,7 @@ class Automatic {
   bool looked_ = false;               // at the noise
   std::vector<Design> known_;         // ends of local solves, the best one first
   double basin_ = tuning::sameBasin;  // half ranges within which an end is a known one
-  std::int64_t end_ = 0;              // of the evaluations for further starts
+  double end_ = 0;  // of the evaluations for further starts; no effort is too large
 };
 
 }  // namespace tarnix::detail
