@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Excerpts of files are what stands there: excerpts_test.py PAGE...
+"""Excerpts of files are what the files contain: excerpts_test.py PAGE...
 
 A block behind a line <!-- from FILE --> holds successive lines of the file.
 """

@@ -6,7 +6,7 @@ figures.py [--check] [--truss PROGRAM | --history FILE]
 Writes docs/figures/grg.svg, qp.svg and results.svg, whose numbers are computed here or taken from
 docs/results.md; with --check it compares them with what is there instead. --truss solves
 examples/truss with the program and draws truss.svg from its history (--history: from this one).
-Every figure takes its colors from the page that it stands in, light or dark.
+Every figure takes its colors from the page that shows it, light or dark.
 """
 import argparse
 import json

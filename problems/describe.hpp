@@ -1,5 +1,5 @@
 #pragma once
-// A problem of the collection as the C++ layer is told of it.
+// A problem of the collection as the C++ layer describes it.
 
 #include <string>
 #include <tarnix/tarnix.hpp>

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # bits_everywhere.sh [NAME...]: builds the core and the collection with every compiler, option and
-# machine of the table below that is at hand, or those rows whose name begins with a NAME, and
+# machine of the table below that is available, or those rows whose name begins with a NAME, and
 # prints what tests/bits finds: whether all solves have the stored bits when the functions are the
 # portable ones, and how many differ from those of gcc -O2 on this machine when they are the C
 # library's own.

@@ -58,7 +58,7 @@ stated() {
 }
 [[ $(stated | sort | uniq -c | awk '{ print $1, $2 }') == "7 $version" ]] ||
   die "the places disagree: $(stated | paste -sd ' ')"
-echo "version $version stands in all places (was $old)"
+echo "version $version is in all places (was $old)"
 
 if [[ $dry ]]; then
   for file in $(git -C "$OLDPWD" ls-files); do

@@ -9,11 +9,11 @@
  *               is never null unless its entry says so; an array without entries may be.
  *   Arrays      One-based in these descriptions, x(1)..x(n). Lists hold one-based positions.
  *               Arrays of one call must not overlap.
- *   Matrices    Column-major: A is "(lda, m)" when element (i, j) stands at i + (j-1) lda, with
+ *   Matrices    Column-major: A is "(lda, m)" when element (i, j) is at i + (j-1) lda, with
  *               lda, the leading dimension, at least the number of rows used.
  *   Packed      Upper triangle of a symmetric matrix of order n, column by column: element (i, k),
- *               i <= k, at k(k-1)/2 + i; n(n+1)/2 doubles. A factor U'DU stands in the same
- *               places: pivots D on the diagonal, unit upper triangular U above it.
+ *               i <= k, at k(k-1)/2 + i; n(n+1)/2 doubles. A factor U'DU is stored in the
+ *               same places: pivots D on the diagonal, unit upper triangular U above it.
  *   Logicals    0 false, -1 true. Any nonzero input is true.
  *   Directions  in: only read. out: written, content on entry ignored. in/out: both.
  *               work: scratch of the caller, left with some content.
@@ -120,8 +120,8 @@ VRK_API void SQPFUN(const int32_t* n, double* x, double* f);
  * Trace: text lines on the C library's stdout, or where the session's trace goes, whatever the
  * print level
  *
- * A title line is a blank and the title. A double stands in a blank and a field of 13, right-
- * aligned, 5 decimals: fixed form when it is 0 or 0.1 <= |v| < 1e6, exponent form otherwise.
+ * A title line is a blank and the title. A double is a blank and a field of 13, right-aligned,
+ * 5 decimals: fixed form when it is 0 or 0.1 <= |v| < 1e6, exponent form otherwise.
  * --------------------------------------------------------------------------------------------- */
 
 /* Vector of doubles, 6 to a line. Below 1 entry: the title line and an empty line.
@@ -936,8 +936,8 @@ VRK_API void GRSNR(const int32_t* mode, const int32_t* broyden, const int32_t* m
  *        the independent one with GRGINJ's highest score; if that is singular or does not converge,
  *        with the step length as the unknown of its row. Refined (tarnix_session_refine), if
  *        both are singular: the constraint may follow from the rows that are held; the uncut step
- *        stands if restoring these satisfies all constraints, and the constraint is flagged without
- *        a row of its own.
+ *        is kept if restoring these satisfies all constraints, and the constraint is flagged
+ *        without a row of its own.
  *     3. Otherwise, when a variable blocks: the step becomes blockStep, and the variable leaves the
  *        basis for the independent one with the largest |pivot| times distance from its bounds. A
  *        step within zeroTol of blockStep is left alone.

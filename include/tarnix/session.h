@@ -16,7 +16,7 @@
  *     tarnix_session_destroy(mine);
  *
  * Rules
- *   - Null stands for the process-wide session, except in tarnix_session_destroy.
+ *   - Null is the process-wide session, except in tarnix_session_destroy.
  *   - At most one thread uses a session at a time; tarnix_session_stop alone may be called from
  *     any.
  *   - A thread begins with the process-wide session. What it uses afterwards does not

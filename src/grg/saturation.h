@@ -1,5 +1,5 @@
 #pragma once
-// What becomes of a trial step: it stands as it is, or it is cut back at the first inequality that
+// What becomes of a trial step: it is kept as it is, or cut back at the first inequality that
 // it violates or the first bound that a dependent variable reaches, and feasibility is restored
 // there.
 

@@ -322,7 +322,9 @@ TEST_F(Hooks, SolvesWithGradientsEvaluateOnlyInTheSearch) {
       VRK_set_convTol(1e-8);
       double x[] = {0.3, 0.4}, f[3];
       const int32_t status = method(60, 2, x, lower, upper, 1, 1, Host::analysis, host, f);
-      EXPECT_TRUE(status == 1 || status == 9 || (!isSqp(method) && status < 4)) << status;
+      if (status != 9) {
+        EXPECT_LE(status, isSqp(method) ? 1 : 3);
+      }
       EXPECT_NEAR(1.5, x[0], 1e-3);  // the least of 3 x1^2 - 9 x1 + 10
     };
     tarnix_session_gradient(own, nullptr, nullptr);

@@ -94,13 +94,17 @@ TEST_F(GrgIteration, EndingsCountersAndMarks) {
     const std::string text = captured([&] { EXPECT_EQ(e.status, solve.run(e.maxIter, VRK_grg)); });
     EXPECT_TRUE(e.printed ? text.find(e.printed) != text.npos : text.empty()) << text;
     EXPECT_EQ(e.iterations, VRK_get_nIter());
-    EXPECT_TRUE(e.evaluations == any || e.evaluations == VRK_get_nFunEval()) << VRK_get_nFunEval();
+    if (e.evaluations != any) {
+      EXPECT_EQ(e.evaluations, VRK_get_nFunEval());
+    }
     EXPECT_EQ(VRK_get_nFunEval(), static_cast<int>(solve.host.calls.size()));
     EXPECT_EQ(std::tuple(VRK_settings.errorFlag, VRK_settings.nGradEval), std::tuple(flag, 0));
     EXPECT_EQ(std::tuple(VRK_settings.dblStorageUsed, VRK_settings.intStorageUsed),
               std::tuple(0, 0));
     EXPECT_EQ(e.evaluations == 0, solve.f.untouched());
-    EXPECT_TRUE(e.evaluations == any || solve.x.values() == e.start);
+    if (e.evaluations != any) {
+      EXPECT_EQ(solve.x.values(), e.start);
+    }
   }
 }
 

@@ -112,7 +112,9 @@ TEST_F(Curvature, UpdateByTheFormulaBitByBit) {
           const int at = i + j * n;
           const double formula = before[at] - u[i] * v[j] / sHs + r[i] * r[j] / sr;
           ASSERT_EQ(bits(H[at]), bits(changes ? formula : before[at]));
-          ASSERT_TRUE(!symmetric || bits(H[at]) == bits(H[j + i * n]));
+          if (symmetric) {
+            ASSERT_EQ(bits(H[at]), bits(H[j + i * n]));
+          }
           if (i <= j) P.push_back(H[at]);
         }
       int32_t fail = 0;

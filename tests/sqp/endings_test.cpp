@@ -116,7 +116,9 @@ TEST_F(SqpEndings, StatusCountersMarksAndText) {
     EXPECT_EQ(0, VRK_settings.dblStorageUsed);
     EXPECT_EQ(e.indexMark, VRK_settings.intStorageUsed);
     EXPECT_EQ(e.evaluations == 0, solve.f.untouched());
-    EXPECT_TRUE(e.evaluations > 1 || solve.x.values() == e.start);
+    if (e.evaluations <= 1) {
+      EXPECT_EQ(solve.x.values(), e.start);
+    }
   }
 }
 

@@ -127,9 +127,10 @@ void runSpoilt(const Method& method, int n, int m1, int m2, int32_t maxIter, Spo
   Solve solve(Values(static_cast<std::size_t>(n), 0.25), m1, m2, nullptr);
   solve.host.fill = [&](double* x, double* f, double* h, double* g) {
     for (int i = 0; i < n; ++i) {
-      EXPECT_TRUE(farthest == infinity || std::fabs(x[i]) <= farthest) << x[i];
-      // The points of the reduced gradient method are finite whatever came back.
-      EXPECT_TRUE(method.solve == VRK_sqp || farthest == infinity || std::isfinite(x[i])) << x[i];
+      // Of either method finite, since a NaN compares false.
+      if (farthest < infinity) {
+        EXPECT_LE(std::fabs(x[i]), farthest);
+      }
     }
     spoil({n, m1, m2, static_cast<int>(solve.host.calls.size()), x, f, h, g});
   };

@@ -220,7 +220,9 @@ TEST_F(Session, RefineConcernsReducedGradientsAndOutlivesTheDefaults) {
   const std::vector<Record> refined = solveAll();  // the defaults are stored before every solve
   int differ = 0;
   for (std::size_t i = 0; i < plain.size(); ++i) {
-    EXPECT_TRUE(i % 2 == 1 || plain[i] == refined[i]) << i;  // SQP
+    if (i % 2 == 0) {  // SQP
+      EXPECT_EQ(plain[i], refined[i]) << i;
+    }
     differ += plain[i] != refined[i];
   }
   EXPECT_GT(differ, 0);
@@ -459,7 +461,9 @@ TEST_F(Session, OutOfMemoryWithinASolve) {
           short_.run();
         });
         enough = short_.record.status != refused;
-        EXPECT_TRUE(!enough || alone == short_.record) << short_.record.status;
+        if (enough) {
+          EXPECT_EQ(alone, short_.record);
+        }
         EXPECT_EQ(0, own.settings().dblStorageUsed);
         EXPECT_EQ(alone, solved(*p, method)) << "after the defaults, allowed " << allowed;
       }

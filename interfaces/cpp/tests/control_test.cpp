@@ -329,7 +329,7 @@ TEST(KeepInside, DifferencesAtABoundKeepTheirOrder) {
   Options options;
   options.keepInside = true;
   const auto analysis = [](const Point& x, Values& v) {
-    for (const double xi : x) EXPECT_TRUE(xi >= 0 && xi <= 1) << xi;
+    for (const double xi : x) EXPECT_EQ(xi, std::clamp(xi, 0.0, 1.0));
     v[0] = std::exp(x[0]) + std::pow(x[1] + 1, 3);
   };
   const detail::CoreProblem core(p.description());

@@ -68,7 +68,8 @@ TEST(Passes, AreTheSameForAnyNumberOfThreadsAndForBatches) {
           for (const auto& x : single)
             for (std::size_t i = 0; inside && i < x.size(); ++i) {
               const auto& v = c.problem.description().variables[i];
-              EXPECT_TRUE(x[i] >= v.lower && x[i] <= v.upper);
+              EXPECT_GE(x[i], v.lower);
+              EXPECT_LE(x[i], v.upper);
             }
           std::size_t largest = 0;
           const Result byBatches = c.problem.solve(
@@ -209,7 +210,8 @@ TEST(Derivatives, TakeThePlaceOfDifferences) {
       ASSERT_TRUE(r.success) << r.summary();
       EXPECT_NEAR(r[m.value], differences[m.value], 1e-6);
       for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(r.point.x[i], differences.point.x[i], 1e-3);
-      ASSERT_TRUE(r.report && differences.report);
+      ASSERT_TRUE(r.report);
+      ASSERT_TRUE(differences.report);
       EXPECT_LT(r.report->optimality, 1e-3);
       ASSERT_EQ(r.report->active.size(), differences.report->active.size());
       for (std::size_t k = 0; k < r.report->active.size(); ++k)

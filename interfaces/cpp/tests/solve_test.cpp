@@ -207,7 +207,8 @@ TEST(Solve, MaximisesWithRangesAndFixedVariables) {
     EXPECT_EQ(r[z], 3);
     EXPECT_NEAR(r[volume], 12, 1e-5);
     EXPECT_NEAR(r[sum], 4, 1e-6);
-    ASSERT_TRUE(r.best && r.report);
+    ASSERT_TRUE(r.best);
+    ASSERT_TRUE(r.report);
     EXPECT_GE(r.best->values[0], 12 - 1e-5);
     ASSERT_EQ(r.report->active.size(), 1u);
     const ActiveLimit& limit = r.report->active[0];
@@ -262,7 +263,8 @@ TEST(Solve, AllVariablesFixed) {
   p.atMost("g", 3);
   const auto analysis = [](const Point& x, Values& v) { v[0] = x[0], v[1] = 2 * x[0]; };
   const Result r = p.solve(analysis);
-  EXPECT_FALSE(r.feasible || r.success);
+  EXPECT_FALSE(r.feasible);
+  EXPECT_FALSE(r.success);
   EXPECT_EQ(r.evaluations, 1);
   EXPECT_EQ(r.point.violation, 1);
   EXPECT_NE(r.advice.find("'g' = 4, above 3"), std::string::npos) << r.advice;
@@ -279,7 +281,9 @@ TEST(Truth, ContradictionIsNoSuccessAndNamesTheConstraint) {
     Options options;
     options.method = method;
     const Result r = p.solve([](const Point& x, Values& v) { v[0] = x[0], v[1] = x[0]; }, options);
-    EXPECT_FALSE(r.success || r.feasible || r.best);
+    EXPECT_FALSE(r.success);
+    EXPECT_FALSE(r.feasible);
+    EXPECT_FALSE(r.best);
     EXPECT_DOUBLE_EQ(r.point.violation, (3 - r["x"]) / 2);  // the scale is 2
     EXPECT_NE(r.advice.find("'reach' = "), std::string::npos) << r.advice;
     EXPECT_NE(r.advice.find(", below 3."), std::string::npos) << r.advice;

@@ -38,7 +38,8 @@ TEST(Probe, NoiseOfKnownSizeGivesItsStep) {
     EXPECT_GT(p.variables[0].step, step / 4);
     EXPECT_LT(p.variables[0].step, step * 4);
     EXPECT_EQ(p.step, p.variables[0].step);
-    EXPECT_TRUE(p.repeats && p.repeatsBeside);
+    EXPECT_TRUE(p.repeats);
+    EXPECT_TRUE(p.repeatsBeside);
     EXPECT_FALSE(p.central);
     // The tolerance is that of the file, or ten times the noise.
     EXPECT_GE(p.tolerance, std::max(1e-4, 5 * p.values[1].noise));

@@ -69,7 +69,8 @@ TEST(Sweep, EveryPointOfAMapHasItsOptimum) {
   for (std::size_t k = 0; k < 12; ++k) {
     const SweepPoint& point = results[0].points[k];
     EXPECT_EQ(point.at, (std::vector<double>{axes[0].values[k / 3], axes[1].values[k % 3]}));
-    ASSERT_TRUE(point.outcome && point.outcome->objective);
+    ASSERT_TRUE(point.outcome);
+    ASSERT_TRUE(point.outcome->objective);
     EXPECT_TRUE(point.outcome->success) << point.outcome->reason;
     const double best = 2 * std::sqrt(point.at[0] * point.at[1]);
     EXPECT_NEAR(point.outcome->objective->value, best, 1e-3 * best);

@@ -107,7 +107,7 @@ struct Options {
   /// two evaluations per variable; solve() throws InvalidProblem with an issue for each one that
   /// differs.
   bool checkGradients = false;
-  /// End of a solve of a similar problem, Result::warm(): the automatic method goes on from there,
+  /// End of a solve of a similar problem, Result::warm(): the automatic method continues there,
   /// in place of the start, and looks neither at the noise nor elsewhere unless it fails.
   std::optional<WarmStart> warm;
   /// Start in place of the declared one; empty: the declared one.

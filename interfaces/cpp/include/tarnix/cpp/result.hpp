@@ -48,7 +48,7 @@ struct Stage {
   bool stationary = true;
   bool further = false;         ///< of the automatic method, from a further start
   bool brokenOff = false;       ///< left by the automatic method before its method ended
-  bool onInventedSide = false;  ///< the end lies on a side that stands for a missing bound
+  bool onInventedSide = false;  ///< the end lies on a side that replaces a missing bound
 };
 
 /// An active constraint or bound, and what it costs.

@@ -39,7 +39,7 @@ struct BreakOff {
 struct Host {
   Analysis analysis;
   Gradient gradient;
-  std::optional<Stop> halt{};  ///< of one of many starts, beside Options::stop
+  std::optional<Stop> halt{};  ///< of one of many starts, in addition to Options::stop
 };
 
 class Evaluator {
@@ -88,7 +88,7 @@ class Evaluator {
     lastIteration_ = 0;
     inside_.beginStage(stage);
   }
-  /// The last iteration is told at the end of its stage. May throw EndSolve.
+  /// The last iteration is reported at the end of its stage. May throw EndSolve.
   void endStage() {
     const int iterations = lastIteration_;
     lastIteration_ = 0;
@@ -163,7 +163,7 @@ class Evaluator {
 
  private:
   /// What the host does with the C interface in a callable is not done to the session of the solve,
-  /// but to the one that the caller of the solve uses. The core goes on in its own.
+  /// but to the one that the caller of the solve uses. The core continues in its own.
   static Evaluator& outside(void* self) {
     auto& evaluator = *static_cast<Evaluator*>(self);
     tarnix_session_use(evaluator.outer_);
@@ -420,7 +420,7 @@ class Evaluator {
   const Options& o_;
   const VRK_Settings& counters_;  // of the solve's session
   tarnix_session* const outer_ = inUse();
-  // The round in work: one point, or those of a pass.
+  // The current round: one point, or those of a pass.
   InsideBox inside_;
   std::unique_ptr<Pool> pool_;
   std::vector<std::size_t> asked_;  // points of the core that are answered by values

@@ -49,7 +49,7 @@ class Memory {
   }
 
  private:
-  /// Points that are the same have keys that are nearly so; most others are told apart by them.
+  /// Points that are the same have keys that are nearly so; most others differ in them.
   double keyOf(const double* x) const {
     double key = 0;
     for (std::size_t i = 0; i < weight_.size(); ++i) key += weight_[i] * (x[i] - c_.lower[i]);

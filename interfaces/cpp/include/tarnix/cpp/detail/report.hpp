@@ -59,7 +59,7 @@ class ReportPass {
   /// Change of the host's objective per unit of the core's.
   double objectiveUnit() const { return 1 / c_.rows[0].factor; }
 
-  /// Inequality rows before equality rows, as the QP solver wants them.
+  /// Inequality rows before equality rows, as the QP solver requires.
   void chooseActive() {
     const std::size_t firstInequality = 1 + static_cast<std::size_t>(c_.equalities);
     for (std::size_t r = firstInequality; r < c_.rows.size(); ++r)

@@ -98,7 +98,7 @@ class Solver {
     const bool cut = cutShort(last.reason) && !(last.further && isLimit(last.reason));
     result_.reason = cut ? last.reason : chosen->reason;
     result_.feasible = evaluator_.feasible(result_.point);
-    // A sound end that another stage has left behind was none.
+    // A proper end that another stage has improved on was none.
     result_.success =
         result_.feasible && last.reason != Reason::unbounded && !isLimit(result_.reason) &&
         std::any_of(result_.stages.begin(), result_.stages.end(), [&](const Stage& s) {

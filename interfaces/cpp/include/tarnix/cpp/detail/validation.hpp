@@ -128,8 +128,8 @@ class Validation {
   }
 
   void checkOptions() {
-    const auto check = [&](const char* option, bool sound, const char* demand) {
-      if (!sound) add(option, std::string("option '") + option + "' has to be " + demand);
+    const auto check = [&](const char* option, bool valid, const char* demand) {
+      if (!valid) add(option, std::string("option '") + option + "' has to be " + demand);
     };
     check("tolerance", std::isfinite(o_.tolerance) && o_.tolerance > 0, "finite and positive");
     check("differenceStep", o_.differenceStep >= 0 && o_.differenceStep <= 0.5, "in 0 .. 0.5");
