@@ -1,50 +1,15 @@
 #include "problem/command_reader.h"
 
-#include <glob.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <sstream>
+
+#include "problem/file_names.h"
 
 namespace fs = std::filesystem;
 
 namespace tarnix::cli {
-
-namespace {
-
-bool insideDirectory(const std::string& name) {
-  const fs::path path(name);
-  return path.is_relative() && std::find(path.begin(), path.end(), "..") == path.end();
-}
-
-fs::path searchProgram(const std::string& name) {
-  const char* path = std::getenv("PATH");
-  std::istringstream directories(path ? path : "/usr/bin:/bin");
-  for (std::string directory; std::getline(directories, directory, ':');) {
-    const fs::path candidate = fs::path(directory.empty() ? "." : directory) / name;
-    std::error_code error;
-    if (fs::is_regular_file(candidate, error) && access(candidate.c_str(), X_OK) == 0)
-      return fs::absolute(candidate);
-  }
-  return {};
-}
-
-// Files and folders that a pattern of the shell matches, in the order of their names.
-std::vector<fs::path> matching(const fs::path& directory, const std::string& name) {
-  std::string pattern;
-  for (const char c : name[0] == '/' ? "" : directory.string() + "/")
-    pattern += (std::string("*?[\\").find(c) != std::string::npos ? "\\" : "") + std::string(1, c);
-  pattern += name;
-  std::vector<fs::path> found;
-  glob_t result{};
-  if (glob(pattern.c_str(), 0, nullptr, &result) == 0)
-    for (std::size_t i = 0; i < result.gl_pathc; ++i) found.emplace_back(result.gl_pathv[i]);
-  globfree(&result);
-  return found;
-}
-
-}  // namespace
 
 Command CommandReader::command(Section& section) {
   Command command;
@@ -56,6 +21,7 @@ Command CommandReader::command(Section& section) {
   readEnvironment(section, command);
   readScratch(section, command);
   warnOfMissingScripts(section, command);
+  warnOfShellParts(section, command);
   command.timeout = section.positive("timeout").value_or(0);
   command.resultWait = section.notNegative("result_wait").value_or(0);
   if (const auto accepted = section.wholeNumbers("accept_status", 0, 255); !accepted.empty())
@@ -124,28 +90,34 @@ void CommandReader::readRun(Section& section, Command& command) {
   command.words = section.texts("run");
   if (command.words.empty() || command.words[0].empty())
     return section.issue("run", "'run' names no program");
-  const fs::path own = program(section, "run", command.words[0]);
-  if (command.launcher.empty())
-    command.program = own;
-  else
-    command.words[0] = own.string();  // what the launcher starts has other directories
+  command.ownProgram = program(section, "run", command.words[0]);
+  if (command.launcher.empty()) command.program = command.ownProgram;
 }
 
-// A name with a slash lies beside the problem file, one without in PATH.
+// A name with a slash is relative to the problem file, one without is in PATH.
 fs::path CommandReader::program(Section& section, const std::string& key, const std::string& name) {
+  const auto wrong = [&](const std::string& text) { section.issue(key, text); };
+  const bool several = name.find(' ') != std::string::npos;
+  const std::string cure =
+      "; a list holds one word per entry, [\"python3\", \"x.py\"], "
+      "and a text without brackets is a line for the shell";
   if (name.find('/') == std::string::npos) {
     fs::path found = name.empty() ? fs::path() : searchProgram(name);
     if (found.empty())
-      section.issue(key, "program '" + name + "' is not in PATH; one next to the problem file " +
-                             "is written './" + name + "'");
+      wrong("program '" + name + "' is not in PATH" +
+            (several ? cure : "; one next to the problem file is written './" + name + "'"));
     return found;
   }
-  fs::path path = existing(section.line(key), name);
+  const FileName stated = fileName(name);
+  if (!stated.reason.empty() && !several) return wrong(stated.reason), fs::path();
+  fs::path path = (directory / stated.name).lexically_normal();
   std::error_code error;
-  if (fs::exists(path, error) && fs::is_directory(path, error))
-    section.issue(key, "'" + name + "' is not a file");
-  else if (fs::exists(path, error) && access(path.c_str(), X_OK) != 0)
-    section.issue(key, "'" + name + "' may not be executed");
+  if (!fs::exists(path, error))
+    wrong("no file '" + name + "' in " + directory.string() + (several ? cure : ""));
+  else if (!fs::is_regular_file(path, error))
+    wrong("'" + name + "' is not a file");
+  else if (access(path.c_str(), X_OK) != 0)
+    wrong("'" + name + "' may not be executed: chmod +x makes that possible");
   return path;
 }
 
@@ -154,9 +126,10 @@ void CommandReader::readSupplied(Section& section, const char* key, Command& com
   const int line = section.line(key);
   for (const std::string& name : section.texts(key)) {
     std::vector<fs::path> matches;
-    if (name.find_first_of("*?[") == std::string::npos)
+    const FileName stated = fileName(name);
+    if (name.find_first_of("*?[") == std::string::npos || !stated.reason.empty())
       matches = {existing(line, name)};
-    else if ((matches = matching(directory, name)).empty())
+    else if ((matches = matching(directory, stated.name)).empty())
       section.issue(key, "nothing is called '" + name + "' in " + directory.string());
     for (fs::path path : matches) {
       if (!path.has_filename()) path = path.parent_path();  // "mesh/"
@@ -173,19 +146,12 @@ void CommandReader::readEnvironment(Section& section, Command& command) {
       section.issue("env", "'" + name + "' is no name of a variable of the environment for a run");
 }
 
-// A directory, or a variable of the environment that names one.
 void CommandReader::readScratch(Section& section, Command& command) {
   const auto name = section.text("scratch");
   if (!name) return;
-  std::string place = *name;
-  if (place[0] == '$') {
-    const std::size_t end = std::min(place.find('/'), place.size());
-    const char* value = std::getenv(place.substr(1, end - 1).c_str());
-    if (!value || !*value)
-      return section.issue("scratch", "the environment holds no " + place.substr(0, end));
-    place = value + place.substr(end);
-  }
-  command.scratch = fs::absolute(directory / place).lexically_normal();
+  const FileName place = fileName(*name);
+  if (!place.reason.empty()) return section.issue("scratch", place.reason);
+  command.scratch = fs::absolute(directory / place.name).lexically_normal();
   std::error_code error;
   if (!fs::is_directory(command.scratch, error))
     section.issue("scratch", "'" + command.scratch.string() + "' is no directory");
@@ -218,6 +184,22 @@ void CommandReader::warnOfMissingScripts(Section& section, const Command& comman
   }
 }
 
+// No shell reads a list of words, nor the values of env. What a word -c precedes is for a shell.
+void CommandReader::warnOfShellParts(Section& section, const Command& command) {
+  const auto warn = [&](const char* key, const std::string& word, const std::string& cure) {
+    const std::string part = shellPart(word);
+    if (!part.empty())
+      issues.warn(
+          section.line(key),
+          "command: '" + word + "' is given as it is, no shell replaces " + part + " in it" + cure);
+  };
+  for (std::size_t i = 1; !command.shell && i < command.words.size(); ++i)
+    if (command.words[i - 1] != "-c")
+      warn("run", command.words[i], "; a text without brackets is a line for the shell");
+  for (const auto& [name, value] : command.environment)
+    warn("env", name + " = " + value, "; a line for the shell can: run = \"" + name + "=... x\"");
+}
+
 // Takes a name in the run directory. Names are compared as paths: ./a//b is a/b.
 void CommandReader::claim(int line, const std::string& to) {
   const std::string path = fs::path(to).lexically_normal().generic_string();
@@ -232,7 +214,9 @@ void CommandReader::claim(int line, const std::string& to) {
 
 // A file or folder that the problem names, relative to its own place.
 fs::path CommandReader::existing(int line, const std::string& name) {
-  fs::path path = (directory / name).lexically_normal();
+  const FileName stated = fileName(name);
+  fs::path path = (directory / stated.name).lexically_normal();
+  if (!stated.reason.empty()) return issues.add(line, "command: " + stated.reason), path;
   std::error_code error;
   if (!fs::exists(path, error))
     issues.add(line, "command: no file '" + name + "' in " + directory.string());
@@ -255,7 +239,10 @@ ResultEntry CommandReader::result(const std::string& name, Section& section) {
     section.issue("json", "'json' is a pointer such as \"/loads/0/force\"");
   if (!result.json.empty() && !result.after.empty())
     section.issue("after", "'after' is about lines: leave it out with 'json'");
-  if (!insideDirectory(result.file))
+  if (result.file.find("{{") != std::string::npos)
+    section.issue("file", "'" + result.file +
+                              "' is the name of a file in the directory of a run, without places");
+  else if (!insideDirectory(result.file))
     section.issue("file", "'" + result.file + "' lies outside the run directory");
   return result;
 }

@@ -24,6 +24,7 @@ class CommandReader {
   void readEnvironment(Section& section, Command& command);
   void readScratch(Section& section, Command& command);
   void warnOfMissingScripts(Section& section, const Command& command);
+  void warnOfShellParts(Section& section, const Command& command);
   void readTemplates(Section& section, Command& command);
   void readSource(Section& section, ResultEntry& result);
   static void readPick(Section& section, ResultEntry& result);

@@ -93,7 +93,8 @@ struct Command {
   std::vector<std::string> launcher;  // words before these, with placeholders; a program first
   std::vector<std::string> words;     // with placeholders; one word when the shell runs it
   bool shell = false;
-  std::filesystem::path program;  // absolute, resolved from the first word of all
+  std::filesystem::path program;     // absolute, resolved from the first word of all
+  std::filesystem::path ownProgram;  // the same of the words of a list; behind a launcher too
   std::vector<TemplateFile> templates;
   std::vector<SuppliedFile> files;
   std::vector<std::pair<std::string, std::string>> environment;  // values with placeholders

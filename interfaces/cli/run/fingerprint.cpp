@@ -6,6 +6,7 @@
 #include <set>
 
 #include "base/text.h"
+#include "problem/file_names.h"
 
 namespace fs = std::filesystem;
 
@@ -57,27 +58,38 @@ bool isWritten(const std::string& word, std::size_t at) {
   return at > 0 && word[at - 1] == '>';
 }
 
-// Files next to the problem file that the words name: {{dir}}/x and ./x.
+// Files next to the problem file that a word of a list names, or a text for the shell, which may
+// also name some that it writes.
+void addNamed(const ProblemFile& problem, const std::string& word, std::set<fs::path>& found,
+              std::set<fs::path>& written) {
+  const bool shell = problem.command->shell;
+  for (const std::string& mark :
+       {std::string("{{dir}}/"), std::string("./"), problem.directory.string() + "/"})
+    for (std::size_t at = word.find(mark); at != std::string::npos; at = word.find(mark, at + 1)) {
+      if (mark == "./" && at > 0 &&
+          std::string(" \t\n'\"=;&|(").find(word[at - 1]) == std::string::npos)
+        continue;
+      const std::size_t begin = at + mark.size();
+      const std::size_t end = shell ? word.find_first_of(" \t\n'\"`;&|<>()$", begin) : word.npos;
+      const fs::path path =
+          problem.directory / word.substr(begin, std::min(end, word.size()) - begin);
+      std::error_code error;
+      if (fs::is_regular_file(path, error))
+        (shell && isWritten(word, at) ? written : found).insert(path.lexically_normal());
+    }
+}
+
+// Files next to the problem file that the command names: {{dir}}/x, ./x, and its own program.
 std::set<fs::path> scripts(const ProblemFile& problem) {
+  const Command& command = *problem.command;
   std::set<fs::path> found, written;
-  for (const std::string& word : problem.command->words) {
-    for (const std::string mark : {"{{dir}}/", "./"})
-      for (std::size_t at = word.find(mark); at != std::string::npos;
-           at = word.find(mark, at + 1)) {
-        if (mark == "./" && at > 0 &&
-            std::string(" \t\n'\"=;&|(").find(word[at - 1]) == std::string::npos)
-          continue;
-        const std::size_t begin = at + mark.size();
-        const std::size_t end =
-            std::min(word.find_first_of(" \t\n'\"`;&|<>()$", begin), word.size());
-        const fs::path path = problem.directory / word.substr(begin, end - begin);
-        std::error_code error;
-        if (!fs::is_regular_file(path, error)) continue;
-        const bool own = problem.command->shell && isWritten(word, at);
-        (own ? written : found).insert(path.lexically_normal());
-      }
-  }
+  for (const std::string& word : command.words)
+    addNamed(problem, withPlainDir(word), found, written);
   for (const fs::path& path : written) found.erase(path);
+  const std::string& first = command.words[0];
+  if (!command.shell && first.find('/') != std::string::npos &&
+      std::string("/~$").find(first[0]) == std::string::npos)
+    found.insert(command.ownProgram);
   return found;
 }
 

@@ -174,12 +174,18 @@ void Simulator::supply(const SuppliedFile& file, const Run& run) const {
                                  ": " + error.message());
 }
 
-// As they are, but for the first, which the system looks for by its full name.
+// As they are, but for names of programs with a slash, which are relative to the problem file; what
+// a launcher starts may find other programs in PATH, so that it gets the full name in any case.
 std::vector<std::string> Simulator::commandWords(std::span<const double> numbers,
                                                  const std::vector<std::string>& names) const {
   std::vector<std::string> filled;
   if (command.shell && command.launcher.empty()) filled = {"sh", "-c"};
   for (const TextTemplate& word : words) filled.push_back(word.filled(numbers, names));
+  const std::size_t own = command.launcher.size();
+  const auto hasSlash = [](const std::string& word) { return word.find('/') != word.npos; };
+  if (own > 0 && hasSlash(command.launcher[0])) filled[0] = command.program.string();
+  if (!command.shell && (own > 0 || hasSlash(command.words[0])))
+    filled[own] = command.ownProgram.string();
   return filled;
 }
 

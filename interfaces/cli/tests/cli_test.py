@@ -1252,6 +1252,10 @@ class Keys(Case):
             ('scratch = "nowhere"', "is no directory"),
             ('retry_wait = 1', "'retry_wait' needs 'retries'"),
             ('launcher = ["no_such_program"]', "is not in PATH"),
+            ('launcher = ["./none.sh"]', "no file './none.sh'"),
+            ('files = ["{{x}}.dat"]', "'{{x}}.dat': in the name of a file only {{dir}} is filled"),
+            ('files = ["$NO_SUCH_NAME/a"]', "the environment holds no \\$NO_SUCH_NAME"),
+            ('scratch = "$NO_SUCH_NAME"', "the environment holds no \\$NO_SUCH_NAME"),
         ]:
             run = tarnix("check", self.one("echo f = {{x}}", extra))
             self.assertEqual(run.returncode, 2, extra)
@@ -1390,6 +1394,65 @@ class Keys(Case):
             (["./sim.sh", "{{x}}"], ""),
         ]:
             self.assertEqual(tarnix("check", self.one(run, extra)).stderr, "")
+
+
+    def testNamesOfFiles(self):
+        """However a file next to the problem file, or elsewhere, may be named without a shell."""
+        (self.dir / "my mesh").mkdir()
+        self.write("my mesh/a.inp", "7\n")
+        self.write("in.t", "{{x}}\n")
+        sim = self.write(
+            "sim.sh", '#!/bin/sh\n[ "$(cat a.inp)$(cat in)" = "7$1" ] && echo f = $1\n', 0o755
+        )
+        absolute = str(self.dir)
+        ENVIRONMENT["HERE"] = absolute
+        home, ENVIRONMENT["HOME"] = ENVIRONMENT.get("HOME", "/"), absolute
+        self.addCleanup(ENVIRONMENT.update, HOME=home)
+        inside = ["{{dir}}", "{{ dir }}", ".", absolute, f"../{self.dir.name}"]
+        for place in [*inside, "~", "$HERE", "${HERE}"]:
+            supplies = (
+                f'files = ["{place}/my mesh/*"]\n'
+                f'templates = [{{ from = "{place}/in.t", to = "in" }}]'
+            )
+            for launcher in ("", f'\nlauncher = ["{place}/wrap.sh", "{{{{slot}}}}"]'):
+                with self.subTest(place=place, launcher=launcher):
+                    if launcher:
+                        self.write("wrap.sh", '#!/bin/sh\nshift\nexec "$@"\n', 0o755)
+                    self.one([place + "/sim.sh", "{{x}}"], supplies + launcher)
+                    self.assertEqual(self.at(3), 3)
+                    file = self.dir / "p.toml"
+                    self.assertEqual(tarnix("check", file).stderr, "")
+                    if place not in inside:
+                        continue
+                    # What it names is a part of the problem, behind a launcher too.
+                    self.assertEqual(tarnix("solve", "--fresh", file).returncode, 0)
+                    text = sim.read_text()
+                    sim.write_text(text + "# changed\n")
+                    self.assertRegex(
+                        tarnix("resume", file).stderr, "Changed: program '(../.*/)?sim.sh'"
+                    )
+                    sim.write_text(text)
+
+    def testWhatNoShellReads(self):
+        self.write("sim.sh", "#!/bin/sh\necho f = $1", 0o644)
+        for run, extra, code, message in [
+            (["sh", "~/sim.sh", "{{x}}"], "", 0, "given as it is, no shell replaces ~"),
+            (["sh", "$HOME/sim.sh", "{{x}}"], "", 0, r"no shell replaces \$HOME in it; a"),
+            ("echo f = {{x}}", 'env = { PATH = "/x:$PATH" }', 0, r"replaces \$PATH in it"),
+            (["sh {{dir}}/sim.sh {{x}}"], "", 2, "no file .*; a list holds one word per"),
+            (["sh sim.sh"], "", 2, "program 'sh sim.sh' is not in PATH; a list holds one word"),
+            (["{{dir}}/sim.sh", "{{x}}"], "", 2, "may not be executed: chmod"),
+            (["{{x}}/sim.sh"], "", 2, "'{{x}}/sim.sh': in the name of a file only {{dir}}"),
+            (["{{dir}}/", "{{x}}"], "", 2, "'{{dir}}/' is not a file"),
+        ]:
+            with self.subTest(run=run):
+                shown = tarnix("check", self.one(run, extra))
+                self.assertEqual(shown.returncode, code, shown.stderr)
+                self.assertRegex(shown.stderr, "p.toml:[45]: command: .*" + message)
+        for run in (["sh", "-c", "echo f = $HOME {{x}}"], ["awk", "BEGIN { print $1 }", "{{x}}"]):
+            self.assertEqual(tarnix("check", self.one(run)).stderr, "")
+        shown = tarnix("check", self.one("echo {{x}}", result='key = "f", file = "{{dir}}/out"'))
+        self.assertRegex(shown.stderr, "'{{dir}}/out' is the name of a file in")
 
 
 class DaysWork(Case):
