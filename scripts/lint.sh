@@ -69,15 +69,26 @@ compiled() { # DATABASE PATTERN...: of the files that match, those that this bui
     if grep -qF "\"file\": \"$PWD/$file\"" "$1"; then echo "$file"; fi
   done
 }
+tidy_octave() { # PROGRAM: what Octave's own tool compiles, hence in no database
+  local flags
+  have mkoctfile || { skip "tidy of interfaces/octave" mkoctfile && return 0; }
+  read -ra flags <<<"$(mkoctfile -p INCFLAGS)"
+  "$1" --quiet --warnings-as-errors='*' interfaces/octave/src/*.cpp -- \
+    -std=c++17 -Iinclude -Iinterfaces/cpp/include "${flags[@]}" 2> >(without_counts)
+}
+without_counts() {
+  grep -v ' warnings\? generated\.$\|^Suppressed\|^Use -header-filter' >&2
+}
 check_tidy() {
-  local program database
+  local program database status=0
   program=$(llvm_tool clang-tidy) || { skip tidy "clang-tidy $llvm" && return 0; }
   for database in build/release build/release-clang; do
     if [[ -f $database/compile_commands.json ]]; then
       compiled "$database/compile_commands.json" 'src/*.cpp' 'interfaces/*.cpp' ':!:*/tests/*' |
         xargs -P "$(nproc)" -n 4 "$program" --quiet -p "$database" --warnings-as-errors='*' \
-          2> >(grep -v ' warnings\? generated\.$\|^Suppressed\|^Use -header-filter' >&2)
-      return
+          2> >(without_counts) || status=1
+      tidy_octave "$program" || status=1
+      return $status
     fi
   done
   skip tidy "a configured build (./check release)"

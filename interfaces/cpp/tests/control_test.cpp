@@ -110,6 +110,10 @@ TEST(Limits, EvaluationLimitIsExactAndKeepsTheBestPoint) {
       EXPECT_EQ(calls, limit);
       EXPECT_EQ(r.point.x, r.best->x);
       EXPECT_NE(r.advice.find("evaluation limit"), std::string::npos);
+      if (r.stages.empty()) continue;  // the first look at the box
+      EXPECT_EQ(r.stages.back().reason, Reason::evaluationLimit);
+      EXPECT_EQ(r.stages.back().status, 0);
+      EXPECT_EQ(r.stages.back().meaning, "ended early");
     }
   }
 }

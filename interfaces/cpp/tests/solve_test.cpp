@@ -57,6 +57,35 @@ TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
        }},
       {"option 'tolerance' has to be", [](auto&, auto& o) { o.tolerance = 0; }},
       {"option 'differenceStep' has to be", [](auto&, auto& o) { o.differenceStep = nan; }},
+      {"option 'accuracy' has to be", [](auto&, auto& o) { o.accuracy = 1; }},
+      {"option 'effort' has to be", [](auto&, auto& o) { o.effort = infinite; }},
+      {"option 'starts' has to be", [](auto&, auto& o) { o.starts = 0; }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{1, 2}, {0}, {}, {0}};  // of two variables
+       }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{nan}, {0}, {}, {0}};
+       }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{1}, {}, {}, {0}};
+       }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{1}, {0}, {}, {}};
+       }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{1}, {0}, {1, 2}, {0}};  // derivatives of two functions
+       }},
+      {"option 'warm' has to be",
+       [](auto&, auto& o) {
+         o.warm = WarmStart{{1}, {0}, {}, {0}, -1};
+       }},
+      {"objective 'f' needs a finite positive scale, not -2",
+       [](auto& p, auto&) { p.minimize("f", -2); }},
       {"option 'maxIterations' has to be", [](auto&, auto& o) { o.maxIterations = 0; }},
       {"option 'threads' has to be", [](auto&, auto& o) { o.threads = 0; }},
       {"option 'maxEvaluations' has to be", [](auto&, auto& o) { o.maxEvaluations = 0; }},
@@ -153,6 +182,12 @@ TEST(Validation, StatesTheNumberOfConstraintsThatFit) {
     // The core holds what the layer accepts, and not one more.
     EXPECT_FALSE(coreRefuses(method, count));
     EXPECT_TRUE(coreRefuses(method, count + 1));
+    // Where not even the equalities fit, their number is stated.
+    Problem equalities = withInequalities(0);
+    for (int i = 0; i < 60000; ++i) equalities.equal("h" + std::to_string(i), 0);
+    const std::vector<Issue> tooMany = equalities.check(options);
+    ASSERT_EQ(tooMany.size(), 1u);
+    EXPECT_NE(tooMany[0].message.find(" equalities fit"), std::string::npos) << tooMany[0].message;
   }
 }
 
@@ -253,6 +288,33 @@ TEST(Solve, MultipliersOfBoundsAndEqualities) {
     EXPECT_EQ(r.report->active[k].name, expected[k].name);
     EXPECT_EQ(r.report->active[k].kind, expected[k].kind);
     EXPECT_NEAR(r.report->active[k].multiplier, expected[k].multiplier, 2e-2);
+  }
+}
+
+TEST(Solve, WhatIsAlmostAtItsLimitIsReported) {
+  // (x - 0.5)^2 + y^2, y below a limit, at the minimum: listed within ten tolerances, 1e-5 each.
+  for (const auto& [limit, listed] : {std::pair(5e-5, 1u), {2e-4, 0u}}) {
+    Problem p;
+    p.variable("x", 0.5, 0, 1);
+    p.variable("y", 0, -1, 1);
+    p.minimize("f");
+    p.atMost("g", limit);
+    p.atMost("constant", 0);  // at its limit, but without a slope nothing is gained there
+    Options options;
+    options.method = Method::sqp;
+    const Result r = p.solve(
+        [](const Point& x, Values& v) {
+          v[0] = std::pow(x[0] - 0.5, 2) + x[1] * x[1];
+          v[1] = x[1];
+          v[2] = 0;
+        },
+        options);
+    ASSERT_TRUE(r.report) << r.summary();
+    EXPECT_NEAR(r["y"], 0, 1e-5);
+    ASSERT_EQ(r.report->active.size(), listed);
+    if (listed == 1) {
+      EXPECT_NEAR(r.report->active[0].multiplier, 0, 1e-3);
+    }
   }
 }
 

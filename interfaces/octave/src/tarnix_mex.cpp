@@ -90,7 +90,7 @@ class Handle {
 
 std::string textOf(const mxArray* array) {
   char* const copy = mxArrayToString(array);
-  const std::string text = copy != nullptr ? copy : "";
+  std::string text = copy != nullptr ? copy : "";
   mxFree(copy);
   return text;
 }
