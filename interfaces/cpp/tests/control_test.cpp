@@ -198,6 +198,36 @@ TEST(Control, StopFromAnotherThread) {
   EXPECT_TRUE(r.feasible);
 }
 
+TEST(Control, AStopBeforeTheBeginningEndsEverySolve) {
+  const auto never = [](const Point&, Values&) { ADD_FAILURE() << "evaluated"; };
+  Options options;
+  options.stop.emplace();
+  options.stop->request();
+  Problem fixed;
+  fixed.variable("x", 2, 2, 2);
+  fixed.minimize("f");
+  for (const Problem& p : {fixed, rosenSuzuki()})
+    for (const Method method : {Method::sqp, Method::grg, Method::automatic})
+      for (const bool check : {false, true}) {  // of gradients: is not made, and finds no fault
+        options.method = method;
+        options.checkGradients = check;
+        const Result r = p.solve(
+            never, [](const Point&, Gradients&) {}, options);
+        EXPECT_EQ(r.reason, Reason::stopped);
+        EXPECT_FALSE(r.success);
+        EXPECT_FALSE(r.feasible);
+        EXPECT_EQ(r.evaluations, 0);
+        EXPECT_EQ(r.point.x, (std::vector<double>(p.description().variables.size(),
+                                                  p.description().variables[0].start)));
+      }
+}
+
+TEST(Control, ALimitOfTimeMayBeAsLongAsADoubleSays) {
+  Options options;
+  options.maxTime = std::chrono::duration<double>(1e300);
+  EXPECT_TRUE(rosenSuzuki().solve(evaluate, options).success);
+}
+
 // Random convex problems: minimize sum c_i (x_i - a_i)^2 with two linear limits.
 struct RandomProblem {
   explicit RandomProblem(unsigned seed) {
@@ -312,14 +342,6 @@ TEST(Trace, GoesToTheHostsFunction) {
   EXPECT_EQ(text.back(), '\n');
   options.trace = [](std::string_view) { throw Failure{0}; };
   EXPECT_THROW(rosenSuzuki().solve(evaluate, options), Failure);
-}
-
-TEST(Trace, EnumsAndStatusesHaveTexts) {
-  EXPECT_EQ(to_string(Reason::unbounded) + to_string(Method::grg) + to_string(Relation::atLeast) +
-                to_string(Differences::central) + to_string(ActiveLimit::Kind::lowerBound),
-            "unboundedGRGat leastcentrallower bound");
-  EXPECT_EQ(to_string(Method::sqp, VRK_SQP_STOPPED), "a stop was requested");
-  EXPECT_EQ(to_string(Method::grg, 77), "unknown status 77");
 }
 
 // ---- inside the box ----------------------------------------------------------------------------

@@ -217,6 +217,61 @@ TEST(Callables, OfAnyKindAreReferredTo) {
   EXPECT_EQ(p.solve(counting).evaluations, counting.calls);
 }
 
+// ---- values ------------------------------------------------------------------------------------
+
+TEST(Values, CopiesOfAProblemAreIndependentAndResultsKeepTheirs) {
+  Problem p;
+  p.variable("x", 1, 0, 1);
+  p.minimize("f");
+  const Problem before = p;
+  Problem moved = std::move(p);
+  const Result r = before.solve(parabola);
+  moved.atMost("g", 0.1);
+  EXPECT_EQ(before.description().functions.size(), 1u);
+  ASSERT_EQ(moved.description().functions.size(), 2u);
+  EXPECT_EQ(moved.description().function("g"), 1u);
+  p = moved;
+  p.variable("y", 0, 0, 1);
+  EXPECT_EQ(moved.description().variables.size(), 1u);
+  EXPECT_EQ(r.description->functions.size(), 1u);
+  Result copy;
+  copy = r;
+  EXPECT_EQ(copy.summary(), r.summary());
+  Result last;
+  last = std::move(copy);
+  EXPECT_EQ(last["f"], r.objective());
+}
+
+TEST(Values, NamesAndPositionsThatDoNotExistAreNamed) {
+  Problem p;
+  p.variable("x", 1, 0, 1);
+  p.minimize("f");
+  p.atMost("g", 1);
+  const struct {
+    const char* message;
+    std::function<void(const Point&, Values&)> wrong;
+  } rows[] = {
+      {"variable number 1 does not exist, there are 1",
+       [](const Point& x, Values&) { (void)x[1]; }},
+      {"no variable is called 'g'", [](const Point& x, Values&) { (void)x["g"]; }},
+      {"function number 2 does not exist, there are 2", [](const Point&, Values& v) { v[2] = 0; }},
+      {"no objective or constraint is called 'x'", [](const Point&, Values& v) { v["x"] = 0; }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.message);
+    try {
+      p.solve(row.wrong);
+      ADD_FAILURE() << "accepted";
+    } catch (const std::out_of_range& e) {
+      EXPECT_STREQ(e.what(), row.message);
+    }
+  }
+  const auto analysis = [](const Point& x, Values& v) { std::fill(v.begin(), v.end(), *x.data()); };
+  const Result r = p.solve(analysis, [](const Point&, Gradients& g) { g(0, 0) = g("g", "x") = 1; });
+  EXPECT_EQ(r["g"], r["x"]);
+  EXPECT_THROW((void)r["h"], std::out_of_range);
+}
+
 // ---- shapes with answers by hand ---------------------------------------------------------------
 
 TEST(Solve, MaximisesWithRangesAndFixedVariables) {

@@ -114,7 +114,30 @@ TEST(Words, EveryStatusHasAReasonAndAMeaning) {
     EXPECT_EQ(reasonOf(row.method, row.status), row.reason);
     EXPECT_EQ(meaning(row.method, row.status).find("unknown"), std::string::npos);
   }
-  EXPECT_EQ(meaning(Method::sqp, 3), "unknown status 3");
+  EXPECT_EQ(to_string(Method::sqp, VRK_SQP_STOPPED), "a stop was requested");
+  EXPECT_EQ(to_string(Method::sqp, 3), "unknown status 3");
+}
+
+template <class Enum>
+std::string namesUpTo(Enum last) {
+  std::string names;
+  for (int k = 0; k <= static_cast<int>(last); ++k)
+    names += (k == 0 ? "" : ", ") + to_string(static_cast<Enum>(k));
+  return names;
+}
+
+TEST(Words, EnumsHaveTexts) {
+  EXPECT_EQ(namesUpTo(Reason::unbounded),
+            "finished, no feasible point, breakdown, iteration limit, evaluation limit, "
+            "time limit, target reached, stopped, unbounded");
+  EXPECT_EQ(namesUpTo(ActiveLimit::Kind::upperBound),
+            "equality, lower limit, upper limit, lower bound, upper bound");
+  EXPECT_EQ(to_string(Method::sqp) + to_string(Method::grg) + to_string(Method::automatic),
+            "SQPGRGautomatic");
+  EXPECT_EQ(to_string(Differences::forward) + to_string(Differences::central), "forwardcentral");
+  EXPECT_EQ(to_string(Relation::atMost) + to_string(Relation::atLeast) +
+                to_string(Relation::between) + to_string(Relation::equal),
+            "at mostat leastbetweenequal");
 }
 
 // One variable in [0, 1]; the second value is a constraint of at most 0.
