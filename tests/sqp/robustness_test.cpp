@@ -183,6 +183,11 @@ TEST_P(Robustness, ExceptionAtEachEvaluation) {
   }
 }
 
+// The public headers guarantee this bound on the evaluations of a search.
+TEST(LineSearchBound, IsTheGuaranteedOne) {
+  EXPECT_EQ(7601, tarnix::core::LineSearch::maxEvaluations);
+}
+
 TEST_P(Robustness, StopFromAnotherThread) {
   Endless state;
   std::thread other([&] {

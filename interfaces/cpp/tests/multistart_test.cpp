@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <tarnix/cpp/detail/quasi_random.hpp>
 #include <tarnix/tarnix.hpp>
+#include <thread>
 #include <vector>
 
 using namespace tarnix;
@@ -160,6 +162,52 @@ TEST(MultiStart, FindsTheBetterOfTwoFeasibleRegions) {
   Options alone;
   alone.start = r.stages.front().settings.x;
   EXPECT_EQ(p.solve(analysis, alone).point.x, r.point.x);
+}
+
+TEST(MultiStart, WhatNoStartCanMeetIsReportedAtTheLeastViolation) {
+  // max(x, 2 - x) >= 1 everywhere, but at most 0.9 is asked for; not a number where x > 1.5.
+  Problem p;
+  p.variable("x", 1.9, 0, 2);
+  p.minimize("f");
+  p.atMost("g", 0.9);
+  Options options = starts(6);
+  options.method = Method::grg;
+  const Result r = p.solve(
+      [](const Point& x, Values& v) {
+        v[0] = x[0];
+        v[1] = x[0] > 1.5 ? std::nan("") : std::max(x[0], 2 - x[0]);
+      },
+      options);
+  EXPECT_FALSE(r.success);
+  EXPECT_TRUE(r.minima->found.empty());
+  EXPECT_EQ(r.minima->unsuccessful, 6);
+  EXPECT_NEAR(r.point.violation, 0.1, 1e-3) << r.summary();
+}
+
+TEST(MultiStart, StagesTraceAndTimeOfAllStarts) {
+  const Camel c;
+  Options options = starts(5, 2);
+  std::set<int> begun;
+  std::string trace;
+  options.onStage = [&](const StageStart& stage) { begun.insert(stage.start); };
+  options.trace = [&](std::string_view text) { trace += text; };
+  options.printLevel = 1;
+  const Result r = c.problem.solve(Camel::evaluate, options);
+  ASSERT_TRUE(r.success);
+  EXPECT_EQ(begun, (std::set<int>{1, 2, 3, 4, 5}));
+  EXPECT_FALSE(trace.empty());
+
+  options = starts(1000);
+  options.maxTime = std::chrono::milliseconds(30);
+  const Result late = c.problem.solve(
+      [](const Point& x, Values& v) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        Camel::evaluate(x, v);
+      },
+      options);
+  EXPECT_EQ(late.reason, Reason::timeLimit);
+  EXPECT_LT(late.minima->starts, 1000);
+  EXPECT_GE(late.seconds, 0.03);
 }
 
 TEST(MultiStart, EndsWithTargetStopAndException) {
