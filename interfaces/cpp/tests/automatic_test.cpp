@@ -2,6 +2,7 @@
 // starts.
 
 #include <gtest/gtest.h>
+#include <tarnix/tarnix.h>
 
 #include <algorithm>
 #include <cmath>
@@ -222,6 +223,35 @@ TEST(Warm, GoesOnWhereASolveHasEnded) {
   wrong.warm = WarmStart{};
   EXPECT_THROW(describe(*problemByName("HS71")).solve(analysisOf(*problemByName("HS71")), wrong),
                InvalidProblem);
+}
+
+TEST(Advice, ASuccessWithoutTheTestOfConvergenceIsSaid) {
+  int stalled = 0, converged = 0;
+  for (int k = 0; k < problemCount(); ++k) {
+    const ::Problem& problem = *problemAt(k);
+    if (problem.n > 8) continue;
+    for (const Method method : {Method::sqp, Method::grg, Method::automatic}) {
+      SCOPED_TRACE(testing::Message() << problem.name << ", " << name(method));
+      Options options;
+      options.method = method;
+      const Result r = describe(problem).solve(analysisOf(problem), options);
+      if (!r.success) continue;
+      const bool met =
+          r.status == (r.method == Method::sqp ? int{VRK_SQP_CONVERGED} : int{VRK_GRG_CONVERGED});
+      ++(met ? converged : stalled);
+      const auto said = [&](const char* text) { return r.advice.find(text) != std::string::npos; };
+      EXPECT_EQ(said("The method stalled before it met its test of convergence."), !met);
+      EXPECT_EQ(said("It is a stationary point"), !met && method == Method::automatic);
+      EXPECT_EQ(said("The automatic method shows"), !met && method != Method::automatic);
+    }
+  }
+  EXPECT_GT(converged, 100);
+  EXPECT_GT(stalled, 10);
+  tarnix::Problem fixed;  // no method ran that could stall
+  fixed.variable("x", 2, 2, 2);
+  fixed.minimize("f");
+  EXPECT_EQ(fixed.solve([](const Point&, Values& v) { v[0] = 1; }).advice,
+            "The point lies within its bounds.");
 }
 
 }  // namespace
