@@ -1395,7 +1395,6 @@ class Keys(Case):
         ]:
             self.assertEqual(tarnix("check", self.one(run, extra)).stderr, "")
 
-
     def testNamesOfFiles(self):
         """However a file next to the problem file, or elsewhere, may be named without a shell."""
         (self.dir / "my mesh").mkdir()
