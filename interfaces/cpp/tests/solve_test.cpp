@@ -111,6 +111,28 @@ TEST(Validation, NamesWhatIsWrongBeforeAnythingRuns) {
   }
 }
 
+TEST(Validation, AcceptsWhatIsJustAllowed) {
+  Problem p;
+  p.variable("at its lower bound", 0, 0, 1);
+  p.variable("at its upper bound", 1, 0, 1);
+  p.variable("fixed", 3, 3, 3);
+  p.variables("v", std::vector<double>(98, 0.5), std::vector<double>(98, 0),
+              std::vector<double>(98, 1));  // with the first two as many as there may be
+  p.minimize("f", std::numeric_limits<double>::denorm_min());
+  p.between("point", 2, 2);
+  Options o;
+  o.differenceStep = 0.5;
+  o.accuracy = 0, o.effort = 0;
+  o.maxIterations = o.threads = o.starts = 1;
+  o.maxEvaluations = 1;
+  o.maxTime = std::chrono::nanoseconds(1);
+  WarmStart warm;
+  warm.x.assign(101, 0), warm.values.assign(2, nan), warm.multipliers.assign(2, 0);
+  warm.jacobian.assign(202, nan);
+  o.warm = warm;
+  for (const Issue& issue : p.check(o)) ADD_FAILURE() << issue.message;
+}
+
 TEST(Validation, ReportsAllIssuesAndDisagreeingSizesAndNullCallables) {
   Problem p;
   EXPECT_THROW(p.variables("v", {1, 2}, {0}, {3, 3}), InvalidProblem);
