@@ -4,7 +4,8 @@
     comparison.py [--build build/release] [--page README.md]
 
 Runs tarnix_compare, scipy_compare.py and tarnix_qp_compare, whatever of these there is. With --page
-the text between <!-- comparison --> and <!-- end of comparison --> is replaced.
+the text between <!-- comparison --> and <!-- end of comparison --> is replaced, if nothing is
+missing. The times of the quadratic subproblem need a machine without other work.
 """
 import argparse
 import datetime
@@ -92,6 +93,12 @@ def main():
               f"{compiler(options.build)}, {processor()}, {datetime.date.today()}."]
     text = "\n".join(lines) + "\n"
     print(text)
+    missing = [what for what, part in (("NLopt", "NLopt"), ("Ipopt", "Ipopt"),
+                                       ("quadprog", "quadprog"),
+                                       ("target tarnix_problems_shared, or SciPy", "SciPy"))
+               if part not in text]
+    if options.page and missing:
+        sys.exit(f"comparison.py: {options.page} is not written, missing: {', '.join(missing)}")
     if options.page:
         page = pathlib.Path(options.page)
         new, count = re.subn(r"(<!-- comparison -->\n\n).*?(\n<!-- end of comparison -->)",
