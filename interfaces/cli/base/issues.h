@@ -37,7 +37,7 @@ class Issues {
     note(otherFile, line, text, false);
   }
   void warn(int line, const std::string& text) { note(file, line, text, true); }
-  bool empty() const { return errors == 0; }  // warnings left out
+  bool empty() const { return errors == 0; }  // warnings do not count
 
   // One line each, which begins with error or warning; as whole texts end, without a line end.
   std::string text() const {

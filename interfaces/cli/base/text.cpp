@@ -147,18 +147,18 @@ bool readFile(const std::filesystem::path& path, std::string& content, std::uint
   const int file = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   if (file < 0) return false;
   struct stat status {};
-  bool sound = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
+  bool good = fstat(file, &status) == 0 && S_ISREG(status.st_mode);
   content.clear();
   char piece[65536];
-  while (sound) {
+  while (good) {
     const ssize_t count = ::read(file, piece, sizeof piece);
     if (count == 0) break;
     if (count < 0 && errno == EINTR) continue;
-    sound = count > 0 && content.size() + static_cast<std::size_t>(count) <= most;
-    if (sound) content.append(piece, static_cast<std::size_t>(count));
+    good = count > 0 && content.size() + static_cast<std::size_t>(count) <= most;
+    if (good) content.append(piece, static_cast<std::size_t>(count));
   }
   close(file);
-  return sound;
+  return good;
 }
 
 std::uint32_t checkOf(std::string_view text) {

@@ -14,7 +14,7 @@ namespace tarnix::cli {
 // direction of writing included; each becomes '?'. Line ends and tabs stay when lines is set.
 std::string printable(std::string_view text, bool lines = false);
 
-// At most so many characters of a text, with "..." where something is left out.
+// At most so many characters of a text, with "..." where something is cut.
 std::string clipped(std::string_view text, std::size_t most = 60);
 
 // So many characters of a text, which is UTF-8.

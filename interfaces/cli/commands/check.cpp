@@ -46,6 +46,10 @@ std::string sourceOf(const ResultEntry& r) {
                      : !r.header.empty() ? "column '" + r.header + "'"
                      : !r.json.empty()   ? "json '" + r.json + "'"
                                          : "column " + std::to_string(r.column);
+  static const char* const picks[] = {"", ", the first", ", the largest", ", the least",
+                                      ", the sum"};
+  rule += r.pick == Pick::number ? ", number " + std::to_string(r.pickNumber)
+                                 : picks[static_cast<int>(r.pick)];
   if (!r.after.empty()) rule += ", after '" + clipped(r.after) + "'";
   return rule + " in " + (r.file.empty() ? "standard output" : r.file);
 }
@@ -68,7 +72,7 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
   for (const std::string& word : preview.words) text += " " + shellWord(word);
   text += "\n";
   for (const auto& file : preview.files)
-    text += "  with " + file.name + ", in which the values stand at\n" + linesOf(file);
+    text += "  with " + file.name + ", in which the values are at\n" + linesOf(file);
   for (const SuppliedFile& file : command.files)
     text += (file.link ? "  with a link to " : "  with a copy of ") + file.from.string() + "\n";
   for (const std::string& variable : preview.environment)
@@ -82,7 +86,7 @@ std::string commandText(Setup& setup, const Places& places, std::span<const doub
   return text;
 }
 
-// What the same run gives beside itself has to be the same.
+// What the same run gives side by side with itself has to be the same.
 void compareSideBySide(const ProblemFile& problem, const std::vector<Record>& records) {
   for (const Record& record : records) {
     if (!record.failed.empty()) throw Failure(exitEvaluation, record.failed);
@@ -156,7 +160,7 @@ Json toJson(const Setup& setup, const std::vector<double>& values,
   const BestDesign start{startOf(problem), values, violation(problem, values)};
   const Outcome outcome = outcomeAt(problem, start, "");
   const Json shown = cli::toJson(outcome);
-  Json json{{"version", 1}, {"problem", outcome.problem}, {"sound", true}};
+  Json json{{"version", 1}, {"problem", outcome.problem}, {"valid", true}};
   json["issues"] = linesAsJson(setup.warnings);
   for (const char* key : {"variables", "objective", "constraints"})
     if (!values.empty() && shown.contains(key)) json[key] = shown[key];
@@ -206,7 +210,7 @@ int commandCheck(const ProblemArguments& arguments, bool run, int jobs, bool jso
   } catch (const Failure& failure) {
     if (json)
       std::cout << dumped(
-                       {{"version", 1}, {"sound", false}, {"issues", linesAsJson(failure.what())}},
+                       {{"version", 1}, {"valid", false}, {"issues", linesAsJson(failure.what())}},
                        2)
                 << "\n";
     throw;

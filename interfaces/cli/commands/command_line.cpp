@@ -80,14 +80,14 @@ class CommandLine {
     try {
       app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-      return told(error, argc, argv);
+      return report(error, argc, argv);
     }
     return chosen();
   }
 
  private:
   // Help, or what is wrong with the words: an unknown option with the nearest one.
-  int told(const CLI::ParseError& error, int argc, char** argv) const {
+  int report(const CLI::ParseError& error, int argc, char** argv) const {
     if (error.get_exit_code() == 0) return app.exit(error);
     const auto chosenOnes = app.get_subcommands();
     const CLI::App& sub = chosenOnes.empty() ? app : *chosenOnes[0];

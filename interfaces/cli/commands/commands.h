@@ -10,7 +10,7 @@
 
 namespace tarnix::cli {
 
-// What every command that reads a problem is told.
+// What every command that reads a problem is given.
 struct ProblemArguments {
   std::filesystem::path file, output;  // output: directory for the files, empty for the file's own
   Overrides overrides;
@@ -28,7 +28,7 @@ int commandCheck(const ProblemArguments& arguments, bool run, int jobs, bool jso
 // Evaluates one design, keeps its directory and shows the values. At: start, best, or "a=3,b=4".
 int commandRun(const ProblemArguments& arguments, const std::string& at);
 
-// Solves, or goes on with a solve.
+// Solves, or continues a solve.
 int commandSolve(const ProblemArguments& arguments, const SolveOptions& options, bool json);
 
 // Evaluates a plan of designs; their table, what each function goes with, and a CSV file.

@@ -39,7 +39,7 @@ name = "cost"
 yield    = { value = "stress", max = 500, unit = "kgf/cm^2" }
 buckles  = { value = "stress / buckling", max = 1 }
 
-# All may be left out; these are the defaults.
+# All are optional; these are the defaults.
 [options]
 method = "automatic"        # sqp, grg, or automatic: the one, then the other where that pays
 tolerance = 1e-4            # of constraints and objective, relative to their scales
@@ -64,8 +64,8 @@ width  = { start = 20, lower = 5, upper = 60, unit = "mm" }
 height = { start = 30, lower = 5, upper = 60, unit = "mm" }
 
 # The program is started once per evaluation, in a new directory of its own. In its
-# arguments and templates {{width}} stands for the value of a variable or quantity, {{width:%10.4e}}
-# for it in a format, {{dir}} for the directory of this file.
+# arguments and templates {{width}} is the value of a variable or quantity, {{width:%10.4e}} that in
+# a format, {{dir}} the directory of this file.
 [command]
 run = ["awk", "-f", "{{dir}}/simulator.awk", "input.txt"] # or one text, for the shell
 templates = [{ from = "input.template", to = "input.txt" }]

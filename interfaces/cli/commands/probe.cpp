@@ -44,7 +44,7 @@ std::vector<std::pair<std::string, std::string>> suggestions(const ProblemFile& 
       keys.emplace_back(v.name + ".difference_step", shortest(v.step));
   const double longest = std::max(p.seconds, p.secondsBeside);
   if (problem.command->timeout == 0)
-    keys.emplace_back("command.timeout", rounded(std::max(10.0, 20 * longest), 1));
+    keys.emplace_back("command.timeout", shortest(std::ceil(std::max(10.0, 20 * longest))));
   return keys;
 }
 

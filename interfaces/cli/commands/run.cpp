@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <sstream>
@@ -32,6 +33,14 @@ std::string valuesTable(const ProblemFile& problem, const Outcome& outcome, cons
   return rows.text();
 }
 
+// A reason with the place of the run before the last lines of its standard error.
+std::string withPlace(const std::string& reason, const std::filesystem::path& directory) {
+  const std::size_t lines = std::min(reason.find('\n'), reason.size());
+  const bool said = lines < reason.size();
+  return reason.substr(0, lines) + "; see " + directory.string() +
+         (said ? "/stderr.txt, which ends with" : "") + reason.substr(lines);
+}
+
 }  // namespace
 
 int commandRun(const ProblemArguments& arguments, const std::string& at) {
@@ -52,8 +61,7 @@ int commandRun(const ProblemArguments& arguments, const std::string& at) {
     setup.simulator->open(places.runs / "single");
     record =
         Evaluations(problem, *setup.model, setup.simulator.get(), nullptr, 1).repeat(x, directory);
-    if (!record.failed.empty())
-      throw Failure(exitEvaluation, record.failed + "; see " + directory.string());
+    if (!record.failed.empty()) throw Failure(exitEvaluation, withPlace(record.failed, directory));
   } else {
     record.x = x;
     record.values = setup.model->values(x, {});

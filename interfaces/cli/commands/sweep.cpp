@@ -129,7 +129,7 @@ int commandSweep(const ProblemArguments& arguments, const std::vector<std::strin
   std::vector<Axis> axes;
   for (const std::string& text : over) axes.push_back(axisOf(text));
   if (axes.size() > 2) throw Failure(exitBadProblem, "--over can be given once or twice");
-  const auto told = [&](const SweepPoint& point) {
+  const auto onPoint = [&](const SweepPoint& point) {
     if (options.progress == ProgressStyle::none) return;
     std::string line = " ";
     for (std::size_t a = 0; a < axes.size(); ++a)
@@ -140,7 +140,7 @@ int commandSweep(const ProblemArguments& arguments, const std::vector<std::strin
     std::cerr << line << "  " << stateOf(point.outcome) << "\n" << std::flush;
   };
   const SweepResult result =
-      sweep(arguments.file, arguments.output, arguments.overrides, axes, options, told);
+      sweep(arguments.file, arguments.output, arguments.overrides, axes, options, onPoint);
   const ProblemFile problem = Setup(arguments.file, arguments.overrides, false).problem;
   const Places places = studyPlaces(arguments.file, arguments.output, "sweep");
   const std::string chart = places.report.string().substr(0, places.report.string().size() - 3);

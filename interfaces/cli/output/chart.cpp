@@ -120,7 +120,7 @@ class Drawing {
          "<text class=\"tick\" text-anchor=\"middle\" transform=\"translate(12 " +
          std::to_string(down) + ") rotate(-90)\">" + escaped(c.yLabel) + "</text>\n";
   }
-  // Thinned to what can be told apart.
+  // Thinned to what can be distinguished.
   void drawMarks() {
     double before = -1e9;
     for (const Mark& mark : c.marks) {

@@ -10,7 +10,7 @@
 
 namespace tarnix::cli {
 
-// One line with its end; what holds a comma, a quote or a line end stands in quotes.
+// One line with its end; what holds a comma, a quote or a line end is put in quotes.
 std::string csvLine(const std::vector<std::string>& cells);
 
 // Exact; empty for what is not a number.

@@ -79,7 +79,7 @@ struct Verification {
   bool agrees = false;    // within the tolerance
   std::string text;       // what differs
   std::string directory;  // of that run; empty when it is not kept
-  bool disturbed{};       // not this design differs, but one that was run side by side with another
+  std::string reason{};   // why they do not agree, for the outcome
 };
 
 struct Outcome {

@@ -8,7 +8,7 @@ namespace tarnix::cli {
 
 namespace {
 
-// The fields of every part stand in one list each, which serves both directions.
+// The fields of every part are in one list each, which serves both directions.
 template <class Fields, class Part>
 void fieldsOf(Fields& fields, Part& o, const ObjectiveOutcome*) {
   fields("name", o.name), fields("sense", o.sense), fields("value", o.value);
@@ -83,7 +83,7 @@ void fieldsOf(Fields& fields, Part& o, const Outcome*) {
   fields("replayed", o.replayed), fields("seconds", o.seconds);
 }
 
-// What is absent, and a text that is empty, is left out; units are always there.
+// What is absent, and a text that is empty, is omitted; units are always there.
 class Writer {
  public:
   Json json = Json::object();

@@ -17,7 +17,7 @@ namespace tarnix::cli {
 
 namespace {
 
-// Asked for anew each time: a window may change its size meanwhile.
+// Asked for each time: a window may change its size meanwhile.
 std::size_t terminalWidth() {
   winsize size{};
   return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1u : 79u;

@@ -16,7 +16,7 @@ struct ReportedSolve {
   History history;
 };
 
-// Of several solves their results stand side by side, with a section for each below.
+// Of several solves their results are shown side by side, with a section for each below.
 void writeReport(const std::vector<ReportedSolve>& solves, std::ostream& page);
 
 }  // namespace tarnix::cli

@@ -82,7 +82,7 @@ class Panel {
       : x0(left), y0(top), w(width), h(height) {}
 
   std::string draw(const std::string& name, const std::string& axis, const std::vector<double>& x,
-                   const std::vector<double>& y, const std::vector<bool>& sound) {
+                   const std::vector<double>& y, const std::vector<bool>& solved) {
     for (const double value : x) across.include(value);
     for (const double value : y) up.include(value);
     across = across.widened(), up = up.widened();
@@ -93,7 +93,7 @@ class Panel {
     for (const double t : ticks(across, w > 400 ? 8 : 4))
       s += label(rounded(t, 4), horizontal(t), y0 + h + 15, "tick", "middle");
     if (!axis.empty()) s += label(axis, x0 + w / 2, y0 + h + 34, "name", "middle");
-    drawCurve(x, y, sound);
+    drawCurve(x, y, solved);
     return s;
   }
 
@@ -104,15 +104,15 @@ class Panel {
   double vertical(double y) const { return y0 + h - (y - up.low) / (up.high - up.low) * h; }
 
   void drawCurve(const std::vector<double>& x, const std::vector<double>& y,
-                 const std::vector<bool>& sound) {
+                 const std::vector<bool>& solved) {
     std::string curve, marks;
     bool pen = false;
     for (std::size_t k = 0; k < x.size(); ++k) {
       const std::string hover = "<title>" + rounded(x[k]) + ": " +
                                 (std::isfinite(y[k]) ? rounded(y[k]) : "no design") +
-                                (sound[k] ? "" : ", not solved") + "</title>";
+                                (solved[k] ? "" : ", not solved") + "</title>";
       const double wide = horizontal(x[k]);
-      if (sound[k] && std::isfinite(y[k])) {
+      if (solved[k] && std::isfinite(y[k])) {
         curve += (pen ? "L" : "M") + place(wide) + " " + place(vertical(y[k]));
         marks += "<circle cx=\"" + place(wide) + "\" cy=\"" + place(vertical(y[k])) +
                  "\" r=\"3\">" + hover + "</circle>\n";
@@ -121,7 +121,7 @@ class Panel {
         marks += "<path class=\"cross\" d=\"M" + place(wide - 4) + " " + place(at - 4) +
                  "l8 8m0 -8l-8 8\">" + hover + "</path>\n";
       }
-      pen = sound[k] && std::isfinite(y[k]);
+      pen = solved[k] && std::isfinite(y[k]);
     }
     s += "<path class=\"curve\" d=\"" + curve + "\"/>\n" + marks;
   }
@@ -136,7 +136,7 @@ double objectiveOf(const SweepPoint& point) {
   return point.outcome->objective->value;
 }
 
-bool isSound(const SweepPoint& point) {
+bool isSolved(const SweepPoint& point) {
   return point.outcome && point.outcome->success;
 }
 
@@ -155,16 +155,16 @@ std::string curveChart(const ProblemFile& problem, const Axis& axis,
                        const std::vector<SweepPoint>& points) {
   constexpr double width = 760, left = 70, tall = 260, small = 120, column = 230;
   std::vector<double> x, y;
-  std::vector<bool> sound;
+  std::vector<bool> solved;
   for (const SweepPoint& point : points) {
     x.push_back(point.at[0]);
     y.push_back(objectiveOf(point));
-    sound.push_back(isSound(point));
+    solved.push_back(isSolved(point));
   }
   const ObjectiveEntry& goal = problem.objective;
   std::string content =
       Panel(left, 64, width - left - 20, tall)
-          .draw(withUnit(goal.name, goal.unit), axisLabel(problem, axis.name), x, y, sound);
+          .draw(withUnit(goal.name, goal.unit), axisLabel(problem, axis.name), x, y, solved);
   double top = 64 + tall + 76;
   int shown = 0;
   for (std::size_t i = 0; i < problem.variables.size(); ++i) {
@@ -176,7 +176,7 @@ std::string curveChart(const ProblemFile& problem, const Axis& axis,
     const int place = shown++ % 3;
     if (shown > 1 && place == 0) top += small + 60;
     content += Panel(left + place * column, top, column - 60, small)
-                   .draw(withUnit(v.name, v.unit), "", x, values, sound);
+                   .draw(withUnit(v.name, v.unit), "", x, values, solved);
   }
   return svg(width, top + small + 36, titleOf(problem), content);
 }
@@ -211,10 +211,10 @@ std::string mapChart(const ProblemFile& problem, const std::vector<Axis>& axes,
     const std::size_t row = rows - 1 - k / columns, column = k % columns;  // upwards
     const double x = left + static_cast<double>(column) * cell,
                  y = top + static_cast<double>(row) * tall, value = objectiveOf(points[k]);
-    const bool drawn = std::isfinite(value), sound = isSound(points[k]);
+    const bool drawn = std::isfinite(value), solved = isSolved(points[k]);
     const double share =
         drawn && range.high > range.low ? (value - range.low) / (range.high - range.low) : 0.0;
-    const std::string text = drawn ? rounded(value, 4) + (sound ? "" : " ?") : "none";
+    const std::string text = drawn ? rounded(value, 4) + (solved ? "" : " ?") : "none";
     s += "<rect x=\"" + place(x) + "\" y=\"" + place(y) + "\" width=\"" + place(cell - 1) +
          "\" height=\"" + place(tall - 1) +
          "\" style=\"fill:" + (drawn ? cellColor(share) : "var(--line)") + "\"><title>" +

@@ -1,4 +1,4 @@
-// The charts of a sweep, as an SVG file that stands alone: a curve with the course of the
+// The charts of a sweep, as an SVG file that needs no other: a curve with the course of the
 // variables below, or a map of two axes.
 #pragma once
 

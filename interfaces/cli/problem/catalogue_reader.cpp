@@ -12,14 +12,14 @@ std::vector<double> readValues(Section& section, VariableEntry& variable) {
   const toml::node* node = section.take("values");
   if (!node) return values;
   const toml::array* array = node->as_array();
-  bool sound = array && !array->empty();
-  if (sound)
+  bool valid = array && !array->empty();
+  if (valid)
     for (const toml::node& item : *array) {
       const auto value = item.value<double>();
-      sound = sound && item.is_number() && value && std::isfinite(*value);
-      if (sound) values.push_back(*value);
+      valid = valid && item.is_number() && value && std::isfinite(*value);
+      if (valid) values.push_back(*value);
     }
-  if (!sound) {
+  if (!valid) {
     section.issue("values", "'values' is not a list of numbers in brackets");
     return {};
   }

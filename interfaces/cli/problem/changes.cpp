@@ -98,7 +98,7 @@ void apply(const std::string& change, toml::table& content, Issues& issues) {
 
 std::string textWith(const Overrides& changes, std::string text, Issues& issues) {
   for (const std::string& change : changes) {
-    toml::table content = toml::parse(text);  // anew: every change moves what follows it
+    toml::table content = toml::parse(text);  // again: every change moves what follows it
     const Place place = placeOf(change, content, issues);
     if (place.owner) write(place, text);
   }

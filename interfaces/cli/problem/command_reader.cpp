@@ -157,7 +157,7 @@ void CommandReader::readScratch(Section& section, Command& command) {
     section.issue("scratch", "'" + command.scratch.string() + "' is no directory");
 }
 
-// Runs begin in a directory of their own: a script beside the problem file is not found by its
+// Runs begin in a directory of their own: a script next to the problem file is not found by its
 // bare name there.
 void CommandReader::warnOfMissingScripts(Section& section, const Command& command) {
   static const char* const endings[] = {".sh", ".py", ".pl",  ".awk", ".m",   ".R",
@@ -170,17 +170,17 @@ void CommandReader::warnOfMissingScripts(Section& section, const Command& comman
     const bool script = std::any_of(std::begin(endings), std::end(endings),
                                     [&](const char* e) { return path.extension() == e; });
     std::error_code error;
-    const bool beside = fs::exists(directory / path, error);
-    const bool named = script || (beside && word.find('/') != std::string::npos);
+    const bool isThere = fs::exists(directory / path, error);
+    const bool named = script || (isThere && word.find('/') != std::string::npos);
     if (!named || path.is_absolute() || word.find_first_of("{}$`'\"<>;|&()*?") != word.npos ||
         targets.count(path.lexically_normal().generic_string()) ||
         (!command.shell && word == command.words[0]))
       continue;
     issues.warn(section.line("run"),
                 "command: '" + word + "' is not in the directory of a run; " +
-                    (beside ? "write {{dir}}/" + path.lexically_normal().generic_string() +
-                                  ", or name it in 'files'"
-                            : "nor is there one next to the problem file"));
+                    (isThere ? "write {{dir}}/" + path.lexically_normal().generic_string() +
+                                   ", or name it in 'files'"
+                             : "nor is there one next to the problem file"));
   }
 }
 
@@ -238,7 +238,7 @@ ResultEntry CommandReader::result(const std::string& name, Section& section) {
   if (!result.json.empty() && result.json[0] != '/')
     section.issue("json", "'json' is a pointer such as \"/loads/0/force\"");
   if (!result.json.empty() && !result.after.empty())
-    section.issue("after", "'after' is about lines: leave it out with 'json'");
+    section.issue("after", "'after' is about lines: omit it with 'json'");
   if (result.file.find("{{") != std::string::npos)
     section.issue("file", "'" + result.file +
                               "' is the name of a file in the directory of a run, without places");

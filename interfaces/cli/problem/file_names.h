@@ -1,4 +1,4 @@
-// Names of files in a problem file: what they stand for, and where they lie.
+// Names of files in a problem file: what they mean, and where the files are.
 #pragma once
 
 #include <filesystem>

@@ -93,20 +93,20 @@ Model::Model(const ProblemFile& p, Issues& issues) : problem(p) {
   used.assign(names.size(), false);
   for (std::size_t i = 0; i < p.variables.size(); ++i) slots[i] = p.variables[i].start;
 
-  bool sound = true;
+  bool valid = true;
   std::vector<std::vector<std::size_t>> uses(p.quantities.size());
   quantities.resize(p.quantities.size());
   for (std::size_t i = 0; i < quantities.size(); ++i) {
     quantities[i].target = &slots[quantitiesBegin + i];
-    sound = compile(p.quantities[i].value, quantities[i], uses[i], issues) && sound;
+    valid = compile(p.quantities[i].value, quantities[i], uses[i], issues) && valid;
   }
   orderQuantities(uses, issues);
 
   std::vector<std::size_t> unused;
   outputs.resize(1 + p.constraints.size());
-  sound = compile(p.objective.value, outputs[0], unused, issues) && sound;
+  valid = compile(p.objective.value, outputs[0], unused, issues) && valid;
   for (std::size_t j = 0; j < p.constraints.size(); ++j)
-    sound = compile(p.constraints[j].value, outputs[j + 1], unused, issues) && sound;
+    valid = compile(p.constraints[j].value, outputs[j + 1], unused, issues) && valid;
 
   for (std::size_t i = 0; i < quantitiesBegin; ++i) inputLabels.push_back(names[i]);
   for (const std::size_t i : order)

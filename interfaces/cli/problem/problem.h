@@ -44,7 +44,7 @@ struct ObjectiveEntry {
   std::optional<double> scale;
 };
 
-// min <= value <= max, or value = equal, which stands in both limits.
+// min <= value <= max, or value = equal, which is then both limits.
 struct ConstraintEntry {
   std::string name;
   std::string unit;
@@ -79,7 +79,7 @@ struct TemplateFile {
   int line = 0;
 };
 
-// What a run directory gets from beside the problem file.
+// What a run directory gets from next to the problem file.
 struct SuppliedFile {
   std::filesystem::path from;  // absolute; a file or a folder
   std::string to;              // in the run directory

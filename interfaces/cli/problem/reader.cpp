@@ -210,8 +210,7 @@ class Reader {
     constraint.max = section.number("max");
     if (const auto equal = section.number("equal")) {
       constraint.equality = true;
-      if (constraint.min || constraint.max)
-        section.issue("'equal' stands alone; leave out 'min' and 'max'");
+      if (constraint.min || constraint.max) section.issue("'equal' excludes 'min' and 'max'");
       constraint.min = constraint.max = equal;
     }
     if (!section.has("min") && !section.has("max") && !section.has("equal") &&
@@ -316,10 +315,10 @@ std::string syntaxHint(const std::string& description) {
   const std::pair<const char*, const char*> hints[] = {
       {"expected decimal digit", "; a decimal point has digits on both sides: 0.5, 1.0"},
       {"saw ','", "; numbers have a decimal point: 0.1, not 0,1"},
-      {"saw '\\n'", "; a table in braces stands in one line"},
-      {"could not determine value type", "; an expression stands in quotes"},
+      {"saw '\\n'", "; a table in braces is written in one line"},
+      {"could not determine value type", "; an expression is written in quotes"},
       {"utf-8", "; convert the file to UTF-8, for instance with iconv -f latin1 -t utf-8"},
-      {"escape sequence", "; a regex stands in single quotes, where \\ is nothing special"}};
+      {"escape sequence", "; a regex is written in single quotes, where \\ is nothing special"}};
   for (const auto& [part, hint] : hints)
     if (description.find(part) != std::string::npos) return hint;
   return {};

@@ -24,7 +24,7 @@ class Section {
       : table(content), name(std::move(ownName)), firstLine(ownLine), issues(list) {}
 
   bool has(const std::string& key) const { return table.contains(key); }
-  // Whether an unknown key looks like this one, which is then told as such and not as missing.
+  // Whether an unknown key looks like this one, which is then reported as such and not as missing.
   bool misspells(const std::string& key) const;
   int line() const { return firstLine; }
   int line(const std::string& key) const;

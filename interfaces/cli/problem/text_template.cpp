@@ -13,7 +13,7 @@ namespace tarnix::cli {
 namespace {
 
 // %[flags][width][.precision] and a letter for doubles, with at most three digits each.
-bool soundFormat(const std::string& format) {
+bool isFormat(const std::string& format) {
   std::size_t i = 0;
   const auto at = [&](const char* set) {
     return i < format.size() && std::string(set).find(format[i]) != std::string::npos;
@@ -90,7 +90,7 @@ void TextTemplate::readPlace(std::string inner, const std::vector<std::string>& 
   const auto place = std::find(names.begin(), names.end(), name);
   if (place == names.end())
     complain(line, "unknown name '" + clipped(name) + "' in {{ }}" + suggestion(name, names));
-  else if (!part.format.empty() && !soundFormat(part.format))
+  else if (!part.format.empty() && !isFormat(part.format))
     complain(line,
              "format '" + clipped(part.format) + "' of '" + name + "' is not like %12.5e or %.17g");
   else

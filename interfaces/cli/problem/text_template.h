@@ -14,7 +14,7 @@ class TextTemplate {
   using Complain = std::function<void(int line, const std::string& fault)>;
   enum class Kind { plain, shell };  // shell: texts are filled in as one word whatever they hold
 
-  // Names of numbers come first; of texts behind them ("dir", "run"). Complain is told of each
+  // Names of numbers come first; of texts behind them ("dir", "run"). Complain is called for each
   // fault with the line within the text, from 1 on.
   TextTemplate(const std::string& text, const std::vector<std::string>& numbers,
                const std::vector<std::string>& texts, const Complain& complain,
@@ -31,14 +31,14 @@ class TextTemplate {
  private:
   enum class Quote { none, single, twice };
   struct Part {
-    std::string literal;                               // what stands before the place
+    std::string literal;                               // what comes before the place
     std::size_t index = static_cast<std::size_t>(-1);  // of the value; none for the last part
     std::string format;
-    Quote quote = Quote::none;  // of the shell, where the place stands
+    Quote quote = Quote::none;  // of the shell, at the place
   };
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
 
-  // Fills in name and format of a place from what stands between the braces.
+  // Fills in name and format of a place from what is between the braces.
   static void readPlace(std::string inner, const std::vector<std::string>& names, int line,
                         const Complain& complain, Part& part);
   void noteQuotes();

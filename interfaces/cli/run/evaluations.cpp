@@ -26,7 +26,7 @@ Evaluations::Key Evaluations::keyOf(std::span<const double> x) {
   return key;
 }
 
-// What a command has measured stands; objective and constraints follow from it anew, so that a
+// What a command has measured is kept; objective and constraints are computed again, so that a
 // limit or an expression may have been changed in between.
 void Evaluations::replay(bool retryFailed) {
   const bool penalty = problem.command && problem.command->onFailure == FailurePolicy::penalty;
@@ -35,7 +35,7 @@ void Evaluations::replay(bool retryFailed) {
   for (Record record : history->records()) {
     if (!record.failed.empty()) {
       latestFailure = record.failed;
-      if (!penalty || retryFailed) continue;  // the user has seen to the cause: it is run again
+      if (!penalty || retryFailed) continue;  // the user has removed the cause: it is run again
       record.values = penaltiesOf(problem);
     } else {
       const Judged judged = judge(problem, model, record);
@@ -108,7 +108,6 @@ void Evaluations::repeatAll(const Designs& designs) {
 // As they end.
 std::vector<Record> Evaluations::repeated(const Designs& designs) {
   std::vector<Record> records;
-  const Designs besideBefore = beside;
   for (std::size_t first = 0; first < designs.size() || !runs.empty();) {
     while (first < designs.size() && running() < jobs) startRun(designs[first++], 1);
     wait();
@@ -118,15 +117,7 @@ std::vector<Record> Evaluations::repeated(const Designs& designs) {
       return outcome.has_value();
     });
   }
-  beside = besideBefore;  // those of the solve
   return records;
-}
-
-Evaluations::Designs Evaluations::sideBySide() const {
-  Designs measured;
-  for (const auto& x : beside)
-    if (known.count(keyOf(x)) && failureAt(x).empty()) measured.push_back(x);
-  return measured;
 }
 
 bool Evaluations::limitReached() const {
@@ -161,7 +152,7 @@ Record Evaluations::repeat(std::span<const double> x, std::filesystem::path& dir
 
 // ---- running side by side ----------------------------------------------------------------------
 
-bool Evaluations::advance(const Designs& designs, int most) {
+bool Evaluations::advance(const Designs& designs, int most, bool amongOthers) {
   collect();
   bool allKnown = true;
   for (const auto& x : designs) {
@@ -171,7 +162,9 @@ bool Evaluations::advance(const Designs& designs, int most) {
       throw Failure(exitEvaluation, place->second.failed);
     if (place != known.end()) continue;
     allKnown = false;
-    if (running() < most && !isRunning(key) && !limitReached()) startRun(x, 1);
+    if (running() >= most || isRunning(key) || limitReached()) continue;
+    startRun(x, 1);
+    if (amongOthers) amongOthersLast = x;
   }
   return allKnown;
 }
@@ -200,7 +193,6 @@ bool Evaluations::isRunning(const Key& key) const {
 void Evaluations::startRun(std::span<const double> x, int attempt) {
   Run run = simulator->start(nextRun, x, attempt, noteStart);
   nextRun = run.number + 1;
-  if (!runs.empty()) beside = {runs.back().x, run.x};
   runs.push_back(std::move(run));
 }
 

@@ -22,7 +22,7 @@ struct LimitReached {
   std::string option;  // max_evaluations or max_seconds
 };
 
-// What stands for the values of a failed run when the failure policy goes on.
+// What replaces the values of a failed run when the failure policy says continue.
 std::vector<double> penaltiesOf(const ProblemFile& problem);
 
 class Evaluations {
@@ -49,16 +49,19 @@ class Evaluations {
   std::vector<std::vector<double>> atAll(const Designs& designs);
 
   // Takes in the runs that have ended, and begins those of designs that are not known, in their
-  // order, while fewer than so many go on. True when all are known; nothing is waited for.
-  bool advance(const Designs& designs, int most);
+  // order, while fewer than so many are running. True when all are known; nothing is waited for.
+  // Among others: runs of another command are side by side with these.
+  bool advance(const Designs& designs, int most, bool amongOthers = false);
+  // The last design that was begun among others; empty when there is none.
+  const std::vector<double>& besideOthers() const { return amongOthersLast; }
   // Throws LimitReached when none may be begun.
   void keepLimits();
   // Of a design that is known: as at, and what the command gave.
   std::vector<double> answer(std::span<const double> x);
   std::vector<double> resultsAt(std::span<const double> x) const;
 
-  // Objective and constraints at a design; penalties where a run has failed and the policy goes on.
-  // Throws Failure when the policy says stop, LimitReached, Interrupted on a signal.
+  // Objective and constraints at a design; penalties where a run has failed and the policy says
+  // continue. Throws Failure when the policy says stop, LimitReached, Interrupted on a signal.
   std::vector<double> at(std::span<const double> x);
 
   // Runs a design once more, alone, and keeps its directory. Its record, with values unless it has
@@ -71,14 +74,11 @@ class Evaluations {
   // As many runs of one design side by side as there are jobs, outside the history.
   std::vector<Record> copies(std::span<const double> x);
 
-  // Designs of the last two runs that were side by side, without the ones that failed.
-  Designs sideBySide() const;
-
   // Best of the designs measured in the box: a feasible one before others, then the better
   // objective.
   const std::optional<BestDesign>& best() const { return bestSeen; }
   const Counts& counts() const { return count; }
-  // In work, those that wait to be repeated too.
+  // Under way, with those that wait to be repeated too.
   int running() const { return static_cast<int>(runs.size() + retries.size()); }
 
   // Objective and constraints of the design measured last; empty before the first.
@@ -140,7 +140,7 @@ class Evaluations {
   std::optional<BestDesign> bestSeen;
   NotFinite spoiled;
   std::vector<double> latestValues;
-  Designs beside;  // as sideBySide
+  std::vector<double> amongOthersLast;
   std::string latestFailure;
   long penaltyAnswer = 0;
   const Clock::time_point begun = Clock::now();

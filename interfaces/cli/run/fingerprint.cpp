@@ -33,7 +33,7 @@ class Hash {
   std::uint64_t value = hashOf("");
 };
 
-// Of a folder everything in it. What is linked may be large: its size and time stand for it.
+// Of a folder everything in it. What is linked may be large: its size and time represent it.
 void addContent(const fs::path& path, bool link, Hash& hash) {
   std::error_code error;
   if (fs::is_directory(path, error)) {

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstring>
 #include <stdexcept>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
@@ -76,7 +77,7 @@ long runNumber(const Json& entry, const ProblemFile& problem) {
   return static_cast<long>(number);
 }
 
-// Whatever does not fit the problem is refused: the numbers are used as they are later on.
+// Whatever does not fit the problem is rejected: the numbers are used as they are later on.
 Record recordFrom(const Json& entry, const ProblemFile& problem) {
   Record record{runNumber(entry, problem),
                 vectorAt(entry, "x"),
@@ -127,6 +128,7 @@ History::History(History&& other) noexcept
       marks(std::move(other.marks)),
       started(std::move(other.started)),
       failedAttempts(std::move(other.failedAttempts)),
+      course(std::move(other.course)),
       highestRun(other.highestRun),
       lastEnd(std::move(other.lastEnd)) {}
 
@@ -248,9 +250,9 @@ void History::parseHeader(std::string_view line, const ProblemFile& problem) con
                      [&part = part](const auto& p) { return p.first == part; }))
       change(part);
   if (!changed.empty())
-    throw Failure(exitFiles, file.string() + ": the values in it belong to another state of " +
-                                 problem.file.string() + ". Changed: " + clipped(changed, 300) +
-                                 ". Put that back, or start over with 'tarnix solve --fresh'");
+    throw OtherState(exitFiles, file.string() + ": the values in it belong to another state of " +
+                                    problem.file.string() + ". Changed: " + clipped(changed, 300) +
+                                    ". Put that back, or start over with 'tarnix solve --fresh'");
 }
 
 void History::parseLine(std::string_view line, const ProblemFile& problem) {
@@ -261,6 +263,7 @@ void History::parseLine(std::string_view line, const ProblemFile& problem) {
   }
   if (entry.contains("began")) {
     begun.push_back(beginningFrom(entry.at("began")));
+    course.push_back(0);
     return;
   }
   if (entry.contains("iteration")) {
@@ -272,14 +275,42 @@ void History::parseLine(std::string_view line, const ProblemFile& problem) {
   highestRun = std::max(highestRun, runNumber(entry, problem));
   if (entry.contains("started")) {
     started.push_back(runNumber(entry, problem));
+    course.push_back(started.back());
     return;
   }
   if (entry.contains("attempt_failed")) {
     failedAttempts.push_back(runNumber(entry, problem));
+    course.push_back(-failedAttempts.back());
     return;
   }
-  (entry.contains("verifies") ? repeated : known).push_back(recordFrom(entry, problem));
+  auto& records = entry.contains("verifies") ? repeated : known;
+  records.push_back(recordFrom(entry, problem));
+  course.push_back(-records.back().run);
   if (!entry.contains("verifies")) lastEnd = nullptr;
+}
+
+std::vector<Record> History::sideBySide() const {
+  std::unordered_map<long, const Record*> measured;
+  for (const Record& record : known)
+    if (record.failed.empty() && record.run > 0) measured[record.run] = &record;
+  std::vector<Record> alike, last;
+  std::vector<long> open;
+  for (const long run : course) {
+    if (run == 0) open.clear();
+    if (run <= 0) {
+      std::erase(open, -run);
+      continue;
+    }
+    for (const long before : open) {
+      if (!measured.count(before) || !measured.count(run)) continue;
+      const Record &a = *measured.at(before), &b = *measured.at(run);
+      last = {a, b};
+      if (a.results == b.results) alike = last;
+    }
+    open.push_back(run);
+  }
+  alike.insert(alike.end(), last.begin(), last.end());
+  return alike;
 }
 
 std::vector<long> History::cutShort() const {
@@ -296,20 +327,42 @@ long History::finishedRuns() const {
   return static_cast<long>(started.size() - cutShort().size() - repeated.size());
 }
 
-Overrides History::overridesIn(const std::filesystem::path& path) {
+namespace {
+
+// The last line of a kind in a file, an empty object when there is none or it is damaged.
+Json lastLine(const std::filesystem::path& path, const std::string& kind) {
   std::string content;
-  if (!readFile(path, content)) return {};
-  const std::size_t at = content.rfind("\n{\"began\":");
-  if (at == std::string::npos) return {};
+  if (!readFile(path, content)) return Json::object();
+  const std::size_t at = content.rfind("\n{\"" + kind + "\":");
+  if (at == std::string::npos) return Json::object();
   const std::size_t end = std::min(content.find('\n', at + 1), content.size());
   try {
-    return beginningFrom(parsed(std::string_view(content).substr(at + 1, end - at - 1)).at("began"))
-        .set;
+    return parsed(std::string_view(content).substr(at + 1, end - at - 1));
+  } catch (const Json::exception&) {
+  } catch (const std::invalid_argument&) {
+  }
+  return Json::object();  // reported when the history is read
+}
+
+}  // namespace
+
+Overrides History::overridesIn(const std::filesystem::path& path) {
+  const Json line = lastLine(path, "began");
+  try {
+    return line.contains("began") ? beginningFrom(line.at("began")).set : Overrides();
   } catch (const Json::exception&) {
     return {};
-  } catch (const std::invalid_argument&) {
-    return {};  // damaged: told when the history is read
   }
+}
+
+std::unique_ptr<const Outcome> History::endIn(const std::filesystem::path& path) {
+  const Json line = lastLine(path, "end");
+  try {
+    if (line.contains("end")) return std::make_unique<const Outcome>(outcomeFrom(line.at("end")));
+  } catch (const Json::exception&) {
+  } catch (const std::invalid_argument&) {
+  }
+  return nullptr;
 }
 
 void History::noteBeginning(const Beginning& beginning) {
@@ -320,6 +373,7 @@ void History::noteBeginning(const Beginning& beginning) {
   if (!beginning.set.empty()) entry["set"] = beginning.set;
   write("{\"began\":" + dumped(entry));
   begun.push_back(beginning);
+  course.push_back(0);
 }
 
 void History::noteIteration(const std::string& method, int number) {
@@ -331,24 +385,28 @@ void History::noteIteration(const std::string& method, int number) {
 void History::noteStart(long run) {
   write("{\"run\":" + std::to_string(run) + ",\"started\":true");
   started.push_back(run);
+  course.push_back(run);
   highestRun = std::max(highestRun, run);
 }
 
 void History::noteFailedAttempt(long run) {
   write("{\"run\":" + std::to_string(run) + ",\"attempt_failed\":true");
   failedAttempts.push_back(run);
+  course.push_back(-run);
 }
 
 void History::append(const Record& record) {
   write(lineOf(record));
   if (record.run > 0) store();
   known.push_back(record);
+  course.push_back(-record.run);
 }
 
 void History::appendVerification(const Record& record) {
   write(lineOf(record) + ",\"verifies\":true");
   store();
   repeated.push_back(record);
+  course.push_back(-record.run);
 }
 
 void History::appendEnd(const Outcome& outcome) {

@@ -1,6 +1,6 @@
 // The file of finished evaluations: one JSON object per line, numbers in the shortest form that
-// reads back to the same bits. A line is written whole, in one call, before the solve goes on; it
-// ends with a check of what stands before it.
+// reads back to the same bits. A line is written whole, in one call, before the solve continues; it
+// ends with a check of what precedes it.
 #pragma once
 
 #include <filesystem>
@@ -38,6 +38,11 @@ struct IterationMark {
   std::size_t behind = 0;
 };
 
+// Its values belong to another state of the problem.
+struct OtherState : Failure {
+  using Failure::Failure;
+};
+
 class History {
  public:
   explicit History(std::filesystem::path path) : file(std::move(path)) {}
@@ -47,7 +52,7 @@ class History {
 
   // Begins a new file. Throws Failure rather than emptying a file that is no history.
   void create(const ProblemFile& problem);
-  // Goes on with an existing one, from which it cuts a torn last line. Throws Failure when there is
+  // Continues an existing one, from which it cuts a torn last line. Throws Failure when there is
   // none, or when it is damaged before its end, belongs to other values, or is in use.
   void resume(const ProblemFile& problem);
   // Only reads; nothing is locked or cut.
@@ -55,6 +60,9 @@ class History {
 
   // Changes of the command line that the last start of the program noted; none without a history.
   static Overrides overridesIn(const std::filesystem::path& path);
+
+  // The design that a finished solve ended at, whatever the state of the problem; null without one.
+  static std::unique_ptr<const Outcome> endIn(const std::filesystem::path& path);
 
   // True while another process writes to the file.
   static bool inUse(const std::filesystem::path& path);
@@ -75,6 +83,9 @@ class History {
   const std::vector<Beginning>& beginnings() const { return begun; }
   const std::vector<IterationMark>& iterations() const { return marks; }
   const std::vector<Record>& verifications() const { return repeated; }
+  // Pairs of measured designs whose runs were under way at the same time: the last one that gave
+  // the same for different designs, as a file of both may, and the last one.
+  std::vector<Record> sideBySide() const;
   // Numbers of the runs that were begun and have not come to their end.
   std::vector<long> cutShort() const;
   long lastRun() const { return highestRun; }
@@ -99,6 +110,7 @@ class History {
   std::vector<Beginning> begun;
   std::vector<IterationMark> marks;
   std::vector<long> started, failedAttempts;
+  std::vector<long> course;  // numbers of runs as they begin, negative as they end; 0: all have
   long highestRun = 0;
   std::shared_ptr<const Outcome> lastEnd;
 };

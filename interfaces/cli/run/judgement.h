@@ -17,8 +17,8 @@ struct Judged {
   double violation = 0;        // largest, in units of the scales; NaN when a value is not finite
 };
 
-// Values of a record follow from what a command has measured anew: a limit or an expression may
-// have been changed in between.
+// Values of a record follow from what a command has measured, each time: a limit or an expression
+// may have been changed in between.
 Judged judge(const ProblemFile& problem, Model& model, const Record& record);
 
 // Largest violation of the constraints, each in units of its scale; NaN when a value is not finite.

@@ -20,7 +20,7 @@ tarnix::Problem layerProblem(const ProblemFile& problem, double objectiveScale);
 double plainStep(const OptionsTable& options);
 tarnix::Options layerOptions(const OptionsTable& options);
 
-// What the layer would refuse.
+// What the layer would reject.
 std::vector<std::string> layerIssues(const ProblemFile& problem);
 
 Outcome outcomeOf(const ProblemFile& problem, const tarnix::Result& result);

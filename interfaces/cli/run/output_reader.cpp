@@ -17,7 +17,7 @@ namespace tarnix::cli {
 
 namespace {
 
-// What is looked for stands at the beginning of a line; of a longer one the rest is skipped.
+// What is looked for is at the beginning of a line; of a longer one the rest is skipped.
 constexpr std::size_t longestLine = 1 << 20;
 constexpr std::size_t longestMatch = 1000;
 
@@ -36,7 +36,7 @@ std::optional<std::string_view> valueOfKey(std::string_view line, const std::str
   return trimmed(line.substr(1));
 }
 
-// Whether a word stands where a number was to be: one with a comma, or the stars of a field that
+// Whether there is a word where a number was to be: one with a comma, or the stars of a field that
 // was too narrow. It is no heading, to be passed over for the number above it.
 bool meantAsNumber(std::string_view word) {
   if (word.find_first_not_of('*') == word.npos) return true;
@@ -254,7 +254,7 @@ bool OutputReader::scan(const std::filesystem::path& directory, const std::strin
     reason = placeName(file) + " is larger than output_limit allows: no " + result;
   if (!reason.empty()) return false;
   scanJson(directory / (file.empty() ? "stdout.txt" : file), file, found, reason);
-  // Where the last match counts: what is printed while a simulator iterates stands earlier.
+  // Where the last match counts: what is printed while a simulator iterates comes earlier.
   lines.each([&](std::string_view line) {
     for (std::size_t i = 0; i < rules.size(); ++i) {
       const ResultEntry& entry = rules[i].entry;

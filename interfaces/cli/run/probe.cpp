@@ -37,7 +37,7 @@ class Prober {
   Probe run() {
     repeatStart();
     differences();
-    if (result.signal != 0 || !center) return std::move(result);
+    if (result.signal != 0) return std::move(result);
     nameValues();
     for (std::size_t q = 0; q < result.values.size(); ++q)
       result.values[q].noise = std::max(randomNoise(q), differenceNoise(q));
@@ -89,10 +89,10 @@ class Prober {
   }
 
   // ---- differences -----------------------------------------------------------------------------
-  // Per variable and step two designs beside the start, evenly spaced with it: on both sides, or
-  // both on the inner one.
+  // Per variable and step two designs next to the start, evenly spaced with it: on both sides, or
+  // both on the inner one. The start itself has been run alone.
   void differences() {
-    std::vector<std::vector<double>> designs{x0};
+    std::vector<std::vector<double>> designs;
     for (const std::size_t i : free) {
       const VariableEntry& v = problem.variables[i];
       for (const double share : steps) {
@@ -112,7 +112,6 @@ class Prober {
       if (!record.failed.empty() && result.failure.empty()) result.failure = record.failed;
       measured.push_back(record.values.empty() ? Column() : columnOf(record));
     }
-    if (!measured[0].empty()) center = &measured[0];
   }
 
   // Of a variable and step: f(first) - f0, and the second difference; not a number where a run
@@ -122,25 +121,25 @@ class Prober {
   };
   Difference difference(std::size_t k, std::size_t step, std::size_t q) const {
     constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-    const std::size_t place = 1 + 2 * (k * std::size(steps) + step);
+    const std::size_t place = 2 * (k * std::size(steps) + step);
     const Column &first = measured[place], &second = measured[place + 1];
     const double h = steps[step];
     if (first.empty() || second.empty()) return {h, nan, nan};
     const VariableEntry& v = problem.variables[free[k]];
     const double distance = h * (v.upper - v.lower) / 2, x = x0[free[k]];
     const bool both = x + distance <= v.upper && x - distance >= v.lower;
-    const double f0 = (*center)[q], f1 = first[q], f2 = second[q];
+    const double f0 = start[0][q], f1 = first[q], f2 = second[q];
     if (both) return {h, (f1 - f2) / (2 * h), f1 - 2 * f0 + f2};
     return {h, (4 * f1 - 3 * f0 - f2) / (2 * h), f0 - 2 * f1 + f2};
   }
 
   void nameValues() {
     for (std::size_t r = 0; r < problem.results.size(); ++r)
-      result.values.push_back({problem.results[r].name, false, (*center)[r], 0});
+      result.values.push_back({problem.results[r].name, false, start[0][r], 0});
     const std::size_t first = problem.results.size();
-    result.values.push_back({problem.objective.name, true, (*center)[first], 0});
+    result.values.push_back({problem.objective.name, true, start[0][first], 0});
     for (std::size_t j = 0; j < problem.constraints.size(); ++j)
-      result.values.push_back({problem.constraints[j].name, true, (*center)[first + 1 + j], 0});
+      result.values.push_back({problem.constraints[j].name, true, start[0][first + 1 + j], 0});
   }
 
   double randomNoise(std::size_t q) const {
@@ -150,7 +149,7 @@ class Prober {
     return std::sqrt(square / static_cast<double>(start.size() - 1));
   }
 
-  // What the smallest steps leave of a second difference beside the curvature is noise: its
+  // What the smallest steps leave of a second difference besides the curvature is noise: its
   // variance is six times that of a value; and so is what their slopes differ by from those of
   // larger steps. Where the value does not move at all although it has a slope, its digits are too
   // few.
@@ -173,7 +172,7 @@ class Prober {
         note(slopes, (d.slope - difference(k, s - 2, q).slope) * d.h * std::sqrt(2.0));
       }
     }
-    const double rounding = std::numeric_limits<double>::epsilon() / 2 * std::abs((*center)[q]);
+    const double rounding = std::numeric_limits<double>::epsilon() / 2 * std::abs(start[0][q]);
     return std::max({median(bends), median(slopes), still, rounding});
   }
 
@@ -183,7 +182,7 @@ class Prober {
     double noise = 0, curvature = 0, slopes = 0;
     for (std::size_t q = problem.results.size(); q < result.values.size(); ++q) {
       const std::size_t j = q - problem.results.size();
-      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*center)[q]))
+      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize(start[0][q]))
                                   : problem.constraints[j - 1].scale;
       const Difference d = difference(k, 0, q);
       if (!std::isfinite(d.second)) continue;
@@ -211,7 +210,7 @@ class Prober {
     result.central = worst > noticeable;
     for (std::size_t q = problem.results.size(); q < result.values.size(); ++q) {
       const std::size_t j = q - problem.results.size();
-      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize((*center)[q]))
+      const double scale = j == 0 ? problem.objective.scale.value_or(typicalSize(start[0][q]))
                                   : problem.constraints[j - 1].scale;
       noise = std::max(noise, result.values[q].noise / scale);
       result.noise = std::max(
@@ -227,8 +226,7 @@ class Prober {
   const StudyOptions& options;
   std::vector<double> x0;
   std::vector<std::size_t> free;
-  std::vector<Column> start, measured;  // repeated; the start and all designs beside it
-  const Column* center = nullptr;
+  std::vector<Column> start, measured;  // runs of the start alone; all designs next to it
   Probe result;
 };
 

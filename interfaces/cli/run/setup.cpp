@@ -1,11 +1,13 @@
 #include "run/setup.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <utility>
 
 #include "base/numbers.h"
 #include "base/text.h"
+#include "output/outcome.h"
 #include "run/history.h"
 #include "run/judgement.h"
 #include "run/layer.h"
@@ -115,10 +117,34 @@ Setup::Setup(ProblemFile described) : problem(std::move(described)) {
   model = std::make_unique<Model>(problem, none);
 }
 
+namespace {
+
+// Values of another state of the problem are not compared; where its solve ended may be a start.
+bool moveToEnd(ProblemFile& problem, const fs::path& history) {
+  const auto end = History::endIn(history);
+  if (!end || !end->objective || end->variables.size() != problem.variables.size()) return false;
+  for (std::size_t i = 0; i < problem.variables.size(); ++i)
+    if (end->variables[i].name != problem.variables[i].name ||
+        !std::isfinite(end->variables[i].value))
+      return false;
+  for (std::size_t i = 0; i < problem.variables.size(); ++i) {
+    VariableEntry& v = problem.variables[i];
+    v.start = std::clamp(end->variables[i].value, v.lower, v.upper);
+  }
+  return true;
+}
+
+}  // namespace
+
 void moveStart(Setup& setup, const Places& places, const std::string& where) {
   if (where.empty() || where == "start") return;
   History history(where == "best" ? places.history : fs::path(where));
-  history.read(setup.problem);
+  try {
+    history.read(setup.problem);
+  } catch (const OtherState&) {
+    if (moveToEnd(setup.problem, history.path())) return;
+    throw;
+  }
   std::optional<BestDesign> best;
   for (const Record& record : history.records()) {
     const Judged judged = judge(setup.problem, *setup.model, record);
@@ -135,9 +161,9 @@ void moveStart(Setup& setup, const Places& places, const std::string& where) {
 
 Overrides goOnWith(const Places& places, const Overrides& overrides) {
   Overrides all = History::overridesIn(places.history);
-  std::string told;
-  for (const std::string& change : all) told += " --set " + clipped(change);
-  if (!all.empty()) std::cerr << "As the history was started:" << told << "\n";
+  std::string shown;
+  for (const std::string& change : all) shown += " --set " + clipped(change);
+  if (!all.empty()) std::cerr << "As the history was started:" << shown << "\n";
   for (const std::string& change : overrides) {
     const std::string name = change.substr(0, change.find('=') + 1);
     std::erase_if(all, [&](const std::string& earlier) { return earlier.rfind(name, 0) == 0; });

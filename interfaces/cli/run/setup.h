@@ -13,7 +13,7 @@ namespace tarnix::cli {
 
 // Throws Failure with every issue when the file has any; warnings go to standard error, and stay.
 struct Setup {
-  // Without warn the warnings are left out, for a file that is read again.
+  // Without warn warnings are not shown, for a file that is read again.
   explicit Setup(const std::filesystem::path& file, const Overrides& overrides = {},
                  bool warn = true);
   // Of a problem that is only described: nothing can be evaluated.
@@ -27,17 +27,19 @@ struct Setup {
   std::unique_ptr<Simulator> simulator;  // null without a command
 };
 
-// Beside the problem file, or in a directory of the user's choice.
+// Next to the problem file, or in a directory of the user's choice.
 struct Places {
   Places(const std::filesystem::path& file, const std::filesystem::path& output);
   std::filesystem::path history, runs, best, report;
 };
 
 // Starts at another design: "start" for the file's own, "best" for the best one of the history, or
-// the best one of the history file that is named.
+// the best one of the history file that is named. Of a history whose values belong to another state
+// of the problem it is the design that its solve ended at, moved into the bounds.
 void moveStart(Setup& setup, const Places& places, const std::string& where);
 
-// The changes that a history was written with, then those of the command line; the former are told.
+// The changes that a history was written with, then those of the command line; the former are
+// shown.
 Overrides goOnWith(const Places& places, const Overrides& overrides);
 
 // Puts the history of an earlier solve that ran a command aside, and its directories, when it has

@@ -57,7 +57,7 @@ void SharedPool::runWork(const Work& work) {
   wake();
 }
 
-// A thread takes one work: a thousand points do not stand side by side.
+// A thread takes one work: a thousand points are not solved side by side.
 void SharedPool::startThreads() {
   const std::lock_guard<std::mutex> lock(mutex);
   for (; !works.empty() && active < mostThreads && !error; works.pop_front(), ++active)
@@ -124,7 +124,7 @@ bool SharedPool::advanceRequests() {
     int others = 0;
     for (const Evaluations* other : stores)
       if (other != &store) others += other->running();
-    if (!store.advance(*request->designs, most - others)) {
+    if (!store.advance(*request->designs, most - others, others > 0)) {
       if (store.running() + others == 0) store.keepLimits();
       continue;
     }

@@ -95,7 +95,7 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
                                  "}}: every run would be the same");
 }
 
-// With a scratch directory runs of other problems may stand in it too.
+// With a scratch directory it may hold runs of other problems too.
 void Simulator::open(const fs::path& runsDirectory) {
   runs = place = runsDirectory;
   if (!command.scratch.empty()) {
@@ -217,7 +217,7 @@ bool Simulator::outputTooLarge(const Run& run) const {
 }
 
 // Ends a run that takes too long or prints too much. Sizes are asked for now and then: with many
-// runs on a shared disk that is dear.
+// runs on a shared disk that is expensive.
 void Simulator::look(Run& run) {
   const auto now = Clock::now();
   if (run.deadline && now >= *run.deadline)
@@ -272,7 +272,7 @@ std::optional<RunOutcome> Simulator::finished(Run& run, bool keep) {
 
 void Simulator::abandon(const std::vector<Run*>& unwanted) {
   for (Run* run : unwanted)
-    if (run->process > 0 && run->ending.empty()) askToEnd(*run, "it is not wanted any more");
+    if (run->process > 0 && run->ending.empty()) askToEnd(*run, "it is no longer needed");
   for (Run* run : unwanted) {
     try {
       while (run->process > 0 && Clock::now() < *run->deadline && !trees->gone(run->process))
@@ -301,7 +301,7 @@ std::string Simulator::lastErrorLines(const Run& run) {
   return text;
 }
 
-// What stays has its place beside the problem file.
+// What stays is kept next to the problem file.
 void Simulator::leaveDirectory(Run& run, bool keep) {
   if (!keep) {
     std::error_code ignored;

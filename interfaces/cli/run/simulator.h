@@ -44,8 +44,8 @@ class Simulator {
   // Names the directory that run directories are made in, and gets ready to start processes.
   void open(const std::filesystem::path& runsDirectory);
 
-  // Starts a run with the first number from this one on whose directory is free. NoteStart is told
-  // of the number before the directory is made.
+  // Starts a run with the first number from this one on whose directory is free. NoteStart is
+  // called of the number before the directory is made.
   Run start(long number, std::span<const double> x, int attempt,
             const std::function<void(long)>& noteStart = {});
   // Empty while it runs, or its results may still come. Ends it when its time is over, or its
@@ -54,7 +54,7 @@ class Simulator {
   std::optional<RunOutcome> finished(Run& run, bool keep = false);
   // Removes what a kill has left of a run.
   void sweep(long number) const;
-  // Ends runs whose results are not wanted any more, and removes their directories. A second signal
+  // Ends runs whose results are no longer needed, and removes their directories. A second signal
   // to the program cuts the grace short.
   void abandon(const std::vector<Run*>& unwanted);
 

@@ -18,6 +18,7 @@
 #include "run/layer.h"
 #include "run/layer_solve.h"
 #include "run/shared_pool.h"
+#include "run/verification.h"
 
 namespace fs = std::filesystem;
 
@@ -126,8 +127,9 @@ class Solve {
     layerProblem(problem, 1).solve(analysis, first);
     if (start.empty()) throw std::bad_alloc();  // the method could not begin
     if (const std::string reason = evaluations.failureAt(start); !reason.empty())
-      throw Failure(exitEvaluation, "the start cannot be evaluated: " + reason +
-                                        "\n  when that is seen to: tarnix resume --retry-failed");
+      throw Failure(exitEvaluation,
+                    "the start cannot be evaluated: " + reason +
+                        "\n  when the cause is removed: tarnix resume --retry-failed");
     scale = problem.objective.scale.value_or(typicalSize(value));
   }
 
@@ -296,28 +298,19 @@ class Solve {
     return outcome;
   }
 
-  // Runs the final design once more, alone, and after a solve with jobs side by side two of these
-  // too: what runs do to each other, and what a command does not repeat, comes to light here.
+  // Runs the final design once more, alone, and after a solve with jobs side by side a few of these
+  // too.
   void verify(Outcome& outcome, int& exitCode) {
     std::vector<double> x;
     for (const VariableOutcome& v : outcome.variables) x.push_back(v.value);
-    const Record* first = recordAt(history.records(), x);
+    const Record* first = Verifier::recordAt(history.records(), x);
     if (!first) return;
     try {
-      const std::vector<std::vector<double>> pair = evaluations.sideBySide();
-      const Record* again = recordAt(history.verifications(), x);
-      Record repeated;
-      std::error_code error;
-      if (!again || !fs::exists(places.best, error)) {
-        fs::path directory;
-        repeated = evaluations.repeat(x, directory);
-        keepDirectory(directory);
-      } else {
-        repeated = *again;
-      }
-      Verification v = compared(*first, repeated);
+      Verifier verifier(problem, *setup.model, evaluations, history);
+      const std::vector<Record> runs = history.sideBySide();
+      Verification v = verifier.compared(*first, finalRun(x), scale);
       if (problem.command->keep != Keep::none) v.directory = places.best.string();
-      for (std::size_t i = 0; i < pair.size() && v.agrees; ++i) verifyBeside(pair[i], v);
+      if (v.agrees) verifier.verifyRuns(runs, scale, v);
       conclude(v, outcome, exitCode);
     } catch (const Interrupted& interrupted) {
       exitCode = 128 + interrupted.signal;
@@ -326,24 +319,15 @@ class Solve {
     }
   }
 
-  void verifyBeside(const std::vector<double>& x, Verification& v) {
+  // The run that verifies a design, which leaves its directory; made before a resume, it counts.
+  Record finalRun(const std::vector<double>& x) {
+    const Record* again = Verifier::recordAt(history.verifications(), x);
+    std::error_code error;
+    if (again && fs::exists(places.best, error)) return *again;
     fs::path directory;
-    const Record again = evaluations.repeat(x, directory);
-    std::error_code ignored;
-    fs::remove_all(directory, ignored);
-    const Verification other = compared(*recordAt(history.records(), x), again);
-    if (other.agrees) return;
-    v.same = v.agrees = false;
-    v.disturbed = true;
-    v.text = other.text +
-             "; runs side by side disturb each other: do they share a file? "
-             "--jobs 1 avoids it";
-  }
-
-  static const Record* recordAt(const std::vector<Record>& records, const std::vector<double>& x) {
-    const auto place =
-        std::find_if(records.rbegin(), records.rend(), [&](const Record& r) { return r.x == x; });
-    return place == records.rend() ? nullptr : &*place;
+    Record repeated = evaluations.repeat(x, directory);
+    keepDirectory(directory);
+    return repeated;
   }
 
   void keepDirectory(const fs::path& directory) const {
@@ -358,46 +342,14 @@ class Solve {
       throw Failure(exitFiles, places.best.string() + ": cannot be made: " + error.message());
   }
 
-  // A small difference is the command's own when it also differs from itself alone.
-  bool isNoise(const Record& alone) {
-    fs::path directory;
-    const Record third = evaluations.repeat(alone.x, directory);
-    std::error_code ignored;
-    fs::remove_all(directory, ignored);
-    return third.results != alone.results;
-  }
-
-  Verification compared(const Record& first, const Record& again) {
-    Verification v;
-    if (!again.failed.empty()) {
-      v.text = "run " + runName(again.run) + " failed: " + again.failed;
-      return v;
-    }
-    const std::vector<double> before = setup.model->values(first.x, first.results),
-                              now = setup.model->values(again.x, again.results);
-    v.same = first.results == again.results;
-    v.agrees = true;
-    for (std::size_t j = 0; j < now.size(); ++j) {
-      const double unit = j == 0 ? scale : problem.constraints[j - 1].scale;
-      v.agrees = v.agrees && std::abs(now[j] - before[j]) <= problem.options.tolerance * unit;
-    }
-    if (!v.same && v.agrees) v.agrees = isNoise(again);
-    for (std::size_t i = 0; i < first.results.size() && !v.same && v.text.empty(); ++i)
-      if (first.results[i] != again.results[i])
-        v.text = "result '" + problem.results[i].name + "' was " + shortest(first.results[i]) +
-                 " in run " + runName(first.run) + " and is now " + shortest(again.results[i]);
-    return v;
-  }
-
   static void conclude(Verification v, Outcome& outcome, int& exitCode) {
     if (!v.agrees) {
       if (outcome.success)
-        outcome.reason = v.disturbed ? "runs side by side disturb each other"
-                                     : "the final design does not repeat";
+        outcome.reason = v.reason.empty() ? "the final design does not repeat" : v.reason;
       outcome.success = false;
       outcome.advice =
           "The command gives other results for the same design; no optimum can be "
-          "trusted before that is seen to.";
+          "trusted before the cause is found.";
       exitCode = exitNotSolved;
     } else if (!v.same) {
       v.text += "; that is within the tolerance";

@@ -19,7 +19,7 @@ struct SolveOptions {
 };
 
 // The outcome of a solve, of an interrupted one too; exitCode tells how it ended. What goes wrong
-// is told on standard error.
+// is reported on standard error.
 Outcome solve(Setup& setup, const Places& places, const SolveOptions& options, int& exitCode);
 
 }  // namespace tarnix::cli

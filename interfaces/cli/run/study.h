@@ -16,17 +16,17 @@ struct StudyOptions {
   ProgressStyle progress = ProgressStyle::lines;
 };
 
-// Places of a study beside those of a solve: beam.doe.history.jsonl, beam.doe.runs.
+// Places of a study next to those of a solve: beam.doe.history.jsonl, beam.doe.runs.
 Places studyPlaces(const std::filesystem::path& file, const std::filesystem::path& output,
                    const std::string& study);
 
-// Opens the history of a study: goes on with the one that is there, unless it is to be put aside.
+// Opens the history of a study: continues the one that is there, unless it is to be put aside.
 // Throws Failure when that belongs to another state of the problem.
 History openStudy(const ProblemFile& problem, const Places& places, const std::string& study,
                   bool fresh);
 
 // One record per design, in their order. A run that fails leaves its record without values; the
-// others go on.
+// others continue.
 struct StudyResult {
   std::vector<Record> records;
   long runs = 0, replayed = 0, failed = 0;

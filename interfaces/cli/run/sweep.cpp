@@ -11,6 +11,7 @@
 #include "base/text.h"
 #include "run/fingerprint.h"
 #include "run/point_solve.h"
+#include "run/verification.h"
 
 namespace fs = std::filesystem;
 
@@ -102,7 +103,7 @@ class Sweep {
     while (!stores.empty()) stores.pop_back();
   }
 
-  SweepResult run(const std::function<void(const SweepPoint&)>& told) {
+  SweepResult run(const std::function<void(const SweepPoint&)>& onPoint) {
     const auto begun = Clock::now();
     try {
       for (std::size_t k = 0; k < points.size(); ++k)
@@ -111,7 +112,7 @@ class Sweep {
         return parent(static_cast<std::size_t>(&point - points.data())) ==
                static_cast<std::size_t>(&point - points.data());
       });
-      pool.serve({workOf(static_cast<std::size_t>(first - points.begin()), told)});
+      pool.serve({workOf(static_cast<std::size_t>(first - points.begin()), onPoint)});
       verifyAll();
     } catch (const Interrupted& interrupted) {
       result.signal = interrupted.signal;
@@ -197,22 +198,21 @@ class Sweep {
   }
 
   // Solves a point, then lets its neighbors further out begin.
-  SharedPool::Work workOf(std::size_t k, const std::function<void(const SweepPoint&)>& told) {
-    return [this, k, &told] {
+  SharedPool::Work workOf(std::size_t k, const std::function<void(const SweepPoint&)>& onPoint) {
+    return [this, k, &onPoint] {
       Point& point = points[k];
       Evaluations* const store = point.store ? point.store->evaluations.get() : nullptr;
       PointSolve solve(*point.setup, store, pool);
       point.outcome = solve.from(point.start);
       for (const std::size_t other : point.next) {
         points[other].start = solve.end() ? solve.end() : point.start;
-        pool.add(workOf(other, told));
+        pool.add(workOf(other, onPoint));
       }
-      pool.tell([&point, &told] { told({point.at, point.outcome}); });
+      pool.tell([&point, &onPoint] { onPoint({point.at, point.outcome}); });
     };
   }
 
-  // The design of a success is run once more: runs side by side may disturb each other. So are two
-  // that were side by side, alone; when these differ no point can be trusted.
+  // The design of a success is run once more: runs side by side may disturb each other.
   void verifyAll() {
     std::map<Store*, Evaluations::Designs> again;
     for (const Point& point : points) {
@@ -224,7 +224,7 @@ class Sweep {
     }
     for (auto& [store, designs] : again) store->evaluations->repeatAll(designs);
     for (Point& point : points) judge(point);
-    for (const auto& store : stores) verifyBeside(*store);
+    verifySideBySide();
   }
 
   void judge(Point& point) const {
@@ -246,23 +246,38 @@ class Sweep {
     return x;
   }
 
-  void verifyBeside(Store& store) {
-    for (const auto& x : store.evaluations->sideBySide()) {
-      if (agrees(store.setup.problem, *store.setup.model, store, repeated(store, x))) continue;
-      for (Point& point : points)
-        if (point.store == &store && point.outcome->success) {
-          point.outcome->success = false;
-          point.outcome->reason = "runs side by side disturb each other";
-        }
+  // Runs that were side by side in the last store with some, and one that was among those of other
+  // stores: what is wrong with them is wrong with all points.
+  void verifySideBySide() {
+    std::vector<Record> runs;
+    Store *owner = nullptr, *among = nullptr;
+    for (const auto& store : stores) {
+      std::vector<Record> found = store->history.sideBySide();
+      if (found.size() >= runs.size() && !found.empty())
+        runs = std::move(found), owner = store.get();
+      const std::vector<double>& x = store->evaluations->besideOthers();
+      if (!x.empty() && store->evaluations->failureAt(x).empty()) among = store.get();
+    }
+    Verification v{true, true, {}, {}, {}};
+    if (owner) verifyRuns(*owner, runs, v);
+    if (among && v.agrees) verifyRuns(*among, {recordIn(*among)}, v);
+    if (v.agrees) return;
+    for (Point& point : points) {
+      if (!point.store || !point.outcome->success) continue;
+      point.outcome->success = false;
+      point.outcome->reason = v.reason;
     }
   }
 
-  static Record repeated(Store& store, const std::vector<double>& x) {
-    fs::path directory;
-    Record again = store.evaluations->repeat(x, directory);
-    std::error_code ignored;
-    fs::remove_all(directory, ignored);
-    return again;
+  static void verifyRuns(Store& store, const std::vector<Record>& runs, Verification& v) {
+    const double scale =
+        std::max(1.0, std::abs(store.setup.model->values(runs[0].x, runs[0].results)[0]));
+    Verifier(store.setup.problem, *store.setup.model, *store.evaluations, store.history)
+        .verifyRuns(runs, scale, v);
+  }
+
+  static Record recordIn(const Store& store) {
+    return *Verifier::recordAt(store.history.records(), store.evaluations->besideOthers());
   }
 
   static bool agrees(const ProblemFile& problem, Model& model, const Store& store,
@@ -297,8 +312,8 @@ class Sweep {
 
 SweepResult sweep(const fs::path& file, const fs::path& output, const Overrides& overrides,
                   const std::vector<Axis>& axes, const StudyOptions& options,
-                  const std::function<void(const SweepPoint&)>& told) {
-  return Sweep(file, output, overrides, axes, options).run(told);
+                  const std::function<void(const SweepPoint&)>& onPoint) {
+  return Sweep(file, output, overrides, axes, options).run(onPoint);
 }
 
 }  // namespace tarnix::cli

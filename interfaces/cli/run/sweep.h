@@ -34,9 +34,10 @@ struct SweepResult {
 
 // Begins in the middle and works outwards, each point from the end of its neighbor as soon as that
 // is known, so that the branches are solved side by side. What a point starts from, and so the
-// answer, is the same for any number of jobs. Told: of every point that is done.
+// answer, is the same for any number of jobs. OnPoint: called with every point that is done.
 SweepResult sweep(const std::filesystem::path& file, const std::filesystem::path& output,
                   const Overrides& overrides, const std::vector<Axis>& axes,
-                  const StudyOptions& options, const std::function<void(const SweepPoint&)>& told);
+                  const StudyOptions& options,
+                  const std::function<void(const SweepPoint&)>& onPoint);
 
 }  // namespace tarnix::cli

@@ -128,6 +128,58 @@ TEST_F(HistoryTest, ForeignFilesStayAsTheyAre) {
   EXPECT_EQ(content(), "{\"tarnix_history\":2}\n");
 }
 
+// Runs as they begin, negative as they end, 0 for another start of the program.
+TEST_F(HistoryTest, RunsSideBySide) {
+  const std::string command = R"(
+[command]
+run = ["echo", "{{x}}"]
+[results]
+a = { key = "a" }
+b = { key = "b" }
+)";
+  const ProblemFile external = problemOf(scratch, historyProblem + command, issues);
+  struct Case {
+    const char* name;
+    std::vector<long> course;
+    std::vector<std::vector<double>> results;  // of run 1, 2, ...; none: it fails
+    std::vector<long> pairs;                   // alike, last
+  };
+  const Case cases[] = {
+      {"one after the other", {1, -1, 2, -2}, {{1, 1}, {1, 1}}, {}},
+      {"the last", {1, 2, -1, 3, -3, -2}, {{1, 1}, {2, 2}, {3, 3}}, {2, 3}},
+      {"some alike", {1, 2, -1, -2, 3, 4, -3, -4}, {{1, 5}, {2, 5}, {3, 6}, {4, 7}}, {3, 4}},
+      {"all alike", {1, 2, 3, -3, -2, -1}, {{1, 5}, {2, 5}, {1, 5}}, {1, 3, 2, 3}},
+      {"a failure is none", {1, 2, 3, -3, -2, -1}, {{1, 1}, {}, {3, 3}}, {1, 3}},
+      {"no end", {1, 2, -2}, {{1, 1}, {1, 1}}, {}},
+      {"after a kill", {1, 2, -2, 0, 3, -3}, {{1, 1}, {2, 2}, {2, 2}}, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::filesystem::remove(path);
+    const auto expect = [&](const std::vector<Record>& found) {
+      std::vector<long> pairs;
+      for (const Record& record : found) pairs.push_back(record.run);
+      EXPECT_EQ(pairs, c.pairs);
+    };
+    {
+      History history(path);
+      history.create(external);
+      for (const long event : c.course) {
+        if (event == 0) history.noteBeginning({});
+        if (event > 0) history.noteStart(event);
+        if (event >= 0) continue;
+        const auto& r = c.results[static_cast<std::size_t>(-event - 1)];
+        const double x = -static_cast<double>(event);
+        history.append({-event, {x, 1}, r, {x, 1}, r.empty() ? "failed" : "", 0});
+      }
+      expect(history.sideBySide());
+    }
+    History again(path);
+    again.read(external);
+    expect(again.sideBySide());
+  }
+}
+
 TEST_F(HistoryTest, OneWriterAtATime) {
   write({});
   History first(path);
