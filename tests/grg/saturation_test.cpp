@@ -54,6 +54,12 @@ const Row rows[] = {
      0, .5, .25 + tol, -1, 1, crossing3 + held},
     {"from the tolerance", 1, 0, 1, [](auto x, auto f) { *f = 0, f[1] = x[0] - .25 + tol; },
      .25, .5, .25, -1, 1, crossing2 + held},
+    // The second variable that would have to depend does not exist.
+    {"a crossing reveals another", 1, 0, 2, [](auto x, auto f) {
+       *f = 0, f[1] = x[0] - .4, f[2] = x[0] < .45 ? x[0] - .3 : -1;
+     },
+     0, .5, .3 + tol, -1, 3,
+     crossing2 + held + crossing3 + "SINGULAR JACOBIAN DURING AUGMENT\n", -1},
     {"violated before", 1, 0, 1, [](auto x, auto f) { *f = 0, f[1] = x[0] - .25; },
      .375, .5, .5, 0, 0, "ERROR1 IN GRGINT\n", -1},
     {"flat", 1, 0, 1, [](auto, auto f) { *f = 0, f[1] = .5; },
