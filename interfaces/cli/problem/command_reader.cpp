@@ -197,7 +197,8 @@ void CommandReader::warnOfShellParts(Section& section, const Command& command) {
     if (command.words[i - 1] != "-c")
       warn("run", command.words[i], "; a text without brackets is a line for the shell");
   for (const auto& [name, value] : command.environment)
-    warn("env", name + " = " + value, "; a line for the shell can: run = \"" + name + "=... x\"");
+    warn("env", std::string(name).append(" = ").append(value),
+         std::string("; a line for the shell can: run = \"").append(name).append("=... x\""));
 }
 
 // Takes a name in the run directory. Names are compared as paths: ./a//b is a/b.
