@@ -41,7 +41,7 @@ class Resolution {
  private:
   std::string at(std::size_t i, double move) {
     const double start = std::exchange(x[i], x[i] + move);
-    const std::string text = simulator ? simulator->given(x) : shortest(x[i]);
+    std::string text = simulator ? simulator->given(x) : shortest(x[i]);
     x[i] = start;
     return text;
   }
@@ -187,7 +187,7 @@ fs::path putAside(const fs::path& path, const std::string& extension) {
   const std::string whole = path.string(), stem = whole.substr(0, whole.size() - extension.size());
   fs::path aside;
   for (int number = 1; aside.empty() || fs::exists(fs::symlink_status(aside, error)); ++number)
-    aside = stem + "." + std::to_string(number) + extension;
+    aside = std::string(stem).append(".").append(std::to_string(number)).append(extension);
   fs::rename(path, aside, error);
   if (error) throw Failure(exitFiles, path.string() + ": cannot be renamed: " + error.message());
   std::cerr << "Of the earlier solve: " << aside.string() << "\n";
