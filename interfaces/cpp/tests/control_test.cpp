@@ -200,9 +200,10 @@ TEST(Control, StopFromAnotherThread) {
 
 TEST(Control, AStopBeforeTheBeginningEndsEverySolve) {
   const auto never = [](const Point&, Values&) { ADD_FAILURE() << "evaluated"; };
+  Stop stop;
+  stop.request();
   Options options;
-  options.stop.emplace();
-  options.stop->request();
+  options.stop = stop;
   Problem fixed;
   fixed.variable("x", 2, 2, 2);
   fixed.minimize("f");
