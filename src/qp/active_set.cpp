@@ -90,7 +90,6 @@ double residual(const QpRows& qp, int r, ConstVector d) {
   const Row row = qp.row(r);
   if (row.kind == Row::Kind::general)
     return row.sign * (dot(qp.A.column(row.index), d) - qp.b(row.index));
-  if (row.kind == Row::Kind::none) return 0.0;
   const int j = row.index;
   return row.sign > 0.0 ? d(j) - qp.du(j) : qp.dl(j) - d(j);
 }

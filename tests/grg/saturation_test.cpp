@@ -26,7 +26,8 @@ struct Row {
 };
 
 const std::string crossing2 = "NEW CONSTRAINT   2\n", crossing3 = "NEW CONSTRAINT   3\n",
-                  held = "NR ITERATIONS=    0\n", failed = "FEASIBILITY FAILED IN GRGSAT\n";
+                  held = "NR ITERATIONS=    0\n", once = "NR ITERATIONS=    1\n",
+                  failed = "FEASIBILITY FAILED IN GRGSAT\n";
 
 void equal(const double* x, double* f) {
   f[0] = -x[0], f[1] = x[1] - x[0];
@@ -34,6 +35,14 @@ void equal(const double* x, double* f) {
 // No correction of the second variable within the box mends it.
 void lost(const double* x, double* f) {
   *f = 0, f[1] = x[0] > 0.01 ? 4 + x[1] * x[1] : x[1];
+}
+// Each cut of the step, by 1/16, reveals another crossing before the one that was found.
+void cascade(const double* x, double* f) {
+  *f = 0;
+  for (int k = 1; k <= 5; ++k) {
+    const double limit = .5 - k / 16.;
+    f[k] = x[0] < limit + 5 / 64. ? x[0] + 4 * x[k] - limit : -1;
+  }
 }
 
 // clang-format off
@@ -93,6 +102,15 @@ const Row rows[] = {
     {"converges with neither", 1, 0, 1,
      [](auto x, auto f) { *f = 0, f[1] = x[0] > .25 ? .5 : x[0] - .5; },
      0, .5, any, -1, 6, crossing2 + "CONVERGE FAIL, GRGNR, NEW CONSTRAINT\n", -1},
+    // The second variable is a pivot and of no avail past the jump, where its correction of -1/2
+    // is repeated; the step is none at the origin.
+    {"fails with the variable, singular with the step", 2, 0, 1,
+     [](auto x, auto f) { *f = 0, f[1] = x[0] > .25 ? .5 : x[1] - .5; },
+     0, .5, any, -1, 3, crossing2 + "CONVERGE FAIL, GRGNR, NEW CONSTRAINT\n" + failed, -1},
+    {"four crossings, and then a fifth", 6, 0, 5, cascade,
+     0, .5, .25 + tol, -1, 7,
+     crossing2 + held + crossing3 + once + "NEW CONSTRAINT   4\n" + once +
+         "NEW CONSTRAINT   5\n" + once + failed, -1},
 };
 // clang-format on
 
@@ -117,7 +135,9 @@ TEST_F(GrgSaturation, StepFlagsAndMessages) {
       SCOPED_TRACE(testing::Message() << row.name << (ownArrays ? ", own arrays" : ""));
       VRK_setDefaults();
       VRK_set_convTol(tol);
-      Along a(row.n == 2 ? Values{1, row.slope} : Values{1}, row.m1, row.m2, row.fill, row.mode);
+      Values direction(row.n, 0.0);
+      direction.back() = row.slope, direction.front() = 1.0;
+      Along a(direction, row.m1, row.m2, row.fill, row.mode);
       if (row.top < 1.0) a.upper[1] = row.top, a.lower[1] = -0.5 * row.top;
       VRK_set_print(1);
       EXPECT_EQ(captured([&] { a.saturate(row.s0, row.s1, ownArrays); }), row.printed);
