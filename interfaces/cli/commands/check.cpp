@@ -157,12 +157,14 @@ Json linesAsJson(const std::string& text) {
 Json toJson(const Setup& setup, const std::vector<double>& values,
             const std::optional<Record>& measured) {
   const ProblemFile& problem = setup.problem;
-  const BestDesign start{startOf(problem), values, violation(problem, values)};
-  const Outcome outcome = outcomeAt(problem, start, "");
+  const std::vector<double> unknown(1 + problem.constraints.size());
+  const std::vector<double>& f = values.empty() ? unknown : values;
+  const Outcome outcome = outcomeAt(problem, BestDesign{startOf(problem), f, 0}, "");
   const Json shown = cli::toJson(outcome);
   Json json{{"version", 1}, {"problem", outcome.problem}, {"valid", true}};
   json["issues"] = linesAsJson(setup.warnings);
-  for (const char* key : {"variables", "objective", "constraints"})
+  json["variables"] = shown["variables"];
+  for (const char* key : {"objective", "constraints"})
     if (!values.empty() && shown.contains(key)) json[key] = shown[key];
   if (!measured) return json;
   json["results"] = Json::array();

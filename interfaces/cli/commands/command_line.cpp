@@ -106,7 +106,7 @@ class CommandLine {
     return exitBadProblem;
   }
 
-  CLI::App* add(const char* name, const char* description, std::function<int()> action) {
+  CLI::App* add(const char* name, const char* description, const std::function<int()>& action) {
     CLI::App* sub = app.add_subcommand(name, description);
     sub->callback([this, action] { chosen = action; });
     sub->footer("");
@@ -114,8 +114,9 @@ class CommandLine {
     return sub;
   }
 
-  CLI::App* withFile(const char* name, const char* description, std::function<int()> action) {
-    CLI::App* sub = add(name, description, std::move(action));
+  CLI::App* withFile(const char* name, const char* description,
+                     const std::function<int()>& action) {
+    CLI::App* sub = add(name, description, action);
     sub->add_option("FILE", arguments.file, "Problem file (TOML)")->required();
     addOutput(sub);
     addSet(sub);

@@ -56,6 +56,7 @@ int commandTable(const ProblemArguments& arguments, const TableOptions& table,
 std::string limitsText(const ProblemFile& problem, const std::vector<double>& values);
 // How a study went, and its exit status.
 std::string studyText(const StudyResult& result, bool command);
+std::string verificationText(const std::optional<Verification>& verification);
 int studyExit(const StudyResult& result);
 
 // Writes one self-contained page about the history of a solve, or of several.

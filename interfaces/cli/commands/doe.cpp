@@ -168,7 +168,7 @@ std::string studyText(const StudyResult& result, bool command) {
   if (command) text += ", for them " + std::to_string(result.runs) + " runs of the command";
   if (result.replayed > 0) text += ", " + std::to_string(result.replayed) + " from the history";
   if (command) text += ", " + rounded(result.seconds, 3) + " s";
-  text += "\n";
+  text += "\n" + verificationText(result.verification);
   for (const Record& record : result.records)
     if (!record.failed.empty())
       return text + "  " + std::to_string(result.failed) +
@@ -176,11 +176,18 @@ std::string studyText(const StudyResult& result, bool command) {
   return text;
 }
 
+std::string verificationText(const std::optional<Verification>& verification) {
+  if (!verification) return {};
+  return "  Some that ran side by side, repeated alone: " +
+         (verification->agrees ? "they agree" : verification->text) + "\n";
+}
+
 int studyExit(const StudyResult& result) {
   if (result.signal != 0) {
     std::cerr << "Interrupted; the same command continues, and repeats no run\n";
     return 128 + result.signal;
   }
+  if (result.verification && !result.verification->agrees) return exitNotSolved;
   return result.failed > 0 ? exitEvaluation : exitSolved;
 }
 
@@ -206,6 +213,9 @@ int commandDoe(const ProblemArguments& arguments, const Plan& plan, const StudyO
       all["designs"].push_back(recordCells(problem, record));
     all["effects"] = effects;
     all["failed"] = result.failed;
+    if (result.verification)
+      all["verification"] = {{"agrees", result.verification->agrees},
+                             {"text", result.verification->text}};
     std::cout << dumped(all, 2) << "\n";
     return studyExit(result);
   }

@@ -22,6 +22,11 @@ std::string secondsText(double seconds) {
   return rounded(seconds / 3600, 2) + " h";
 }
 
+// The start as alone, and other designs alone as they were.
+bool repeatsBeside(const Probe& p) {
+  return p.repeatsBeside && (!p.verification || p.verification->agrees);
+}
+
 // The keys that differ from what the file says, as changes of --set.
 std::vector<std::pair<std::string, std::string>> suggestions(const ProblemFile& problem,
                                                              const Probe& p) {
@@ -52,10 +57,12 @@ std::string keysText(const std::vector<std::pair<std::string, std::string>>& key
                      const std::string& file) {
   std::string text = "# Suggested by tarnix probe for " + file +
                      ", to be written there in the tables named, or as\n# tarnix solve";
-  for (const auto& [key, value] : keys) text += " --set '" + key + "=" + value + "'";
-  text += " " + file + "\n";
-  for (const auto& [key, value] : keys) text += key + " = " + value + "\n";
-  return text;
+  std::string lines;
+  for (const auto& [key, value] : keys) {
+    text.append(" --set '").append(key).append("=").append(value).append("'");
+    lines.append(key).append(" = ").append(value).append("\n");
+  }
+  return text + " " + file + "\n" + lines;
 }
 
 std::string valuesText(const Probe& p) {
@@ -82,8 +89,8 @@ std::string headText(const Probe& p) {
           (p.repeatsBeside ? "the same again"
            : p.repeats     ? "NOT the same as alone; do the runs share a file?"
                            : "not the same either") +
-          "\n  A run takes " + secondsText(p.seconds) + ", side by side with others " +
-          secondsText(p.secondsBeside) + "\n";
+          "\n" + verificationText(p.verification) + "  A run takes " + secondsText(p.seconds) +
+          ", side by side with others " + secondsText(p.secondsBeside) + "\n";
   return text;
 }
 
@@ -100,7 +107,7 @@ Json jsonOf(const Probe& p, const std::vector<std::pair<std::string, std::string
   all["version"] = 1;
   all["command"] = "probe";
   all["repeats"] = p.repeats;
-  all["repeats_side_by_side"] = p.repeatsBeside;
+  all["repeats_side_by_side"] = repeatsBeside(p);
   all["seconds"] = p.seconds;
   all["seconds_side_by_side"] = p.secondsBeside;
   all["values"] = Json::array();
@@ -156,7 +163,7 @@ int commandProbe(const ProblemArguments& arguments, const StudyOptions& options,
       std::cout << "\nSuggested, in " << file << ":\n";
     for (const auto& [key, value] : keys) std::cout << "  " << key << " = " << value << "\n";
   }
-  return p.repeats && p.repeatsBeside ? exitSolved : exitNotSolved;
+  return p.repeats && repeatsBeside(p) ? exitSolved : exitNotSolved;
 }
 
 }  // namespace tarnix::cli

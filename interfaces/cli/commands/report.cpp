@@ -27,6 +27,7 @@ ReportedSolve solveOf(const std::filesystem::path& file, const ProblemArguments&
 int commandReport(const ProblemArguments& arguments,
                   const std::vector<std::filesystem::path>& files) {
   std::vector<ReportedSolve> solves;
+  solves.reserve(files.size());
   for (const std::filesystem::path& file : files) solves.push_back(solveOf(file, arguments));
   std::filesystem::path target = Places(files[0], arguments.output).report;
   if (files.size() > 1) target.replace_filename("comparison.report.html");

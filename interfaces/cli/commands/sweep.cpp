@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cstring>
 #include <iostream>
 
@@ -32,14 +33,19 @@ std::string activeOf(const Outcome& outcome) {
   return names;
 }
 
+std::vector<std::string> namesOf(const std::vector<Axis>& axes) {
+  std::vector<std::string> names(axes.size());
+  std::transform(axes.begin(), axes.end(), names.begin(), [](const Axis& a) { return a.name; });
+  return names;
+}
+
 std::string tableText(const ProblemFile& problem, const std::vector<Axis>& axes,
                       const std::vector<SweepPoint>& points) {
   constexpr std::size_t mostVariables = 6;
   const std::size_t shown =
       problem.variables.size() <= mostVariables ? problem.variables.size() : 0;
   TextTable rows(std::string(axes.size() + 1 + shown, 'r') + "ll");
-  std::vector<std::string> head;
-  for (const Axis& axis : axes) head.push_back(axis.name);
+  std::vector<std::string> head = namesOf(axes);
   head.push_back(problem.objective.name);
   for (std::size_t i = 0; i < shown; ++i) head.push_back(problem.variables[i].name);
   head.insert(head.end(), {"state", "active"});
@@ -60,8 +66,7 @@ std::string tableText(const ProblemFile& problem, const std::vector<Axis>& axes,
 
 std::string csvText(const ProblemFile& problem, const std::vector<Axis>& axes,
                     const std::vector<SweepPoint>& points) {
-  std::vector<std::string> head;
-  for (const Axis& axis : axes) head.push_back(axis.name);
+  std::vector<std::string> head = namesOf(axes);
   for (const char* name : {"solved", "feasible"}) head.push_back(name);
   head.push_back(problem.objective.name);
   for (const VariableEntry& v : problem.variables) head.push_back(v.name);
@@ -93,8 +98,7 @@ Json jsonOf(const std::vector<Axis>& axes, const SweepResult& result) {
   Json all;
   all["version"] = 1;
   all["command"] = "sweep";
-  all["over"] = Json::array();
-  for (const Axis& axis : axes) all["over"].push_back(axis.name);
+  all["over"] = namesOf(axes);
   all["points"] = Json::array();
   for (const SweepPoint& point : result.points) {
     Json entry;
@@ -127,6 +131,7 @@ int exitOf(const SweepResult& result) {
 int commandSweep(const ProblemArguments& arguments, const std::vector<std::string>& over,
                  const StudyOptions& options, bool json) {
   std::vector<Axis> axes;
+  axes.reserve(over.size());
   for (const std::string& text : over) axes.push_back(axisOf(text));
   if (axes.size() > 2) throw Failure(exitBadProblem, "--over can be given once or twice");
   const auto onPoint = [&](const SweepPoint& point) {

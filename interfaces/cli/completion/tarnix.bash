@@ -17,6 +17,9 @@ _tarnix() {
   elif [[ $before == --start || $before == --at ]]; then
     mapfile -t COMPREPLY < <(compgen -W 'start best' -- "$word")
     mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -f -X '!*.jsonl' -- "$word")
+  elif [[ $before == --plan ]]; then
+    mapfile -t COMPREPLY < <(compgen -W "$(tarnix "$command" --help 2>/dev/null |
+      sed -n 's/.*--plan [^{]*{\([^}]*\)}.*/\1/p' | tr , ' ')" -- "$word")
   elif [[ $before == -o || $before == --output ]]; then
     mapfile -t COMPREPLY < <(compgen -d -- "$word")
   else

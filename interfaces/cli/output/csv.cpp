@@ -77,13 +77,11 @@ std::vector<CsvRecord> parsed(const std::string& text, char separator) {
         record.cells.back() += text[++i];
       else if (c == '"')
         quoted = !quoted;
-      else if (quoted)
-        record.cells.back() += c;
-      else if (c == separator)
+      else if (!quoted && c == separator)
         record.cells.emplace_back();
-      else if (c == '\n')
+      else if (!quoted && c == '\n')
         break;
-      else if (c != '\r')
+      else if (quoted || c != '\r')
         record.cells.back() += c;
     }
     ++i;

@@ -86,8 +86,10 @@ std::string ProgressLine::text() const {
   if (style == ProgressStyle::live && problem.command)
     line += "  running " + std::to_string(evaluations.running());
   if (count.failed > 0) line += "  failed " + std::to_string(count.failed);
-  if (count.seconds > 0)
-    line += "  " + duration(count.seconds / static_cast<double>(count.finished)) + " a run";
+  if (count.seconds > 0) {
+    const double each = count.seconds / static_cast<double>(count.finished);
+    line += "  " + (each < 1 ? rounded(each, 2) + " s" : duration(each)) + " a run";
+  }
   const double seconds = std::chrono::duration<double>(Clock::now() - started).count();
   return line + "  " + duration(seconds) + remaining(seconds);
 }

@@ -2,6 +2,7 @@
 
 #include <sstream>
 
+#include "base/issues.h"
 #include "base/text.h"
 
 namespace tarnix::cli {
@@ -13,6 +14,19 @@ struct Place {
   toml::table* owner = nullptr;
   std::string name, key, value;
 };
+
+// All that a change may be about.
+std::vector<std::string> namesIn(const toml::table& content) {
+  std::vector<std::string> names{"title", "options"};
+  for (auto&& [table, node] : content) {
+    names.emplace_back(table.str());
+    const bool holdsNames = table == "variables" || table == "constraints" || table == "results" ||
+                            table == "quantities";
+    if (const toml::table* entries = node.as_table(); entries && holdsNames)
+      for (auto&& [name, entry] : *entries) names.emplace_back(name.str());
+  }
+  return names;
+}
 
 Place placeOf(const std::string& change, toml::table& content, Issues& issues) {
   Place place;
@@ -43,7 +57,8 @@ Place placeOf(const std::string& change, toml::table& content, Issues& issues) {
   if (name == "options" && !content.contains(name)) content.insert(name, toml::table{});
   if (!place.owner) place.owner = content[name].as_table();
   if (!place.owner)
-    return wrong("no variable, quantity, constraint or table is called '" + name + "'");
+    return wrong("no variable, quantity, constraint or table is called '" + name + "'" +
+                 suggestion(name, namesIn(content)));
   if (place.key.empty()) place.key = place.owner->contains("value") ? "value" : "start";
   return place;
 }

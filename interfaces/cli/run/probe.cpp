@@ -108,6 +108,7 @@ class Prober {
     const StudyResult study = evaluateAll(setup, places, "probe", designs, options);
     result.runs = study.runs, result.replayed = study.replayed, result.failed = study.failed;
     result.signal = study.signal;
+    result.verification = study.verification;
     for (const Record& record : study.records) {
       if (!record.failed.empty() && result.failure.empty()) result.failure = record.failed;
       measured.push_back(record.values.empty() ? Column() : columnOf(record));

@@ -25,10 +25,11 @@ struct ProbedVariable {
 
 struct Probe {
   std::vector<ProbedValue> values;
-  std::vector<ProbedVariable> variables;  // free ones
-  bool repeats = true;                    // alone
-  bool repeatsBeside = true;              // side by side, as alone
-  int alone = 0, beside = 0;              // runs of the start
+  std::vector<ProbedVariable> variables;     // free ones
+  bool repeats = true;                       // alone
+  bool repeatsBeside = true;                 // side by side, as alone
+  int alone = 0, beside = 0;                 // runs of the start
+  std::optional<Verification> verification;  // of other designs, that ran side by side
   long runs = 0, replayed = 0, failed = 0;
   std::string failure;                    // the first of those
   double seconds = 0, secondsBeside = 0;  // per run, medians

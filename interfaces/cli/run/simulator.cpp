@@ -95,6 +95,11 @@ Simulator::Simulator(const ProblemFile& p, Model& m, Issues& issues)
                                  "}}: every run would be the same");
 }
 
+Simulator::~Simulator() {
+  std::error_code ignored;  // where another one runs too it is not empty, and stays
+  if (place != runs) fs::remove(place, ignored);
+}
+
 // With a scratch directory it may hold runs of other problems too.
 void Simulator::open(const fs::path& runsDirectory) {
   runs = place = runsDirectory;

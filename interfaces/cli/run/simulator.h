@@ -40,6 +40,9 @@ class Simulator {
  public:
   // Compiles the templates; their faults are added to issues.
   Simulator(const ProblemFile& problem, Model& model, Issues& issues);
+  ~Simulator();
+  Simulator(const Simulator&) = delete;
+  Simulator& operator=(const Simulator&) = delete;
 
   // Names the directory that run directories are made in, and gets ready to start processes.
   void open(const std::filesystem::path& runsDirectory);

@@ -3,6 +3,9 @@
 #include <map>
 #include <set>
 
+#include "run/layer.h"
+#include "run/verification.h"
+
 namespace fs = std::filesystem;
 
 namespace tarnix::cli {
@@ -26,6 +29,18 @@ StudyResult computed(Model& model, const std::vector<std::vector<double>>& desig
   }
   result.runs = static_cast<long>(designs.size());
   return result;
+}
+
+// Repeats runs that were side by side alone, in units of the first one's values.
+std::optional<Verification> verified(Setup& setup, const History& history,
+                                     Evaluations& evaluations) {
+  const std::vector<Record> runs = history.sideBySide();
+  if (runs.empty()) return {};
+  const double value = setup.model->values(runs[0].x, runs[0].results)[0];
+  Verification v{true, true, {}, {}};
+  Verifier(setup.problem, *setup.model, evaluations, history)
+      .verifyRuns(runs, setup.problem.objective.scale.value_or(typicalSize(value)), v);
+  return v;
 }
 
 }  // namespace
@@ -77,6 +92,7 @@ StudyResult evaluateAll(Setup& setup, const Places& places, const std::string& s
   if (!setup.simulator) return computed(*setup.model, designs);
   // One failed run is no reason to end the others.
   setup.problem.command->onFailure = FailurePolicy::penalty;
+  setup.problem.options.maxEvaluations = 0, setup.problem.options.maxSeconds = 0;
   History history = openStudy(setup.problem, places, study, options.fresh);
   setup.simulator->open(places.runs);
   for (const long run : history.cutShort()) setup.simulator->sweep(run);
@@ -93,6 +109,7 @@ StudyResult evaluateAll(Setup& setup, const Places& places, const std::string& s
     if (options.progress == ProgressStyle::live) evaluations.onTick = evaluations.onChange;
     try {
       evaluations.atAll(designs);
+      result.verification = verified(setup, history, evaluations);
     } catch (const Interrupted& interrupted) {
       result.signal = interrupted.signal;
     }

@@ -2,8 +2,10 @@
 // history holds is not run again.
 #pragma once
 
+#include <optional>
 #include <vector>
 
+#include "output/outcome.h"
 #include "output/progress_line.h"
 #include "run/setup.h"
 
@@ -26,10 +28,12 @@ History openStudy(const ProblemFile& problem, const Places& places, const std::s
                   bool fresh);
 
 // One record per design, in their order. A run that fails leaves its record without values; the
-// others continue.
+// others continue. Limits of the options are those of a solve. Where runs were side by side a few
+// of them are repeated alone.
 struct StudyResult {
   std::vector<Record> records;
   long runs = 0, replayed = 0, failed = 0;
+  std::optional<Verification> verification;  // of runs side by side
   double seconds = 0;
   int signal = 0;  // that ended it; what was not run has neither values nor a reason
 };

@@ -32,8 +32,8 @@ Verification Verifier::compared(const Record& first, const Record& again, double
   const std::vector<double> before = model.values(first.x, first.results),
                             now = model.values(again.x, again.results);
   v.same = first.results == again.results;
-  v.agrees = true;
-  for (std::size_t j = 0; j < now.size(); ++j) {
+  v.agrees = true;  // values that are not finite too, where the results are the same
+  for (std::size_t j = 0; j < now.size() && !v.same; ++j) {
     const double unit = j == 0 ? scale : problem.constraints[j - 1].scale;
     v.agrees = v.agrees && std::abs(now[j] - before[j]) <= problem.options.tolerance * unit;
   }

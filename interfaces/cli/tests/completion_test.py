@@ -20,6 +20,7 @@ CASES = [("tarnix so", {"solve"}, "sweep"),
          ("tarnix solve --j", {"--jobs", "--json"}, "--quiet"),
          ("tarnix doe --pl", {"--plan"}, "--jobs"),
          ("tarnix solve --start ", {"best", "start", "beam.history.jsonl"}, "beam.toml"),
+         ("tarnix doe --plan ", {"one-at-a-time", "corners", "latin"}, "beam.toml"),
          ("tarnix check ", {"beam.toml", "deep"}, "notes.txt")]
 
 

@@ -78,6 +78,20 @@ class Studies(Case):
                 fcntl.flock(file, fcntl.LOCK_EX)
 
 
+# Of runs that are under way at the same time all but one take another's design.
+MEET = """n=$(wc -l < starts); echo "$1 $2" > shared.$$; k=0
+if [ $n -gt FIRST ] && [ $n -le LAST ]; then
+  until [ $(ls shared.* | wc -l) -ge 2 ] || [ $k -gt 30 ]; do sleep 0.01; k=$((k + 1)); done
+  set -- $(cat shared.* | sort | tail -n 1) "$3"; sleep 0.05
+fi; rm -f shared.$$
+"""
+
+
+def disturbed(first, last):
+    meet = MEET.replace("FIRST", str(first)).replace("LAST", str(last))
+    return SIMULATOR.replace("awk 'BEGIN", meet + "awk 'BEGIN")
+
+
 class Designs(Studies):
     def testPlans(self):
         """Every plan covers the box as it says, with values that follow from the design."""
@@ -164,6 +178,31 @@ class Designs(Studies):
             self.assertEqual(run.returncode, 2)
             self.assertIn(message, run.stderr)
 
+    def testRunsThatDisturbEachOther(self):
+        """Such a table is none, whoever makes it; what is repeated alone is in the history."""
+        self.write("in.csv", "a,b\n" + "".join(f"{k},{k / 2}\n" for k in range(4)))
+        for words in (("doe", "--plan", "latin", "-n", 8), ("probe",),
+                      ("table", "--designs", self.dir / "in.csv")):
+            first = 5 if words[0] == "probe" else 0  # the start alone, and twice side by side
+            self.write("simulator.sh", disturbed(first, first + 8))
+            run = tarnix(*words, self.file, "-j2", "-q", "--fresh")
+            self.assertEqual(run.returncode, 1, run.stdout)
+            self.assertIn("runs side by side disturb each other", run.stdout + run.stderr)
+            before = len(self.starts())
+            if words[0] != "probe":
+                self.assertEqual(tarnix(*words, self.file).returncode, 1)
+                self.assertLessEqual(len(self.starts()), before + 1)  # does it differ from itself?
+            (self.dir / "starts").unlink()
+        run = tarnix(*words, self.file, "-q", "--fresh")
+        self.assertEqual(run.returncode, 0, run.stdout)
+
+    def testLimitsAreThoseOfASolve(self):
+        self.write("two.toml", PROBLEM.replace('minimize = "f"', 'minimize = "log(f - 3)"')
+                   + "[options]\nmax_evaluations = 2\nmax_seconds = 1e-3\n")
+        out = self.call("doe", self.file, "-j2")  # of values that are not finite
+        self.assertIn("5 runs of the command", out)
+        self.assertIn("side by side, repeated alone: they agree", out)
+
     def testFormulas(self):
         file = EXAMPLES / "welded_beam.toml"
         out = json.loads(self.call("doe", file, "--json", "-o", self.dir, "--plan", "latin"))
@@ -210,7 +249,7 @@ class Sweeps(Studies):
         rows = self.sweep("--over", "sum.max=1.5:3:4", "-j2")
         alone = len(set(self.starts()))
         # Made twice: what the kill cut short, and the designs that are verified.
-        verified = len({(r["a"], r["b"]) for r in rows}) + 2
+        verified = len({(r["a"], r["b"]) for r in rows}) + 4
         self.assertLessEqual(len(self.starts()), alone + 1 + verified)
         before = len(self.starts())
         self.assertEqual(self.sweep("--over", "sum.max=1.5:3:4"), rows)
@@ -265,13 +304,7 @@ class Sweeps(Studies):
 
     def testRunsThatDisturbGradientsOnly(self):
         """Some in the middle take another's design; what is repeated at the ends agrees."""
-        meet = ('echo "$1 $2" > shared.$$; n=$(wc -l < starts); k=0\n'
-                'if [ $n -gt 3 ] && [ $n -lt 9 ]; then\n'
-                '  until [ $(ls shared.* | wc -l) -ge 2 ] || [ $k -gt 30 ]; do\n'
-                '    sleep 0.01; k=$((k + 1)); done\n'
-                '  set -- $(cat shared.* | sort | tail -n 1) "$3"; sleep 0.05\n'
-                'fi; rm -f shared.$$\n')
-        self.write("simulator.sh", SIMULATOR.replace("awk 'BEGIN", meet + "awk 'BEGIN"))
+        self.write("simulator.sh", disturbed(3, 8))
         for over in "sum.max=1.5:3:4", "force=1:3:3":
             self.write("two.toml", PROBLEM.replace("sound", "{{force}}")
                        .replace("[command]", '[quantities]\nforce = 1\n[command]'))
@@ -334,8 +367,8 @@ class Starts(Studies):
         (self.dir / "starts").unlink()
         self.killed("solve", self.file, "--starts", 5, "--seed", 3, "-j3", "--fresh", at=40)
         self.assertEqual(answer("resume", "-j2"), one)
-        # Twice: runs that were under way at the kill, the verified design, two beside one another.
-        self.assertLessEqual(len(self.starts()) - len(set(self.starts())), 3 + 1 + 2)
+        # Twice: runs that were under way at the kill, the verified design, two pairs side by side.
+        self.assertLessEqual(len(self.starts()) - len(set(self.starts())), 3 + 1 + 4)
 
     def testBudgetIsSharedEvenly(self):
         results = [self.result("solve", self.file, "--starts", 4, f"-j{jobs}", "--set",
@@ -493,7 +526,10 @@ class Probe(Studies):
         self.write("simulator.sh", SIMULATOR)
         result = json.loads(tarnix("probe", self.file, "--json", "-j2").stdout)
         self.assertEqual(result["runs"], 3 + 2 + 2 * 2 * 5)
-        self.assertEqual(len(self.starts()), result["runs"])
+        history = (self.dir / "two.probe.history.jsonl").read_text()
+        verified = history.count('"verifies":')
+        self.assertIn(verified, (2, 3, 4))
+        self.assertEqual(len(self.starts()), result["runs"] + verified)
         self.assertGreaterEqual(result["seconds"], 0.05)
         times = [e["seconds"] for e in result["estimates"]]
         self.assertGreater(times[0], times[1])
