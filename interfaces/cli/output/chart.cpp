@@ -157,7 +157,7 @@ class Drawing {
     if (c.logarithmic) {
       const int step = std::max(1, static_cast<int>((high - low) / 5));
       for (int power = static_cast<int>(std::ceil(low)); power <= high; power += step)
-        drawLine(std::pow(10.0, power), rounded(std::pow(10.0, power), 2));
+        drawLine(std::pow(10.0, power), rounded(std::pow(10.0, power), 4));
       return;
     }
     const double step = niceStep(high - low, c.height > 150 ? 5 : 2);
