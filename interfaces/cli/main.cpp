@@ -43,7 +43,7 @@ int run(int argc, char** argv) {
     return runCommandLine(argc, argv);
   } catch (const Failure& failure) {
     const std::string text = failure.what();  // a list of issues says what each line is
-    const bool list = text.rfind("error: ", 0) == 0 || text.rfind("warning: ", 0) == 0;
+    const bool list = text.starts_with("error: ") || text.starts_with("warning: ");
     std::cerr << (list ? "" : "error: ") << text << "\n";
     return failure.code;
   } catch (const Interrupted& interrupted) {

@@ -97,8 +97,7 @@ class CommandLine {
     std::string text = error.what();
     for (int i = 1; i < argc; ++i) {
       const std::string word(argv[i]), option = word.substr(0, word.find('='));
-      if (option.rfind("--", 0) == 0 &&
-          std::find(known.begin(), known.end(), option) == known.end())
+      if (option.starts_with("--") && std::find(known.begin(), known.end(), option) == known.end())
         text = "unknown option '" + clipped(option) + "'" + suggestion(option, known);
     }
     const std::string command = chosenOnes.empty() ? "tarnix" : "tarnix " + sub.get_name();

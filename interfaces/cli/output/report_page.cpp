@@ -136,8 +136,7 @@ class SolveSection {
   // Without the run's number and place, so that equal ones are counted together.
   static std::string reasonOf(const std::string& failed) {
     std::string reason = failed.substr(0, failed.find('\n'));
-    if (reason.rfind("run ", 0) == 0)
-      reason.erase(0, std::min(reason.find(": ") + 2, reason.size()));
+    if (reason.starts_with("run ")) reason.erase(0, std::min(reason.find(": ") + 2, reason.size()));
     return reason.substr(0, reason.find("; see "));
   }
 

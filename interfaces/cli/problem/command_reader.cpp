@@ -142,7 +142,7 @@ void CommandReader::readSupplied(Section& section, const char* key, Command& com
 void CommandReader::readEnvironment(Section& section, Command& command) {
   command.environment = section.pairs("env");
   for (const auto& [name, value] : command.environment)
-    if (name.empty() || name.find('=') != std::string::npos || name.rfind("TARNIX_", 0) == 0)
+    if (name.empty() || name.find('=') != std::string::npos || name.starts_with("TARNIX_"))
       section.issue("env", "'" + name + "' is no name of a variable of the environment for a run");
 }
 
@@ -207,7 +207,7 @@ void CommandReader::claim(int line, const std::string& to) {
   if (!insideDirectory(to) || path == "." || path.back() == '/')
     return issues.add(line, "command: '" + to + "' names no file in the run directory");
   for (const std::string& taken : targets)
-    if (path == taken || path.rfind(taken + "/", 0) == 0 || taken.rfind(path + "/", 0) == 0)
+    if (path == taken || path.starts_with(taken + "/") || taken.starts_with(path + "/"))
       return issues.add(line, std::string("command: '").append(to).append("' and '").append(taken) +
                                   "' cannot both be files of the run directory");
   targets.insert(path);

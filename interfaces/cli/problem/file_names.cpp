@@ -48,9 +48,9 @@ std::string withPlainDir(std::string text) {
 FileName fileName(const std::string& text) {
   std::string name = withPlainDir(text);
   const std::string mark = dirMark;
-  if (name.rfind(mark, 0) == 0 && (name.size() == mark.size() || name[mark.size()] == '/')) {
+  if (name.starts_with(mark) && (name.size() == mark.size() || name[mark.size()] == '/')) {
     name.replace(0, mark.size(), ".");
-  } else if (name[0] == '$' || name.rfind("~/", 0) == 0 || name == "~") {
+  } else if (name[0] == '$' || name.starts_with("~/") || name == "~") {
     std::size_t end = 1;
     const std::string variable = name[0] == '~' ? "HOME" : variableAt(name, 0, end);
     const char* value = variable.empty() ? nullptr : std::getenv(variable.c_str());
@@ -95,7 +95,7 @@ std::vector<fs::path> matching(const fs::path& directory, const std::string& pat
 }
 
 std::string shellPart(const std::string& word) {
-  if (word.rfind("~/", 0) == 0) return "~";
+  if (word.starts_with("~/")) return "~";
   for (std::size_t at = word.find('$'); at != std::string::npos; at = word.find('$', at + 1)) {
     std::size_t end = at;
     const std::string name = variableAt(word, at, end);

@@ -131,7 +131,7 @@ std::string hintFor(int error, const std::filesystem::path& program) {
   std::ifstream stream(program);
   std::string line;
   std::getline(stream, line);
-  if (line.rfind("#!", 0) != 0) return {};
+  if (!line.starts_with("#!")) return {};
   const bool carriageReturn = line.back() == '\r';
   if (carriageReturn) line.pop_back();
   return carriageReturn ? " (its lines end as on Windows, and '" + line.substr(2) +
@@ -154,7 +154,7 @@ std::vector<std::string> environmentOf(const LaunchPlan& plan) {
     const std::string_view own(*entry);
     const std::string_view name = own.substr(0, own.find('=') + 1);
     if (std::none_of(plan.environment.begin(), plan.environment.end(),
-                     [&](const std::string& other) { return other.rfind(name, 0) == 0; }))
+                     [&](const std::string& other) { return other.starts_with(name); }))
       all.emplace_back(own);
   }
   return all;

@@ -166,7 +166,7 @@ Overrides goOnWith(const Places& places, const Overrides& overrides) {
   if (!all.empty()) std::cerr << "As the history was started:" << shown << "\n";
   for (const std::string& change : overrides) {
     const std::string name = change.substr(0, change.find('=') + 1);
-    std::erase_if(all, [&](const std::string& earlier) { return earlier.rfind(name, 0) == 0; });
+    std::erase_if(all, [&](const std::string& earlier) { return earlier.starts_with(name); });
     all.push_back(change);
   }
   return all;
