@@ -195,7 +195,7 @@ TEST(MultiStart, StagesTraceAndTimeOfAllStarts) {
   std::string trace;
   options.onStage = [&](const StageStart& stage) { begun.insert(stage.start); };
   options.trace = [&](std::string_view text) { trace += text; };
-  options.printLevel = 1;
+  options.printLevel = 2;
   const Result r = c.problem.solve(Camel::evaluate, options);
   ASSERT_TRUE(r.success);
   EXPECT_EQ(begun, (std::set<int>{1, 2, 3, 4, 5}));

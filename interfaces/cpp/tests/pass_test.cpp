@@ -200,6 +200,7 @@ TEST(Derivatives, TakeThePlaceOfDifferences) {
     Options options;
     options.method = method;
     options.tolerance = 1e-7;
+    options.effort = 0;
     options.differences = Differences::central;
     options.checkGradients = true;
     const Result differences = m.p.solve(analysis, options);

@@ -15,6 +15,8 @@
 #include <tarnix/tarnix.hpp>
 #include <vector>
 
+#include "describe.hpp"
+
 using namespace tarnix;
 
 namespace {
@@ -197,6 +199,70 @@ TEST(MultiStart, EstimatesTheMinimaThatAreUnseen) {
       EXPECT_DOUBLE_EQ(*r.minima->unseen, c.unseen);
     }
   }
+}
+
+Result solveProblem(const char* name, const std::vector<double>& start, const Options& options) {
+  const ::Problem& p = *problemByName(name);
+  Options started = options;
+  started.start = start;
+  std::vector<double> copy;
+  return describe(p).solve(
+      [&](const Point& x, Values& v) {
+        copy.assign(x.begin(), x.end());
+        double* const f = v.data();
+        p.evaluate(nullptr, copy.data(), f, f + 1, f + 1 + p.nEq);
+      },
+      started);
+}
+
+// Quartic walls far away, a flat valley near the minimum: neither the scales of the start nor the
+// curvature that was learned there hold in it.
+TEST(Scaling, BeginsAnewWhereTheFunctionsHaveBecomeSmall) {
+  tarnix::Problem p;
+  for (int i = 0; i < 6; ++i) p.variable("x" + std::to_string(i), i % 2 ? 9 : -8, -10, 10);
+  p.minimize("f");
+  Options options;
+  options.effort = 0;
+  const Result r = p.solve(
+      [](const Point& x, Values& v) {
+        v[0] = 0;
+        for (int i = 0; i < 6; i += 2)
+          v[0] += 100 * std::pow(x[i + 1] - x[i] * x[i], 2) + std::pow(1 - x[i], 2);
+      },
+      options);
+  EXPECT_TRUE(r.success) << r.summary();
+  EXPECT_NEAR(r.objective(), 0, 1e-6);
+  int rescaled = 0;
+  for (std::size_t k = 0; k + 1 < r.stages.size(); ++k) {
+    if (!r.stages[k].brokenOff || r.stages[k].end.violation > 0) continue;
+    ++rescaled;
+    EXPECT_EQ(r.stages[k + 1].settings.method, Method::sqp);
+    EXPECT_EQ(r.stages[k + 1].settings.x, r.stages[k].end.x);
+    EXPECT_EQ(r.stages[k + 1].settings.tolerance, r.stages[k].settings.tolerance);
+  }
+  EXPECT_GE(rescaled, 1);
+}
+
+// From sizes near zero the deflection is 1e6 times its limit.
+TEST(BrokenOff, InfeasibleSqpIsFollowedByGrgAtOnce) {
+  Options options;
+  options.effort = 0;
+  const Result r = solveProblem("segments_10", std::vector<double>(10, 0.011), options);
+  EXPECT_TRUE(r.success) << r.summary();
+  EXPECT_NEAR(r.objective(), 8.470866141185677, 1e-5);
+  ASSERT_GE(r.stages.size(), 2U);
+  EXPECT_TRUE(r.stages[0].brokenOff);
+  EXPECT_GT(r.stages[0].end.violation, 1e-3);
+  EXPECT_EQ(r.stages[1].settings.method, Method::grg);
+  EXPECT_EQ(r.stages[1].settings.differences, Differences::forward);
+}
+
+// A tail at 0 with next to no slope, which leads down to -0.0267.
+TEST(Stationary, IsNoTail) {
+  const std::vector<double> tail = {-0.3932540029615543, 2.33816909929663, 0.027723316711000923,
+                                    2.3066724702182073, 1.4280441347154826};
+  const Result r = solveProblem("HS47", tail, {});
+  EXPECT_TRUE(!r.success || r.objective() < -0.0267) << r.summary();
 }
 
 TEST(BrokenOff, IterationsAreThoseThatWereTold) {

@@ -74,26 +74,32 @@ class Automatic {
   // ---- one start -------------------------------------------------------------------------------
   /// SQP, and where its end is no sound one once more in a small box around it, which grows and
   /// follows as long as the ends lie on its sides; then by turns GRG and SQP from the best point
-  /// with central differences and falling tolerances. Ends with a sound end, and with two stages in
-  /// a row that gained nothing. False when a limit or a stop ended everything.
+  /// with central differences and falling tolerances. GRG comes at once, with the same differences,
+  /// where SQP does not get to a feasible point. Ends with a sound end, and with two stages in a
+  /// row that gained nothing. False when a limit or a stop ended everything.
   bool local(const std::vector<double>& start, bool further) {
     // The steps of an invented box are as arbitrary as the box: central differences bear more.
     const Differences first = s_.box().invented() ? Differences::central : o_.differences;
     StageStart next{1, Method::sqp, first, s_.step(), o_.tolerance * tuning::toleranceShare, start};
     std::optional<Design> reached;
-    int idle = 0;
+    int idle = 0, rescaled = 0;
     Stages::Plan plan;
     plan.judged = true;
     plan.further = further;
     if (!further) plan.prepare = [this] { lookAtNoise(); };
     for (int stages = 1;;) {
       plan.scaled = next.method == Method::sqp;
-      plan.watch = plan.scaled ? oldViolation() : nullptr;
+      plan.watch = plan.scaled ? progress() : nullptr;
       if (!s_.run(next, plan)) return false;
       plan.prepare = nullptr;
       next.differenceStep = s_.step();
       const Stage& stage = s_.last();
       if (s_.proper(stage) && (stages > 1 || s_.clean(stage))) return true;
+      const bool rescale = stage.meaning == otherScale && e_.feasible(stage.end);
+      if (rescale && ++rescaled < tuning::mostRescaled) {
+        next.x = stage.end.x;
+        continue;
+      }
       const bool gained = !reached || s_.gain(stage.end, *reached);
       idle = gained ? 0 : idle + 1;
       if (idle == 2) judgeIdle();
@@ -104,11 +110,12 @@ class Automatic {
         next.x = stage.end.x;
         continue;
       }
-      const bool again = stages == 1 && (stage.brokenOff || stage.reason == Reason::finished ||
-                                         stage.reason == Reason::iterationLimit);
+      const bool again =
+          stages == 1 && !stage.brokenOff &&
+          (stage.reason == Reason::finished || stage.reason == Reason::iterationLimit);
       if (!again) {
         next.method = next.method == Method::sqp ? Method::grg : Method::sqp;
-        next.differences = Differences::central;
+        if (!stage.brokenOff) next.differences = Differences::central;
       }
       next.tolerance /= tuning::toleranceFall;
       plan.radius = again && s_.noise() == 0 ? tuning::narrowRadius : 1;
@@ -117,14 +124,30 @@ class Automatic {
     }
   }
 
-  /// Breaks a stage off that is infeasible, and whose least violation is many iterations old.
-  Evaluator::Watch oldViolation() const {
-    return
-        [this, age = 0, least = std::numeric_limits<double>::infinity()](const Design& at) mutable {
-          age = e_.feasible(at) || at.violation < least ? 0 : age + 1;
-          least = std::min(least, at.violation);
-          return age > tuning::oldViolation ? "the violation does not fall any more" : nullptr;
-        };
+  static constexpr const char* otherScale = "the functions are much smaller than at the start";
+
+  /// Breaks a stage off that is infeasible, and whose least violation is many iterations old; and
+  /// one whose functions have become so small that their scales and the curvature that the method
+  /// has learned say little about the place that it has reached.
+  Evaluator::Watch progress() const {
+    constexpr double unknown = std::numeric_limits<double>::infinity();
+    return [this, age = 0, least = unknown, first = std::optional<std::pair<double, double>>()](
+               const Design& at) mutable -> const char* {
+      const double objective = std::abs(e_.coreObjective(at));
+      if (!first) first = {objective, at.violation};
+      const auto hasFallen = [](double from, double to, double large) {
+        return from > large && to < tuning::scaleFall * from;
+      };
+      if (hasFallen(first->first, objective, tuning::largeObjective)) return otherScale;
+      if (e_.feasible(at)) {
+        age = 0;
+        return nullptr;
+      }
+      if (hasFallen(first->second, at.violation, tuning::largeViolation)) return otherScale;
+      age = at.violation < least ? 0 : age + 1;
+      least = std::min(least, at.violation);
+      return age > tuning::oldViolation ? "the violation does not fall any more" : nullptr;
+    };
   }
 
   /// Two stages have gained nothing, and yet there is a slope: next to nothing where the objective
@@ -239,6 +262,7 @@ class Automatic {
     double atOnce = 0;      // without another end
     double altogether = 0;  // once there is one
     int returns = 1;        // to known ends, that are enough
+    int lastReturns = 1;    // the same once there is another end
   };
 
   /// A few points tell whether the best end need be the best of all; a solve that was hard by
@@ -250,7 +274,9 @@ class Automatic {
     Effort effort;
     std::vector<Design> starts;
     try {
-      starts = screened(std::min(tuning::fewestScreened + tuning::screenedShare * n1(), rest));
+      const double few = tuning::fewestScreened + tuning::screenedShare * n1();
+      const double cheap = std::min(leftOfCheap(spent), tuning::cheapEvaluations);
+      starts = screened(std::min(std::max(few, tuning::cheapScreened * cheap), rest));
       effort = effortAfter(spent, rest, starts);
     } catch (const EndSolve& end) {
       s_.addEnded(quickFrom(s_.start()), end);
@@ -262,21 +288,38 @@ class Automatic {
       const std::optional<End> end = runFrom(start);
       if (!end) return false;
       if (*end == End::known && --effort.returns <= 0) return true;
-      if (*end == End::better || *end == End::other) end_ = std::floor(effort.altogether);
+      if (*end == End::better || *end == End::other) {
+        end_ = std::floor(effort.altogether);
+        effort.returns = std::min(effort.returns, effort.lastReturns);
+      }
     }
     return true;
   }
 
+  /// What a cheap solve may take in addition; below 0 for others.
+  double leftOfCheap(double spent) const {
+    return o_.effort * tuning::cheapShare * (tuning::cheapEvaluations - spent);
+  }
+
+  /// Whether the points raise doubt decides for a cheap solve and for one of average cost; a hard
+  /// one is worth as much again as it took beyond the cheap ones.
   Effort effortAfter(double spent, double rest, const std::vector<Design>& samples) {
-    const double few = mayBeBeaten(samples) ? o_.effort * tuning::doubtEffort * n1() : 0;
-    const double many =
+    const bool doubt = mayBeBeaten(samples);
+    const double cheap = leftOfCheap(spent) - n1();
+    const double hard =
         o_.effort * tuning::hardShare * std::max(0.0, spent - tuning::cheapEvaluations);
+    const double share = o_.effort * n1();
+    double few = doubt ? tuning::doubtEffort * share : 0;
     Effort effort;
-    effort.atOnce = spent + std::min(rest, std::max(few, many));
-    effort.altogether =
-        spent + std::min(rest, std::max(o_.effort * tuning::wideEffort * n1(), many));
-    if (many > 0) effort.returns = tuning::mostReturns;
-    basin_ = many > 0 ? tuning::hardBasin : tuning::sameBasin;
+    if (hard > 0) {
+      basin_ = tuning::hardBasin;
+      effort.returns = effort.lastReturns = tuning::mostReturns;
+    } else if (cheap > n1()) {
+      few = doubt ? cheap : std::min(cheap, tuning::sureEffort * share);
+      effort.returns = std::numeric_limits<int>::max();
+    }
+    effort.atOnce = spent + std::min(rest, std::max(few, hard));
+    effort.altogether = spent + std::min(rest, std::max(tuning::wideEffort * share, hard));
     return effort;
   }
 

@@ -54,6 +54,9 @@ class ReportPass {
     return all;
   }
 
+  /// Direction of steepest descent that the active limits leave, of length report.optimality.
+  const std::vector<double>& descent() const { return descent_; }
+
  private:
   std::size_t n() const { return c_.free.size(); }
   /// Change of the host's objective per unit of the core's.
@@ -111,6 +114,7 @@ class ReportPass {
     for (const double di : d) left += di * di;
     report_.optimality = fitted ? std::sqrt(left) : 1.0;
     report_.slope = report_.optimality * gradientNorm;
+    descent_ = std::move(d);
   }
 
   void addConstraint(std::size_t r, double lambda) {
@@ -144,7 +148,7 @@ class ReportPass {
   std::vector<std::size_t> rows_;
   std::int32_t inequalities_ = 0;
   std::vector<std::int32_t> codes_;
-  std::vector<double> multipliers_;
+  std::vector<double> multipliers_, descent_;
   Report report_;
 };
 

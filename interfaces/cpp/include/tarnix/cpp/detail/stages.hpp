@@ -182,6 +182,7 @@ class Stages {
       report_ = pass.run();
       multipliers_ = pass.multipliers();
       slopes_ = pass.slopes();
+      descent_ = pass.descent();
       reported_ = design.evaluation;
     }
     return *report_;
@@ -357,6 +358,22 @@ class Stages {
     const double smallPart = plan.judged ? tuning::smallPart : tuning::plainSmallPart;
     stage.stationary =
         report.optimality <= smallPart || report.slope <= std::sqrt(evaluator_.tolerance()) * size;
+    if (plan.judged && stage.stationary && report.slope > tuning::tailFall * size)
+      stage.stationary = !onTail(stage.end, size);
+  }
+
+  /// Whether the objective falls noticeably with a step of some length along the slope, however
+  /// small it is. May throw EndSolve.
+  bool onTail(const Design& end, double size) {
+    std::vector<double> x = coreOf(end.x);
+    const double length = report_->optimality;
+    for (std::size_t i = 0; i < x.size(); ++i) {
+      x[i] += tuning::tailStep * core_.half(i) * descent_[i] / length;
+      x[i] = std::min(std::max(x[i], core_.lower[i]), core_.upper[i]);
+    }
+    const double here = lagrangian(end);
+    evaluator_.measureAt(x);
+    return lagrangian(evaluator_.last()) < here - tuning::tailFall * size;
   }
 
   static constexpr double narrowSide = 1e-3;  // of a narrow box: this close is on its side
@@ -404,6 +421,7 @@ class Stages {
   double noise_ = 0;
   std::optional<Report> report_;
   std::vector<double> multipliers_, slopes_;  // of the rows and of the Lagrangian there
+  std::vector<double> descent_;               // the direction that is left there
   std::int64_t reported_ = 0;                 // the evaluation that it is about
 };
 
