@@ -94,6 +94,7 @@ slender  = { value = "height / width", max = 2.5 }
 
 [options]
 # accuracy = 1e-6           # of the results, relative; otherwise a few runs show it
+# effort = 0                # no further starts, where a run takes minutes
 )toml";
 
 const char* const templateStarter = R"text(width   {{width}}

@@ -119,6 +119,7 @@ struct OptionsTable {
   double maxSeconds = 0;
   double tolerance = 1e-4;
   double differenceStep = 0;  // 0: what suits the noise of the values
+  double effort = 4;          // for further starts of the automatic method
   double accuracy = 0;        // of the values, relative, where it is known
   // Share of half the range in which the command is given the coarsest variable; 0: in all digits.
   double resolution = 0;

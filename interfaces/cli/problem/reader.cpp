@@ -261,6 +261,7 @@ class Reader {
     options.maxSeconds = section.positive("max_seconds").value_or(0);
     options.tolerance = section.positive("tolerance").value_or(options.tolerance);
     options.differenceStep = readStep(section).value_or(0);
+    options.effort = section.notNegative("effort").value_or(options.effort);
     options.accuracy = section.positive("accuracy").value_or(0);
     if (options.accuracy >= 1)
       section.issue("accuracy", "'accuracy' is a share of the values: below 1");

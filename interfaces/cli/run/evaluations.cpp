@@ -74,9 +74,7 @@ void Evaluations::compute(std::span<const double> x) {
 
 std::vector<double> Evaluations::answer(std::span<const double> x) {
   ++count.asked;
-  const Known& found = known.at(keyOf(x));
-  if (!found.failed.empty()) penaltyAnswer = count.asked;
-  return found.values;
+  return known.at(keyOf(x)).values;
 }
 
 std::vector<double> Evaluations::resultsAt(std::span<const double> x) const {
@@ -86,6 +84,18 @@ std::vector<double> Evaluations::resultsAt(std::span<const double> x) const {
 std::string Evaluations::failureAt(std::span<const double> x) const {
   const auto place = known.find(keyOf(x));
   return place == known.end() ? std::string() : place->second.failed;
+}
+
+bool Evaluations::failureNear(std::span<const double> x, std::span<const double> reach) const {
+  std::vector<double> other(x.size());
+  for (const auto& [key, what] : known) {
+    if (what.failed.empty()) continue;
+    std::memcpy(other.data(), key.data(), x.size_bytes());
+    std::size_t near = 0;
+    while (near < x.size() && std::abs(other[near] - x[near]) <= reach[near]) ++near;
+    if (near == x.size()) return true;
+  }
+  return false;
 }
 
 Record Evaluations::recordOf(const Run& run, const RunOutcome& outcome) const {

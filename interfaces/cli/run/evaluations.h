@@ -89,9 +89,9 @@ class Evaluations {
 
   // Why the run of a design has failed; empty when it was measured.
   std::string failureAt(std::span<const double> x) const;
+  // Whether a run has failed that is no farther away than this in each variable.
+  bool failureNear(std::span<const double> x, std::span<const double> reach) const;
   const std::string& lastFailure() const { return latestFailure; }
-  // Number of the last answer that was a penalty, counted as asked; 0 for none.
-  long lastPenalty() const { return penaltyAnswer; }
 
   std::function<void()> onChange;  // after every finished evaluation
   std::function<void()> onTick;    // now and then while runs are waited for
@@ -142,7 +142,6 @@ class Evaluations {
   std::vector<double> latestValues;
   std::vector<double> amongOthersLast;
   std::string latestFailure;
-  long penaltyAnswer = 0;
   const Clock::time_point begun = Clock::now();
   Counts count;
 };

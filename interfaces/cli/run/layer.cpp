@@ -53,6 +53,7 @@ tarnix::Options layerOptions(const OptionsTable& options) {
   o.differences = options.centralDifferences ? Differences::central : Differences::forward;
   o.differenceStep = o.method == Method::automatic ? options.differenceStep : plainStep(options);
   if (options.differenceStep == 0) o.accuracy = std::max(options.accuracy, printedNoise(options));
+  o.effort = options.effort;
   o.keepInside = options.insideBounds;
   o.maxIterations = options.maxIterations;
   o.target = options.target;

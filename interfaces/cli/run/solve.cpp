@@ -243,11 +243,14 @@ class Solve {
                                : outcome.advice;
       return other;
     }
-    // Multipliers are differences of the last answers.
-    const long pass = 2 * static_cast<long>(problem.variables.size());
-    if (const long last = evaluations.lastPenalty();
-        last > 0 && last >= evaluations.counts().asked - pass)
-      dropMultipliers(outcome);
+    // Multipliers are differences of answers close by.
+    std::vector<double> reach;
+    for (std::size_t i = 0; i < problem.variables.size(); ++i) {
+      constexpr double rounding = 1.000001;
+      const double step = problem.variables[i].differenceStep.value_or(solved.differenceStep);
+      reach.push_back(rounding * step * (solved.searchUpper[i] - solved.searchLower[i]) / 2);
+    }
+    if (evaluations.failureNear(solved.point.x, reach)) dropMultipliers(outcome);
     return outcome;
   }
 

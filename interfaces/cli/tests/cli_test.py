@@ -209,6 +209,12 @@ class Examples(Case):
         self.assertRegex(shown.stdout, r"objective +600 +kg")
 
     def testOutput(self):
+        alone, more = (
+            self.result("solve", "-o", self.dir, EXAMPLES / "column.toml", "--set", f"options.effort={e}")
+            for e in (0, 4)
+        )
+        self.assertEqual(more["stages"][: len(alone["stages"])], alone["stages"])
+        self.assertLess(alone["evaluations"], more["evaluations"])
         run = tarnix("solve", "-o", self.dir, EXAMPLES / "welded_beam.toml")
         self.assertRegex(run.stdout, r"\bcost +1\.724\d+ +\$ +minimized")
         self.assertRegex(run.stdout, r"bar stress +\d+(\.\d+)? +psi +<= 30000, active")
@@ -909,6 +915,22 @@ class Failures(Case):
     def one(self, run, extra=""):
         return self.write("p.toml", ONE.replace("RUN", json.dumps(run)).replace("EXTRA", extra))
 
+    def testNoPriceFromPenalties(self):
+        """Of a limit that has one, found by differences where the runs fail or do not."""
+        for away, known in ((0.01, False), (0.3, True)):
+            run = (f"awk 'BEGIN {{ d = {{{{y}}}} - 1; if (d < -{away} || d > {away}) exit 1; "
+                   "printf \"f = %.17g\", {{x}} }'")
+            file = self.one(run, 'on_failure = "penalty"\npenalty = 1e-3')
+            file.write_text(
+                file.read_text().replace("start = 1", "start = 3").replace("(f - 2)^2", "-f")
+                .replace("[command]", "y = { start = 1, lower = 0, upper = 4 }\n[command]")
+                + '\n[constraints]\nc = { value = "x", max = 3 }\n'
+                + "[options]\ndifference_step = 0.1\n")
+            result = self.result("solve", "--fresh", file, code=0 if known else 1)
+            [limit] = result["constraints"]
+            self.assertTrue(limit["active"], result)
+            self.assertEqual("multiplier" in limit, known, result)
+
     def testPolicies(self):
         # Fails at the first attempt of every design.
         flaky = "f={{dir}}/tried_{{x}}; [ -e $f ] || { touch $f; exit 1; }; echo f = {{x}}"
@@ -1073,6 +1095,7 @@ WRONG = [
         r"11: options: 'method' is 'newton', but may be automatic, sqp or grg",
     ),
     (r"\Z", "[options]\ntolerance = -1", r"11: options: 'tolerance' is not above zero"),
+    (r"\Z", "[options]\neffort = -1", r"11: options: 'effort' is below zero"),
     (
         r"\Z",
         "[options]\nmax_iterations = 2.5",

@@ -214,8 +214,9 @@ class Problem:
         start : sequence or mapping, optional
             In place of the declared one.
         effort : float
-            How much the automatic method may spend on further starts: at most 32 (n + 1)
-            evaluations, or half of those beyond 85 that it had taken before, times this.
+            How much the automatic method may spend on further starts; 0: none, as suits
+            evaluations that take minutes. At most 32 (n + 1) evaluations, or 0.75 of those beyond
+            85 that it had taken before, times this.
         accuracy : float
             Relative accuracy of the values, where it is known: their noise is then not estimated.
         warm : Result, optional

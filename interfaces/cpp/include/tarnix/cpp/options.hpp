@@ -80,10 +80,10 @@ struct Options {
   /// Relative accuracy of the values, where it is known: their noise is then not looked for. 0: not
   /// known.
   double accuracy = 0;
-  /// How much the automatic method may spend on further starts; 0: none. With n variables that are
-  /// not fixed: at most 32 (n + 1) evaluations times this, or half of what the solve had taken
-  /// beyond 85 evaluations times this, whichever is more. Most problems need but 0.75 (n + 1) + 2,
-  /// which tell that no better end is to be expected.
+  /// How much the automatic method may spend on further starts; 0: none, as suits evaluations that
+  /// take minutes. With n variables that are not fixed: at most 32 (n + 1) evaluations times this,
+  /// or 0.75 of what the solve had taken beyond 85 evaluations times this, whichever is more. A
+  /// solve that took less than 85 mostly ends with a quarter of the rest times this.
   double effort = 4;
   /// The methods' differences step beyond the bounds. When this is set no evaluation does: a
   /// difference that would leave the box is formed from points on the inner side instead, forward

@@ -316,7 +316,7 @@ class Automatic {
       effort.returns = effort.lastReturns = tuning::mostReturns;
     } else if (cheap > n1()) {
       few = doubt ? cheap : std::min(cheap, tuning::sureEffort * share);
-      effort.returns = std::numeric_limits<int>::max();
+      effort.returns = tuning::mostReturns;
     }
     effort.atOnce = spent + std::min(rest, std::max(few, hard));
     effort.altogether = spent + std::min(rest, std::max(tuning::wideEffort * share, hard));

@@ -68,7 +68,7 @@ inline constexpr double wideEffort = 32;        // the same, once there is anoth
 inline constexpr double cheapEvaluations = 85;  // of a solve that was not hard; of what it takes
 inline constexpr double cheapShare = 0.25;      // less, this times the effort is spent as well
 inline constexpr double hardShare = 0.75;       // times the effort, of what was spent beyond these
-inline constexpr int mostReturns = 2;           // to a known end, after a hard solve
+inline constexpr int mostReturns = 2;           // to a known end, after a cheap or hard solve
 inline constexpr double sameBasin = 0.3;        // half ranges
 inline constexpr double hardBasin = 0.03;       // the same after a hard solve
 
