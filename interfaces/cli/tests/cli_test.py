@@ -209,9 +209,10 @@ class Examples(Case):
         self.assertRegex(shown.stdout, r"objective +600 +kg")
 
     def testOutput(self):
+        column = EXAMPLES / "column.toml"
         alone, more = (
-            self.result("solve", "-o", self.dir, EXAMPLES / "column.toml", "--set", f"options.effort={e}")
-            for e in (0, 4)
+            self.result("solve", "-o", self.dir, "--set", f"options.effort={effort}", column)
+            for effort in (0, 4)
         )
         self.assertEqual(more["stages"][: len(alone["stages"])], alone["stages"])
         self.assertLess(alone["evaluations"], more["evaluations"])
