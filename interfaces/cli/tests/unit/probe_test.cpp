@@ -9,16 +9,17 @@
 namespace tarnix::cli {
 namespace {
 
-Probe probed(const std::string& format, const std::string& expression, double scale = 1) {
+Probe probed(const std::string& format, const std::string& expression, double scale = 1,
+             const std::string& start = "1.91372") {
   const Scratch scratch;
   const std::filesystem::path file =
-      scratch.write("p.toml",
-                    "[variables]\nx = { start = 1.91372, lower = 0, upper = 4 }\n"
-                    "[command]\nrun = \"awk 'BEGIN { x = {{x}}; printf \\\"f = " +
-                        format + "\\\\n\\\", " + expression +
-                        " }'\"\n[results]\nf = { key = \"f\" }\n"
-                        "[objective]\nminimize = \"f\"\nscale = " +
-                        std::to_string(scale) + "\n");
+      scratch.write("p.toml", "[variables]\nx = { start = " + start +
+                                  ", lower = 0, upper = 4 }\n"
+                                  "[command]\nrun = \"awk 'BEGIN { x = {{x}}; printf \\\"f = " +
+                                  format + "\\\\n\\\", " + expression +
+                                  " }'\"\n[results]\nf = { key = \"f\" }\n"
+                                  "[objective]\nminimize = \"f\"\nscale = " +
+                                  std::to_string(scale) + "\n");
   cli::Setup setup(file, {}, false);
   return probe(setup, studyPlaces(file, {}, "probe"), {2, false, false, ProgressStyle::none});
 }
@@ -48,6 +49,17 @@ TEST(Probe, NoiseOfKnownSizeGivesItsStep) {
   EXPECT_LT(exact.values[1].noise, 1e-12);
   EXPECT_LT(exact.variables[0].step, 1e-5);
   EXPECT_EQ(exact.tolerance, 1e-4);
+}
+
+// The slope of 3 x^2 is 12 x per half range, inside and where both designs lie on one side.
+TEST(Probe, SlopesInsideAndAtABound) {
+  for (const double x : {1.91372, 4.0}) {
+    SCOPED_TRACE(x);
+    const Probe p = probed("%.5f", "3 * x * x", 1, std::to_string(x));
+    ASSERT_EQ(p.variables.size(), 1u);
+    const double h = p.step, error = 24 * h / 2 + 2 * p.values[1].noise / h;
+    EXPECT_NEAR(p.variables[0].slopeError, error / (12 * x), 0.02 * error / (12 * x));
+  }
 }
 
 TEST(Probe, NamesWhatDoesNotRepeat) {
