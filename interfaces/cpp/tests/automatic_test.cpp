@@ -81,6 +81,26 @@ TEST(Noise, IsEstimatedAndChoosesTheStep) {
   EXPECT_EQ(p.solve(exact, stated).noise, 1e-8);
 }
 
+// Of a large value the same accuracy leaves more that is noise: there is less to be gained.
+TEST(Noise, IsRelativeToTheValue) {
+  int iterations[2];
+  for (const double offset : {0.0, 1e4}) {
+    tarnix::Problem p;
+    p.variable("x", -1.2, -5, 5), p.variable("y", 1, -5, 5);
+    p.minimize("f");
+    Options stated;
+    stated.accuracy = 1e-4;
+    const Result r =
+        p.solve([&](const Point& x,
+                    Values& v) { v[0] = offset + std::cosh(x[0] - 2) + std::cosh(x[0] + x[1]); },
+                stated);
+    ASSERT_FALSE(r.stages.empty());
+    iterations[offset > 0] = r.stages[0].iterations;
+    EXPECT_LT(r.stages[0].end.values[0] - offset, offset > 0 ? 5 : 2.01);
+  }
+  EXPECT_LT(iterations[1], iterations[0] / 2) << iterations[0];
+}
+
 TEST(Scales, OfTheFunctionsShowNowhere) {
   // The smallest box of a given volume: side 2, multiplier 12 / (3 * 2^2) * ... by the scales.
   for (const double size : {1e-6, 1.0, 1e6}) {

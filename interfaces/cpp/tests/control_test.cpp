@@ -218,6 +218,7 @@ TEST(Control, AStopBeforeTheBeginningEndsEverySolve) {
         EXPECT_FALSE(r.success);
         EXPECT_FALSE(r.feasible);
         EXPECT_EQ(r.evaluations, 0);
+        EXPECT_EQ(r.point.evaluation, 0);
         EXPECT_EQ(r.point.x, (std::vector<double>(p.description().variables.size(),
                                                   p.description().variables[0].start)));
       }

@@ -16,9 +16,8 @@ namespace tarnix::detail {
 struct Scaling {
   std::vector<double> factors;  // by row
   /// Of a tolerance in the host's units.
-  double ofTolerance = 1;
+  double ofTolerance;
 
-  Scaling() = default;
   /// From the values and the gradients (n, rows) of all rows at a point, in scaled variables. The
   /// tolerance is that of the objective; what the core accepts as a violation, at the tolerance
   /// times ofTolerance, is at most `violation` for the host.
