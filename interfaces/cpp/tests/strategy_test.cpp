@@ -147,6 +147,7 @@ TEST(Curvature, FallOfAQuadratic) {
   for (std::size_t k = 0; k < 4; ++k) EXPECT_NEAR(H[k], expected[k], 1e-14);
   EXPECT_NEAR(detail::newtonFall(H, {-3 * h, 0}), 4.5 * 4 / 7, 1e-12);
   EXPECT_EQ(detail::newtonFall({1, 2, 2, 1}, {1, 0}), std::numeric_limits<double>::infinity());
+  EXPECT_EQ(detail::newtonFall({1, 1, 1, 1}, {1, 1}), std::numeric_limits<double>::infinity());
   EXPECT_EQ(detail::newtonFall({}, {}), 0);
 }
 
