@@ -70,8 +70,10 @@ std::vector<double> ticks(const Range& range, int count) {
   for (const double factor : {5.0, 2.0, 1.0})
     if (factor * power >= rough) step = factor * power;
   std::vector<double> at;
-  for (double t = std::ceil(range.low / step) * step; t <= range.high; t += step)
-    at.push_back(std::abs(t) < step / 2 ? 0 : t);
+  // By number: to a large value a step may add nothing.
+  const double first = std::ceil(range.low / step);
+  for (int k = 0; k <= 2 * count && (first + k) * step <= range.high; ++k)
+    at.push_back((first + k) * step);
   return at;
 }
 
@@ -171,6 +173,7 @@ std::string curveChart(const ProblemFile& problem, const Axis& axis,
     const VariableEntry& v = problem.variables[i];
     if (v.lower == v.upper) continue;
     std::vector<double> values;
+    values.reserve(points.size());
     for (const SweepPoint& point : points)
       values.push_back(std::isfinite(objectiveOf(point)) ? point.outcome->variables[i].value : NAN);
     const int place = shown++ % 3;

@@ -39,8 +39,10 @@ void finishCatalogue(Section& section, VariableEntry& variable, std::vector<doub
     if (!(last - first < most))
       return section.issue(
           "step", "more than 100,000 multiples of " + shortest(*step) + " lie inside the bounds");
-    for (double k = first; k <= last; ++k)
-      values.push_back(std::clamp(k * *step, variable.lower, variable.upper));
+    const double count = std::max(last - first + 1, 0.0);
+    for (int k = 0; k < count; ++k)
+      values.push_back(std::clamp((first + k) * *step, variable.lower, variable.upper));
+    values.erase(std::unique(values.begin(), values.end()), values.end());
   } else if (values.empty()) {
     return;
   }

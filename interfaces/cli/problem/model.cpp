@@ -38,7 +38,7 @@ bool assigns(const std::string& text) {
 // What the user may have meant with an expression that is none.
 std::string hintFor(const std::string& text, const mu::ParserError& error,
                     const mu::Parser& parser) {
-  const std::string product = "; a product is written with *";
+  const char* const product = "; a product is written with *";
   if (error.GetCode() == mu::ecUNEXPECTED_VAR) return product;
   if (text.find("**") != std::string::npos) return "; a power is written ^";
   for (const char* sign : {"\u00d7", "\u00b7", ")("})

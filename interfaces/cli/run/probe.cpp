@@ -77,7 +77,7 @@ class Prober {
 
   std::vector<Record> copies(int jobs) {
     Evaluations evaluations(problem, *setup.model, setup.simulator.get(), nullptr, jobs);
-    const std::vector<Record> records = evaluations.copies(x0);
+    std::vector<Record> records = evaluations.copies(x0);
     for (const Record& record : records)
       if (!record.failed.empty())
         throw Failure(exitEvaluation, "the start cannot be evaluated: " + record.failed);
