@@ -113,6 +113,9 @@ struct Outcome {
 Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& design,
                   const std::string& reason, double tolerance = 0);
 
+// Why there is no design to be shown.
+std::string noDesignText(const Outcome& outcome);
+
 // In a sentence.
 std::string conflictText(const ConflictOutcome& conflict);
 

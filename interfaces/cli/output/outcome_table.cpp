@@ -102,6 +102,13 @@ Outcome outcomeAt(const ProblemFile& problem, const std::optional<BestDesign>& d
   return outcome;
 }
 
+std::string noDesignText(const Outcome& outcome) {
+  const long asked = outcome.runs ? *outcome.runs : outcome.evaluations.value_or(0);
+  const bool measured = asked + outcome.replayed.value_or(0) > outcome.failed.value_or(0);
+  return measured ? "No design that was measured has finite values inside bounds and catalogues."
+                  : "No design has been evaluated.";
+}
+
 std::string conflictText(const ConflictOutcome& conflict) {
   std::string names;
   for (const std::string& name : conflict.constraints)
@@ -116,7 +123,7 @@ std::string conflictText(const ConflictOutcome& conflict) {
 
 std::string table(const Outcome& o) {
   std::string text = headLines(o);
-  if (!o.objective) return text + "  No design has been evaluated.\n";
+  if (!o.objective) return text + "  " + noDesignText(o) + "\n";
   const std::string& name = o.objective->name;
   TextTable rows("lrll");
   rows.row({"", "", "", ""});

@@ -268,7 +268,7 @@ class SolveSection {
 
   // Start against final.
   std::string design() const {
-    if (!outcome.objective) return "<p class=\"bad\">No design has been evaluated.</p>\n";
+    if (!outcome.objective) return "<p class=\"bad\">" + noDesignText(outcome) + "</p>\n";
     const ObjectiveOutcome& goal = *outcome.objective;
     const auto line = [&](const std::string& name, double from, double to, const std::string& rest,
                           bool bad) {

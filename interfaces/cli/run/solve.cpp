@@ -94,8 +94,8 @@ class Solve {
     } catch (const LimitReached& limit) {
       exitCode = exitNotSolved;
       Outcome outcome = cutShort("limit of " + limit.option);
-      outcome.advice = "This is the best design measured; raise " + limit.option +
-                       " in [options] and continue with 'tarnix resume'.";
+      outcome.advice = (outcome.objective ? "This is the best design measured; raise " : "Raise ") +
+                       limit.option + " in [options] and continue with 'tarnix resume'.";
       return outcome;
     } catch (const Interrupted& interrupted) {
       exitCode = 128 + interrupted.signal;

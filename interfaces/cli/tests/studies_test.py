@@ -464,6 +464,9 @@ class Catalogue(Studies):
         if "catalogue" in short:
             self.assertFalse(short["catalogue"]["proved"])
             self.assertLessEqual(short["catalogue"]["bound"], whole["objective"]["value"] + 1e-6)
+        text = self.call("solve", self.command, "--set", "options.max_evaluations=2", code=1)
+        self.assertIn("No design that was measured has finite values inside bounds and", text)
+        self.assertNotIn("best design", text)
         more = self.result("resume", self.command, "--set", "options.max_evaluations=100000")
         self.assertEqual(more["variables"], whole["variables"])
 
