@@ -62,6 +62,13 @@ std::string printable(std::string_view text, bool lines) {
   return result;
 }
 
+std::string_view trimmed(std::string_view text) {
+  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
+  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
+  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
+  return text;
+}
+
 std::string clipped(std::string_view text, std::size_t most) {
   if (text.size() <= most) return std::string(text);
   std::size_t end = most;

@@ -14,6 +14,9 @@ namespace tarnix::cli {
 // direction of writing included; each becomes '?'. Line ends and tabs stay when lines is set.
 std::string printable(std::string_view text, bool lines = false);
 
+// Without blanks at its ends.
+std::string_view trimmed(std::string_view text);
+
 // At most so many characters of a text, with "..." where something is cut.
 std::string clipped(std::string_view text, std::size_t most = 60);
 

@@ -90,12 +90,6 @@ std::vector<CsvRecord> parsed(const std::string& text, char separator) {
   return records;
 }
 
-std::string trimmed(const std::string& cell) {
-  const std::size_t begin = cell.find_first_not_of(" \t");
-  if (begin == std::string::npos) return {};
-  return cell.substr(begin, cell.find_last_not_of(" \t") + 1 - begin);
-}
-
 class DesignReader {
  public:
   DesignReader(const std::filesystem::path& path, const ProblemFile& p)
@@ -141,7 +135,7 @@ class DesignReader {
     for (std::size_t i = 0; i < std::min(record.cells.size(), columns.size()); ++i) {
       if (columns[i] < 0) continue;
       const auto variable = static_cast<std::size_t>(columns[i]);
-      const std::string cell = trimmed(record.cells[i]);
+      const std::string_view cell = trimmed(record.cells[i]);
       const char* const end = cell.data() + cell.size();
       double value = 0;
       const auto [rest, error] = std::from_chars(cell.data(), end, value);

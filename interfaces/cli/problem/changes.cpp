@@ -36,7 +36,7 @@ Place placeOf(const std::string& change, toml::table& content, Issues& issues) {
   };
   const std::size_t equal = change.find('=');
   if (equal == std::string::npos || equal == 0) return wrong("write NAME=VALUE or NAME.KEY=VALUE");
-  place.name = change.substr(0, equal);
+  place.name = trimmed(std::string_view(change).substr(0, equal));
   place.value = change.substr(equal + 1);
   if (const std::size_t point = place.name.rfind('.'); point != std::string::npos) {
     place.key = place.name.substr(point + 1);

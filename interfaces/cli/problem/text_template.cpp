@@ -34,12 +34,6 @@ bool isFormat(const std::string& format) {
   return at("eEfFgG") && i + 1 == format.size();
 }
 
-std::string trimmed(const std::string& text) {
-  const std::size_t begin = text.find_first_not_of(' ');
-  if (begin == std::string::npos) return {};
-  return text.substr(begin, text.find_last_not_of(' ') - begin + 1);
-}
-
 }  // namespace
 
 TextTemplate::TextTemplate(const std::string& text, const std::vector<std::string>& numbers,
@@ -83,10 +77,10 @@ TextTemplate::TextTemplate(const std::string& text, const std::vector<std::strin
 void TextTemplate::readPlace(std::string inner, const std::vector<std::string>& names, int line,
                              const Complain& complain, Part& part) {
   if (const std::size_t colon = inner.find(':'); colon != std::string::npos) {
-    part.format = trimmed(inner.substr(colon + 1));
+    part.format = trimmed(std::string_view(inner).substr(colon + 1));
     inner.resize(colon);
   }
-  const std::string name = trimmed(inner);
+  const std::string name(trimmed(inner));
   const auto place = std::find(names.begin(), names.end(), name);
   if (place == names.end())
     complain(line, "unknown name '" + clipped(name) + "' in {{ }}" + suggestion(name, names));

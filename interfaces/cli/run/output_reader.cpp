@@ -21,13 +21,6 @@ namespace {
 constexpr std::size_t longestLine = 1 << 20;
 constexpr std::size_t longestMatch = 1000;
 
-std::string_view trimmed(std::string_view text) {
-  const auto blank = [](char c) { return c == ' ' || c == '\t' || c == '\r'; };
-  while (!text.empty() && blank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && blank(text.back())) text.remove_suffix(1);
-  return text;
-}
-
 std::optional<std::string_view> valueOfKey(std::string_view line, const std::string& key) {
   line = trimmed(line);
   if (line.compare(0, key.size(), key) != 0) return {};

@@ -138,6 +138,8 @@ bool moveToEnd(ProblemFile& problem, const fs::path& history) {
 
 void moveStart(Setup& setup, const Places& places, const std::string& where) {
   if (where.empty() || where == "start") return;
+  if (where != "best" && !fs::exists(where))
+    throw Failure(exitFiles, "'" + clipped(where) + "' is neither start, best nor a history file");
   History history(where == "best" ? places.history : fs::path(where));
   try {
     history.read(setup.problem);

@@ -22,7 +22,7 @@ namespace {
 std::vector<std::string> split(const std::string& text, char separator) {
   std::vector<std::string> parts;
   std::istringstream stream(text);
-  for (std::string part; std::getline(stream, part, separator);) parts.push_back(part);
+  for (std::string part; std::getline(stream, part, separator);) parts.emplace_back(trimmed(part));
   return parts;
 }
 
@@ -44,7 +44,7 @@ Axis axisOf(const std::string& over) {
   };
   if (equal == std::string::npos || equal == 0)
     throw wrong("write NAME.KEY=FROM:TO:COUNT or NAME.KEY=A,B,C");
-  Axis axis{over.substr(0, equal), {}};
+  Axis axis{std::string(trimmed(std::string_view(over).substr(0, equal))), {}};
   const std::string values = over.substr(equal + 1);
   if (values.find(':') == std::string::npos) {
     for (const std::string& part : split(values, ',')) axis.values.push_back(numberOf(part, over));

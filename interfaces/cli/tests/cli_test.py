@@ -1579,6 +1579,8 @@ class DaysWork(Case):
         kept = pathlib.Path(re.search(r" s in (.*)", run.stdout)[1])
         self.assertEqual((kept / "stdout.txt").read_text(), "f = 3.5\n")
         self.assertEqual(tarnix("run", "--at", "x=9", file).returncode, 2)
+        self.assertRegex(tarnix("run", "--at", " x = 3.5 ", file).stdout, r"f +3\.5 +result")
+        self.assertIn("'bset' is neither start, best", tarnix("run", "--at", "bset", file).stderr)
         failing = self.write("q.toml", file.read_text().replace(
             '["echo", "f = {{x}}"]', '"echo f={{x}}; echo no license >&2; exit 7"'))
         self.assertRegex(

@@ -20,6 +20,7 @@ TEST(Sweep, Axes) {
       {"a.max=1,2.5,-3e2", "a.max", {1, 2.5, -300}},
       {"a.max=1:4:4", "a.max", {1, 2, 3, 4}},
       {"x=4:1:4", "x", {4, 3, 2, 1}},
+      {"x = 1, 2 ,3", "x", {1, 2, 3}},
       {"a.max=7:9:1", "a.max", {7}},
       {"a.max=0.1:0.3:3", "a.max", {0.1, 0.1 + 0.5 * (0.3 - 0.1), 0.3}},  // the end to the last bit
       {"b.min=1:100:3:log", "b.min", {1, 10, 100}}};
@@ -30,7 +31,7 @@ TEST(Sweep, Axes) {
     EXPECT_EQ(axis.values, c.values);
   }
   for (const char* wrong : {"a.max", "=1,2", "a=", "a=1,x", "a=1:2", "a=1:2:0", "a=1:2:2.5",
-                            "a=1:2:3:ln", "a=0:2:3:log", "a=1:2:99999", "a=1:nan:3", "a=1 ,2"})
+                            "a=1:2:3:ln", "a=0:2:3:log", "a=1:2:99999", "a=1:nan:3", "a=1 2"})
     EXPECT_THROW(axisOf(wrong), Failure) << wrong;
 }
 
