@@ -228,7 +228,9 @@ class Examples(Case):
         shown = readme.split("<!-- output of tarnix solve -q examples/welded_beam.toml -->\n```\n")[
             1
         ]
-        self.assertEqual(run.stdout, shown.split("```")[0])
+        seconds = r"\d+\.\d s$"
+        self.assertEqual(re.sub(seconds, "S", run.stdout, flags=re.M),
+                         re.sub(seconds, "S", shown.split("```")[0], flags=re.M))
         main, terminal = pty.openpty()
         subprocess.run(
             [PROGRAM, "solve", "-o", self.dir, EXAMPLES / "cantilever/cantilever.toml"],
@@ -480,14 +482,11 @@ minimize = "f"
 
     def testRunsThatDisturbGradientsOnly(self):
         """Runs in the middle take another's design; what is repeated at the end agrees."""
-        script = r"""cd "${0%/*}"; echo >> starts; n=$(wc -l < starts); k=0
-            echo "$1 $2" > shared.$$
+        script = r"""cd "${0%/*}"; echo >> starts; n=$(wc -l < starts)
             if [ $n -gt FIRST ] && [ $n -lt LAST ]; then
-              until [ $(ls shared.* | wc -l) -ge 2 ] || [ $k -gt 30 ]; do
-                sleep 0.01; k=$((k + 1)); done
-              set -- $(cat shared.* | sort | tail -n 1); sleep 0.05
-            fi; rm -f shared.$$
-            awk -v x=$1 -v y=$2 'BEGIN { printf "f = %.17g\n", (x - 2)^2 + (y - 1)^2 + 1 }'"""
+              echo "$1 $2" > last; sleep 0.4; set -- $(cat last)
+            fi
+            awk -v x=$1 -v y=$2 'BEGIN { printf "f = %.17g\n", (x - 2)^2 + 2*(y - 1)^2 + 1 }'"""
         for method, first, last in ("automatic", 2, 8), ("sqp", 1, 4), ("grg", 1, 4):
             with self.subTest(method=method):
                 (self.dir / "starts").unlink(missing_ok=True)

@@ -151,8 +151,11 @@ c = { value = "x", min = 4, unit = "kN" }
 SweepPoint pointAt(std::vector<double> at, double value, bool success = true) {
   SweepPoint point{std::move(at), Outcome{}};
   point.outcome->success = success, point.outcome->feasible = std::isfinite(value);
-  if (std::isfinite(value)) point.outcome->objective = ObjectiveOutcome{"cost", "minimize", value};
-  point.outcome->variables = {{"x", 10 - value}, {"y", 1}};
+  if (std::isfinite(value))
+    point.outcome->objective = ObjectiveOutcome{"cost", "minimize", value, {}};
+  point.outcome->variables.resize(2);
+  point.outcome->variables[0].name = "x", point.outcome->variables[0].value = 10 - value;
+  point.outcome->variables[1].name = "y", point.outcome->variables[1].value = 1;
   return point;
 }
 
