@@ -135,8 +135,12 @@ TEST(Outcome, WhatATableOmits) {
   };
   const Case cases[] = {
       {"no design",
-       [](Outcome& o) { o.objective.reset(), o.feasible = false; },
+       [](Outcome& o) { o.objective.reset(), o.feasible = false, o.runs = 2, o.replayed = {}; },
        {"Beam: NOT SOLVED (iteration limit)\n", "  No design has been evaluated.\n"},
+       {"width", "minima", "Catalogue"}},
+      {"none that counts",
+       [](Outcome& o) { o.objective.reset(), o.feasible = false; },
+       {"  No design that was measured has finite values inside bounds and catalogues.\n"},
        {"width", "minima", "Catalogue"}},
       {"solved, verified to the last bit",
        [](Outcome& o) { o.success = o.verification->same = true; },
