@@ -264,4 +264,18 @@ TEST(Derivatives, ThatAreWrongAreNamedBeforeTheSolve) {
   EXPECT_NE(named[1].find("'sum' by 'x' is given as -1, "), std::string::npos) << named[1];
 }
 
+TEST(Derivatives, AreComparedInsideTheBounds) {
+  Problem p;
+  p.variable("x", 0, 0, 4), p.variable("y", 4, 0, 4);
+  p.minimize("f");
+  Options options;
+  options.checkGradients = options.keepInside = true;
+  EXPECT_NO_THROW(p.solve(
+      [](const Point& x, Values& v) {
+        for (const double xi : x) EXPECT_TRUE(xi >= 0 && xi <= 4) << xi;
+        v[0] = x[0] * x[0] + std::pow(4 - x[1], 2);
+      },
+      [](const Point& x, Gradients& g) { g(0, 0) = 2 * x[0], g(0, 1) = 2 * x[1] - 8; }, options));
+}
+
 }  // namespace
