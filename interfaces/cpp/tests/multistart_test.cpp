@@ -214,6 +214,28 @@ TEST(MultiStart, StagesTraceAndTimeOfAllStarts) {
   EXPECT_GE(late.seconds, 0.03);
 }
 
+// Two plains: every start is at its best at once, the second lower than the first.
+TEST(MultiStart, EvaluationsAreNumberedAsIfTheStartsCameInTurn) {
+  Problem p;
+  p.variable("x", 1, 0, 4);
+  p.minimize("f");
+  std::vector<double> seen;
+  Options options;
+  options.method = Method::sqp;
+  options.starts = 2;
+  const Result r = p.solve(
+      [&](const Point& x, Values& v) {
+        seen.push_back(x[0]);
+        v[0] = std::abs(x[0] - seen[0]) < 1e-3 ? 1 : 0;
+      },
+      options);
+  ASSERT_GE(r.point.evaluation, 1);
+  ASSERT_LE(r.point.evaluation, static_cast<std::int64_t>(seen.size()));
+  EXPECT_EQ(r.objective(), 0);
+  EXPECT_GT(r.point.evaluation, 1);
+  EXPECT_EQ(seen[static_cast<std::size_t>(r.point.evaluation) - 1], r.point.x[0]);
+}
+
 TEST(MultiStart, EndsWithTargetStopAndException) {
   const Camel c;
   Options options = starts(40);
