@@ -229,11 +229,13 @@ TEST(MultiStart, EvaluationsAreNumberedAsIfTheStartsCameInTurn) {
         v[0] = std::abs(x[0] - seen[0]) < 1e-3 ? 1 : 0;
       },
       options);
-  ASSERT_GE(r.point.evaluation, 1);
-  ASSERT_LE(r.point.evaluation, static_cast<std::int64_t>(seen.size()));
-  EXPECT_EQ(r.objective(), 0);
-  EXPECT_GT(r.point.evaluation, 1);
-  EXPECT_EQ(seen[static_cast<std::size_t>(r.point.evaluation) - 1], r.point.x[0]);
+  ASSERT_TRUE(r.best);
+  EXPECT_EQ(r.best->values[0], 0);
+  for (const Design& design : {r.point, *r.best}) {
+    ASSERT_GT(design.evaluation, 1);
+    ASSERT_LE(design.evaluation, static_cast<std::int64_t>(seen.size()));
+    EXPECT_EQ(seen[static_cast<std::size_t>(design.evaluation) - 1], design.x[0]);
+  }
 }
 
 TEST(MultiStart, EndsWithTargetStopAndException) {
