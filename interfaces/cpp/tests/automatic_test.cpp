@@ -81,6 +81,27 @@ TEST(Noise, IsEstimatedAndChoosesTheStep) {
   EXPECT_EQ(p.solve(exact, stated).noise, 1e-8);
 }
 
+TEST(Noise, IsNotLookedForWhereTheHostKnowsBetter) {
+  tarnix::Problem p;
+  p.variable("x", 2, 0, 4), p.variable("y", 3, 0, 4);
+  p.minimize("f");
+  const auto noisy = [](const Point& x, Values& v) {
+    v[0] = (5 + std::pow(x[0] - 1, 2) + std::pow(x[1] - 3, 2)) * (1 + 1e-4 * scatter(x));
+  };
+  const auto gradient = [](const Point& x, Gradients& g) {
+    g(0, 0) = 2 * (x[0] - 1), g(0, 1) = 2 * (x[1] - 3);
+  };
+  Options none, step, accuracy, few;
+  step.differenceStep = 0.02;
+  accuracy.accuracy = 1e-3;
+  few.maxEvaluations = 29;  // less than ten for each variable and one
+  EXPECT_GT(p.solve(noisy, none).noise, 1e-5);
+  EXPECT_EQ(p.solve(noisy, step).noise, 0);
+  EXPECT_EQ(p.solve(noisy, accuracy).noise, 1e-3);
+  EXPECT_EQ(p.solve(noisy, few).noise, 0);
+  EXPECT_EQ(p.solve(noisy, gradient, none).noise, 0);
+}
+
 // Of a large value the same accuracy leaves more that is noise: there is less to be gained.
 TEST(Noise, IsRelativeToTheValue) {
   int iterations[2];
@@ -99,6 +120,35 @@ TEST(Noise, IsRelativeToTheValue) {
     EXPECT_LT(r.stages[0].end.values[0] - offset, offset > 0 ? 5 : 2.01);
   }
   EXPECT_LT(iterations[1], iterations[0] / 2) << iterations[0];
+}
+
+// After a solve that was not cheap: 2 + 0.75 (n + 1) points, and stages that return to its end.
+TEST(FurtherStarts, AreChosenFromAFewPointsPerVariable) {
+  tarnix::Problem p;
+  const std::size_t n = 20;
+  p.variables("x", std::vector<double>(n, 0.5), std::vector<double>(n, -1),
+              std::vector<double>(n, 2));
+  p.minimize("f");
+  p.atMost("sum", 10);
+  const auto analysis = [](const Point& x, Values& v) {
+    v[0] = v[1] = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      v[0] += (1 + 0.1 * static_cast<double>(i)) * std::pow(x[i] - 1, 2);
+      v[1] += x[i];
+    }
+  };
+  Options none;
+  none.effort = 0;
+  const Result first = p.solve(analysis, none), whole = p.solve(analysis);
+  EXPECT_TRUE(first.success);
+  std::int64_t points = whole.evaluations - first.evaluations;
+  for (std::size_t k = first.stages.size(); k < whole.stages.size(); ++k) {
+    EXPECT_TRUE(whole.stages[k].further);
+    EXPECT_EQ(whole.stages[k].meaning, "ran into a known end");
+    points -= whole.stages[k].evaluations;
+  }
+  EXPECT_EQ(points % static_cast<std::int64_t>(n), 17);  // but for whole passes of differences
+  EXPECT_EQ(whole.point.x, first.point.x);
 }
 
 TEST(Scales, OfTheFunctionsShowNowhere) {
