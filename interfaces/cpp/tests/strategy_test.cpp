@@ -71,6 +71,8 @@ TEST(NoiseProbe, TellsTheNoiseOfKnownSequences) {
       {"steps between digits", 1,
        [](double x) { return 1 + (std::lround(x * 1e2) % 2 == 0 ? 1e-4 : -1e-4); }, factor * 1e-4,
        1e-7},
+      // The same, and straight beyond: no step is below 1/1000 of the slope over 1e-2, by value 2.
+      {"a staircase", 1, [](double x) { return 2 + 5e-3 * std::round(x * 1e3); }, 2.5e-5, 1e-12},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
