@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <functional>
 #include <initializer_list>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -84,11 +85,18 @@ class Guarded {
 using Doubles = Guarded<double>;
 using Ints = Guarded<int32_t>;
 
+// On Windows programs side by side may choose the same name, of which one gets the file.
+inline std::FILE* temporaryFile() {
+  for (int attempt = 0; attempt < 100; ++attempt)
+    if (std::FILE* file = std::tmpfile()) return file;
+  throw std::runtime_error("no temporary file");
+}
+
 // What the C stream stdout receives while the action runs, an exception out of it included.
 template <class Action>
 std::string captured(Action action) {
   struct Redirection {
-    std::FILE* file = std::tmpfile();
+    std::FILE* file = temporaryFile();
     int before = dup(STDOUT_FILENO);
     Redirection() {
       std::fflush(stdout);
