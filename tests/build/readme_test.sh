@@ -13,7 +13,9 @@ block() {
     inside { print }' "$2"
 }
 
-form() { if [[ ${EMULATOR-} ]]; then sed -E 's/[0-9][0-9.]*(e[-+]?[0-9]+)?/#/g; s/ +/ /g'; else cat; fi; }
+form() {
+  if [[ ${EMULATOR-} ]]; then sed -E 's/[0-9][0-9.]*(e[-+]?[0-9]+)?/#/g; s/ +/ /g'; else cat; fi
+}
 
 failed=0
 output=$(${EMULATOR:+"$EMULATOR"} "$3") || { echo "$3 ended with $?"; failed=1; }
